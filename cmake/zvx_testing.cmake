@@ -1,0 +1,30 @@
+# Test and benchmark helpers shared by every folder's tests/ and bench/.
+if(ZVX_BUILD_TESTS)
+  enable_testing()
+  find_package(GTest REQUIRED)
+  include(GoogleTest)
+endif()
+if(ZVX_BUILD_BENCHMARKS)
+  find_package(benchmark REQUIRED)
+endif()
+
+# zvx_add_gtest(<name> SOURCES ... LIBS ...): one GoogleTest executable, its cases registered with CTest.
+function(zvx_add_gtest name)
+  if(NOT ZVX_BUILD_TESTS)
+    return()
+  endif()
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gtest_main GTest::gmock)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+endfunction()
+
+# zvx_add_benchmark(<name> SOURCES ... LIBS ...): one Google Benchmark executable (not a test).
+function(zvx_add_benchmark name)
+  if(NOT ZVX_BUILD_BENCHMARKS)
+    return()
+  endif()
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} benchmark::benchmark)
+endfunction()
