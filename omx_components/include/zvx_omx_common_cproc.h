@@ -1,0 +1,48 @@
+#ifndef ZVX_OMX_COMMON_CPROC_H
+#define ZVX_OMX_COMMON_CPROC_H
+
+#include <pthread.h>
+#include <stdint.h>
+
+struct zvx_omx_common_component;
+struct zvx_util_slist_ts;
+
+/* The component's one worker thread: runs queued commands and session events one at a time. */
+struct zvx_omx_common_cproc_invoker {
+    pthread_t invoker_thread; /* 0 while no thread runs */
+    int32_t exit;             /* 1 asks the thread to leave its loop */
+    int pipe_fd[2];           /* wake-up pipe: [0] read end, [1] write end; -1 while not open */
+};
+
+struct zvx_omx_common_cproc_command_data;
+
+/* true: the command is finished and its record is freed; false: run it again later. */
+typedef bool (*command_function_t)(struct zvx_omx_common_component *comp,
+                                   struct zvx_omx_common_cproc_command_data *command);
+
+/* Head of every command record; concrete commands append their own fields. */
+struct zvx_omx_common_cproc_command_data {
+    command_function_t function;
+};
+
+typedef struct zvx_util_slist_ts zvx_omx_common_cproc_command_queue_lockfree_ts;
+
+void zvx_omx_common_cproc_command_queue_init(zvx_omx_common_cproc_command_queue_lockfree_ts *queue);
+/* Frees every record still queued. */
+void zvx_omx_common_cproc_command_queue_destroy(zvx_omx_common_cproc_command_queue_lockfree_ts *queue);
+bool zvx_omx_common_cproc_command_queue_enqueue(zvx_omx_common_cproc_command_queue_lockfree_ts *queue,
+                                                struct zvx_omx_common_cproc_command_data *command);
+struct zvx_omx_common_cproc_command_data *
+zvx_omx_common_cproc_command_queue_dequeue(zvx_omx_common_cproc_command_queue_lockfree_ts *queue);
+
+void zvx_omx_common_cproc_invoker_init(struct zvx_omx_common_cproc_invoker *invoker);
+void zvx_omx_common_cproc_invoker_start(struct zvx_omx_common_component *comp);
+/* Runs everything queued so far, then stops and joins the thread. */
+void zvx_omx_common_cproc_invoker_exit(struct zvx_omx_common_component *comp);
+void zvx_omx_common_cproc_invoker_signal(struct zvx_omx_common_cproc_invoker *invoker);
+
+/* Takes ownership of a command allocated with zvx_mem_malloc when it returns true. */
+bool zvx_omx_common_component_queue_command(struct zvx_omx_common_component *comp,
+                                            struct zvx_omx_common_cproc_command_data *command);
+
+#endif
