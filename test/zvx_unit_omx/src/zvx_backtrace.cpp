@@ -1,0 +1,20 @@
+#include "zvx_backtrace.h"
+
+#include <execinfo.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+
+namespace {
+constexpr int kMaxFrames = 10;
+}
+
+void zvx_backtrace_signal_handler(int signal_number) {
+  void* frames[kMaxFrames];
+  const int count = backtrace(frames, kMaxFrames);
+  fprintf(stderr, "Error: signal %d\n", signal_number);
+  backtrace_symbols_fd(frames, count, 2);
+  exit(signal_number);
+}
+
+void zvx_backtrace_init(void) { signal(SIGSEGV, zvx_backtrace_signal_handler); }

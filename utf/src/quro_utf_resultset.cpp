@@ -1,0 +1,1 @@
+#include "quro_utf.h"
