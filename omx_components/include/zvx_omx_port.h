@@ -1,0 +1,103 @@
+#ifndef ZVX_OMX_PORT_H
+#define ZVX_OMX_PORT_H
+
+#include <OMX_Core.h>
+#include <stdint.h>
+
+#include "zvx_session_interface.h"
+#include "zvx_util_atomic.h"
+#include "zvx_util_list.h"
+#include "zvx_util_map.h"
+#include "zvx_util_semaphore.h"
+
+typedef enum zvx_omx_buffer_owner_t {
+    ZVX_OMX_BUFFER_OWNER_CLIENT = 0,
+    ZVX_OMX_BUFFER_OWNER_COMPONENT = 1,
+    ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT = 2,
+    ZVX_OMX_BUFFER_OWNER_COMP_REJECTED = 3,
+} zvx_omx_buffer_owner_t;
+
+/* What the component keeps about a buffer besides what the client sees. */
+struct zvx_omx_common_bufferheadertype_priv {
+    void *alloc_buffer; /* memory the component allocated; null for a client's buffer */
+    bool secure;
+    zvx_omx_buffer_owner_t owner;
+    bool rgb_to_yuv;
+    uint32_t buffer_size;
+    void *yuv_buffer;
+    struct zvx_base_buffer_userspace desc; /* as registered with the session */
+    uint32_t tcx_alloc_bytes;
+    uint16_t tcx_width_in_superblocks;
+};
+
+/* The client holds &pub; the component gets back to priv from that address. */
+typedef struct zvx_omx_common_bufferheadertype {
+    OMX_BUFFERHEADERTYPE pub;
+    struct zvx_omx_common_bufferheadertype_priv priv;
+} zvx_omx_common_bufferheadertype;
+
+inline zvx_omx_common_bufferheadertype *zvx_omx_common_bufferheader_from_pub(OMX_BUFFERHEADERTYPE *pub)
+{
+    return reinterpret_cast<zvx_omx_common_bufferheadertype *>(pub);
+}
+
+typedef enum zvx_omx_buffer_type_t {
+    ZVX_OMX_BUFFER_TYPE_VMALLOC = 0,
+    ZVX_OMX_BUFFER_TYPE_GRALLOC = 1,
+} zvx_omx_buffer_type_t;
+
+typedef enum zvx_omx_buffer_ref_state_t {
+    ZVX_OMX_BUFFER_REF_STATE_UNUSED = 0,
+    ZVX_OMX_BUFFER_REF_STATE_USED = 1,
+    ZVX_OMX_BUFFER_REF_STATE_QUERY = 2,
+} zvx_omx_buffer_ref_state_t;
+
+struct zvx_omx_common_mapped_buffer {
+    zvx_base_buffer_handle_t buffer_id;
+    zvx_base_buffer_handle_t handle;
+    zvx_omx_buffer_type_t type;
+    void *alloc_buffer;
+    enum zvx_base_buffer_allocator allocator;
+    uint32_t last_used;
+    zvx_omx_buffer_ref_state_t ref_state;
+    uint32_t width;
+    uint32_t height;
+    uint32_t size;
+    zvxu_atomic refcnt_fw; /* references the firmware holds */
+};
+
+/* Headers as the client handed them over, in order. */
+ZVX_LIST_DECLARE(omx_buffer, OMX_BUFFERHEADERTYPE *)
+/* Headers the component currently holds. */
+ZVX_LIST_DECLARE(zvx_buffer, struct zvx_omx_common_bufferheadertype *)
+
+typedef struct zvx_omx_port {
+    struct zvx_map config_and_params;
+    int32_t nr_pending_flushes;
+    bool flush_without_stop;
+    bool buffer_produced;
+    int32_t pFlag;
+    struct zvx_map registered_buffers; /* buffer identity -> header; erasing frees the buffer */
+    struct zvx_map mapped_buffers;     /* memory handle -> zvx_omx_common_mapped_buffer */
+    struct zvx_list_zvx_buffer tracked_buffers;
+    struct zvx_list_omx_buffer buffer_list;
+    struct zvx_util_semaphore_t buffer_sem; /* guards the lists; released around client callbacks */
+    int32_t conf_buffers_queued;
+    int32_t nr_enqueue; /* buffers passed to the session */
+    int32_t nr_dequeue; /* buffers the session returned */
+    uint32_t port_format_index;
+    OMX_BUFFERHEADERTYPE *hdr; /* a buffer the port holds back */
+    uint32_t zvx_flags;
+} zvx_omx_port;
+
+/* Value destructors of the two buffer maps: free the header (with the memory the component
+ * allocated for it) and the mapping record. */
+void zvx_omx_port_free_registered_buffer(zvx_map_pointer header);
+void zvx_omx_port_free_mapped_buffer(zvx_map_pointer mapped_buffer);
+
+/* Empty settings store, empty buffer tables and lists, open semaphore. */
+OMX_ERRORTYPE zvx_omx_port_init(zvx_omx_port *port);
+/* Frees whatever the tables still hold. */
+void zvx_omx_port_destroy(zvx_omx_port *port);
+
+#endif
