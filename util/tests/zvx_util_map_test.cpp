@@ -1,0 +1,158 @@
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "zvx_util_map.h"
+
+namespace {
+std::vector<std::string> destructed;
+
+void *key(uintptr_t k)
+{
+    return reinterpret_cast<void *>(k);
+}
+
+uintptr_t number(zvx_map_constpointer p)
+{
+    return reinterpret_cast<uintptr_t>(p);
+}
+
+size_t identity_hash(zvx_map_constpointer k)
+{
+    return number(k);
+}
+
+void record_key(zvx_map_pointer k)
+{
+    destructed.push_back("key " + std::to_string(number(k)));
+}
+
+void record_value(zvx_map_pointer v)
+{
+    destructed.push_back("value " + std::to_string(number(v)));
+}
+
+class Map : public ::testing::Test {
+protected:
+    void SetUp() override { destructed.clear(); }
+    void TearDown() override { zvx_map_destruct(&map); }
+    void construct(zvx_map_hash_fptr hash)
+    {
+        ASSERT_TRUE(zvx_map_construct(&map, hash, zvx_map_int_equal, record_key, record_value));
+    }
+    zvx_map map;
+};
+} // namespace
+
+TEST_F(Map, GrowsWhenTheFortyThirdPairArrivesAndKeepsEveryPair)
+{
+    construct(zvx_map_int_hash);
+    for (uintptr_t k = 1; k <= 42; ++k)
+        ASSERT_TRUE(zvx_map_insert(&map, key(k), key(k * 10)));
+    EXPECT_EQ(map.capacity, 64u);
+    ASSERT_TRUE(zvx_map_insert(&map, key(43), key(430)));
+    EXPECT_EQ(map.capacity, 128u);
+    EXPECT_EQ(zvx_map_size(&map), 43u);
+    for (uintptr_t k = 1; k <= 43; ++k)
+        EXPECT_EQ(number(zvx_map_find(&map, key(k))), k * 10);
+    EXPECT_EQ(zvx_map_find(&map, key(44)), nullptr);
+}
+
+TEST_F(Map, ReinsertReusesTheFirstTombstoneOnTheProbePath)
+{
+    construct(identity_hash);
+    for (uintptr_t k : {1, 65, 129})
+        zvx_map_insert(&map, key(k), key(k));
+    zvx_map_erase(&map, key(1));
+    zvx_map_erase(&map, key(65));
+    EXPECT_EQ(map.deleted, 2u);
+    zvx_map_insert(&map, key(65), key(650));
+    EXPECT_EQ(map.deleted, 1u);
+    EXPECT_EQ(map.hashmap[1]->key, key(65));
+    EXPECT_EQ(number(zvx_map_find(&map, key(129))), 129u);
+    EXPECT_EQ(zvx_map_find(&map, key(1)), nullptr);
+}
+
+TEST_F(Map, TombstonesArePurgedAboveThreeQuartersWithoutGrowth)
+{
+    construct(identity_hash);
+    for (uintptr_t k = 1; k <= 40; ++k)
+        zvx_map_insert(&map, key(k), key(k));
+    for (uintptr_t k = 1; k <= 30; ++k)
+        zvx_map_erase(&map, key(k));
+    for (uintptr_t k = 41; k <= 48; ++k)
+        zvx_map_insert(&map, key(k), key(k));
+    EXPECT_EQ(map.deleted, 30u);
+    zvx_map_insert(&map, key(49), key(49));
+    EXPECT_EQ(map.deleted, 0u);
+    EXPECT_EQ(map.capacity, 64u);
+    for (uintptr_t k = 31; k <= 49; ++k)
+        EXPECT_EQ(number(zvx_map_find(&map, key(k))), k);
+}
+
+TEST_F(Map, ReplaceDestructsOldValueThenOldKeyAndEraseTheReverse)
+{
+    construct(zvx_map_int_hash);
+    zvx_map_insert(&map, key(7), key(70));
+    zvx_map_insert(&map, key(7), key(71));
+    EXPECT_EQ(zvx_map_size(&map), 1u);
+    EXPECT_EQ(number(zvx_map_find(&map, key(7))), 71u);
+    zvx_map_erase(&map, key(7));
+    EXPECT_EQ(destructed, (std::vector<std::string>{"value 70", "key 7", "key 7", "value 71"}));
+    EXPECT_EQ(zvx_map_size(&map), 0u);
+}
+
+TEST_F(Map, ClearLeavesTombstonesAndIterationSkipsThem)
+{
+    construct(zvx_map_int_hash);
+    unsigned int pos = 0;
+    EXPECT_EQ(zvx_map_next(&map, &pos), nullptr);
+    for (uintptr_t k = 1; k <= 5; ++k)
+        zvx_map_insert(&map, key(k), key(k));
+
+    uintptr_t sum = 0;
+    for (pos = 0; void *v = zvx_map_next(&map, &pos);)
+        sum += number(v);
+    EXPECT_EQ(sum, 15u);
+
+    zvx_map_clear(&map);
+    EXPECT_EQ(zvx_map_size(&map), 0u);
+    EXPECT_EQ(map.deleted, 5u);
+    EXPECT_EQ(map.capacity, 64u);
+    EXPECT_EQ(destructed.size(), 10u);
+    pos = 0;
+    EXPECT_EQ(zvx_map_next(&map, &pos), nullptr);
+}
+
+TEST_F(Map, ForeachStopsOnFalseAndForeachEraseErasesOnTrue)
+{
+    construct(identity_hash);
+    for (uintptr_t k = 1; k <= 6; ++k)
+        zvx_map_insert(&map, key(k), key(k));
+    std::vector<uintptr_t> seen;
+    zvx_map_foreach(
+        &map,
+        [](zvx_map_constpointer k, zvx_map_pointer, void *arg) {
+            static_cast<std::vector<uintptr_t> *>(arg)->push_back(number(k));
+            return number(k) < 3;
+        },
+        &seen);
+    EXPECT_EQ(seen, (std::vector<uintptr_t>{1, 2, 3}));
+
+    zvx_map_foreach_erase(
+        &map, [](zvx_map_constpointer k, zvx_map_pointer, void *) { return number(k) % 2 == 0; },
+        nullptr);
+    EXPECT_EQ(zvx_map_size(&map), 3u);
+    EXPECT_EQ(zvx_map_find(&map, key(4)), nullptr);
+    EXPECT_EQ(number(zvx_map_find(&map, key(5))), 5u);
+}
+
+TEST(MapHash, StringKeysUseDjb2AndCompareByContent)
+{
+    EXPECT_EQ(zvx_map_str_hash("ab"), (5381u * 33 + 'a') * 33 + 'b');
+    std::string copy = "omx_if";
+    EXPECT_TRUE(zvx_map_str_equal("omx_if", copy.c_str()));
+    EXPECT_FALSE(zvx_map_str_equal("omx_if", "omx_i"));
+}
