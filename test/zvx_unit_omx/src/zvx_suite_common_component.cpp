@@ -1,0 +1,328 @@
+#include <cstring>
+#include <iterator>
+
+#include "zvx_blackbox.h"
+#include "zvx_component_suite_support.h"
+#include "zvx_component_suites.h"
+#include "zvx_omx_common_component.h"
+#include "zvx_omx_common_cproc.h"
+#include "zvx_omx_decoder_component.h"
+#include "zvx_omx_encoder_component.h"
+#include "zvx_omx_extensions.h"
+
+namespace {
+
+void zvx_test_get_type_null_component(quro_utf_suite *)
+{
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_get_type(nullptr), ZVX_OMX_DECODER);
+}
+
+void zvx_test_get_type_valid_component(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    component.type = ZVX_OMX_DECODER;
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_get_type(&component), ZVX_OMX_DECODER);
+    component.type = ZVX_OMX_ENCODER;
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_get_type(&component), ZVX_OMX_ENCODER);
+}
+
+void zvx_test_set_type_null_component(quro_utf_suite *)
+{
+    zvx_omx_common_component_set_type(nullptr, ZVX_OMX_DECODER);
+}
+
+void zvx_test_set_type_valid_component(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    component.type = static_cast<zvx_omx_component_type_t>(23);
+    zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
+    ZVX_REQUIRE_EQ(component.type, ZVX_OMX_DECODER);
+    component.type = static_cast<zvx_omx_component_type_t>(23);
+    zvx_omx_common_component_set_type(&component, ZVX_OMX_ENCODER);
+    ZVX_REQUIRE_EQ(component.type, ZVX_OMX_ENCODER);
+}
+
+/* Exercises the compressed-layout switch of a component whose YUV port is yuv_port. */
+void zvxp_check_tcx_enable(zvx_omx_common_component *component, OMX_U32 yuv_port, OMX_U32 bitstream_port,
+                           bool wideblk_too)
+{
+    OMX_BOOL tiles = OMX_TRUE;
+    OMX_BOOL wideblk = OMX_TRUE;
+    ZVX_REQUIRE(zvx_omx_common_component_tcx_enable(component, yuv_port, true, false, false));
+    ZVX_REQUIRE(zvx_omx_common_component_is_tcx_enabled(component, yuv_port, nullptr, nullptr));
+
+    ZVX_REQUIRE(!zvx_omx_common_component_tcx_enable(nullptr, yuv_port, true, false, false));
+    ZVX_REQUIRE(!zvx_omx_common_component_tcx_enable(component, static_cast<OMX_U32>(-1), true, false, false));
+    ZVX_REQUIRE(!zvx_omx_common_component_tcx_enable(component, 2, true, false, false));
+    ZVX_REQUIRE(!zvx_omx_common_component_is_tcx_enabled(nullptr, yuv_port, nullptr, nullptr));
+    ZVX_REQUIRE(!zvx_omx_common_component_is_tcx_enabled(component, static_cast<OMX_U32>(-1), nullptr, nullptr));
+    ZVX_REQUIRE(!zvx_omx_common_component_is_tcx_enabled(component, bitstream_port, nullptr, nullptr));
+    ZVX_REQUIRE(!zvx_omx_common_component_is_tcx_enabled(component, 2, nullptr, nullptr));
+
+    ZVX_REQUIRE(zvx_omx_common_component_tcx_enable(component, yuv_port, true, true, wideblk_too));
+    ZVX_REQUIRE(zvx_omx_common_component_is_tcx_enabled(component, yuv_port, &tiles, &wideblk));
+    ZVX_REQUIRE_EQ(tiles, OMX_TRUE);
+    ZVX_REQUIRE_EQ(wideblk, wideblk_too ? OMX_TRUE : OMX_FALSE);
+
+    ZVX_REQUIRE(zvx_omx_common_component_tcx_enable(component, yuv_port, true, false, false));
+    ZVX_REQUIRE(zvx_omx_common_component_is_tcx_enabled(component, yuv_port, &tiles, &wideblk));
+    ZVX_REQUIRE_EQ(tiles, OMX_FALSE);
+    ZVX_REQUIRE_EQ(wideblk, OMX_FALSE);
+}
+
+void zvx_test_decoder_set_tcx_enable(quro_utf_suite *)
+{
+    zvx_omx_decoder_component decoder;
+    zvx_omx_component handle;
+    ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, nullptr, nullptr), OMX_ErrorNone);
+    zvxp_check_tcx_enable(&decoder.common, 1, 0, false);
+    zvx_omx_decoder_component_destroy(&decoder);
+}
+
+void zvx_test_encoder_set_tcx_enable(quro_utf_suite *)
+{
+    zvx_omx_encoder_component encoder;
+    zvx_omx_component handle;
+    ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, nullptr, nullptr), OMX_ErrorNone);
+    zvxp_check_tcx_enable(&encoder.common, 0, 1, true);
+    zvx_omx_encoder_component_destroy(&encoder);
+}
+
+void zvx_test_get_bitstream_port_null_component(quro_utf_suite *)
+{
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_get_bitstream_port_index(nullptr), 0u);
+}
+
+void zvx_test_get_bitstream_port_valid_component(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    component.type = ZVX_OMX_DECODER;
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_get_bitstream_port_index(&component), 0u);
+    component.type = ZVX_OMX_ENCODER;
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_get_bitstream_port_index(&component), 1u);
+}
+
+void zvx_test_get_yuv_port_null_component(quro_utf_suite *)
+{
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_get_yuv_port_index(nullptr), 0u);
+}
+
+void zvx_test_get_yuv_port_valid_component(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    component.type = ZVX_OMX_DECODER;
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_get_yuv_port_index(&component), 1u);
+    component.type = ZVX_OMX_ENCODER;
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_get_yuv_port_index(&component), 0u);
+}
+
+void zvx_test_init_destroy_null_component_null_omx_component(quro_utf_suite *)
+{
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(nullptr, nullptr, nullptr, nullptr), OMX_ErrorNone);
+    zvx_omx_common_component_destroy(nullptr);
+}
+
+void zvx_test_init_destroy_valid_component_null_omx_component(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(nullptr, &component, nullptr, nullptr), OMX_ErrorNone);
+    zvx_omx_common_component_destroy(&component);
+}
+
+void zvx_test_init_destroy_null_component_valid_omx_component(quro_utf_suite *)
+{
+    zvx_omx_component handle;
+    zvx_omx_common_component_init(&handle, nullptr, nullptr, nullptr);
+    zvx_omx_common_component_destroy(nullptr);
+}
+
+void zvx_test_init_destroy_valid_component_valid_omx_component(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+    zvx_omx_common_component_destroy(&component);
+}
+
+int zvxp_destroyed_sessions;
+
+void zvxp_count_destroyed_session(int fd)
+{
+    ZVX_REQUIRE_EQ(fd, 1);
+    ++zvxp_destroyed_sessions;
+}
+
+void zvx_test_destroy_session(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvxp_destroyed_sessions = 0;
+    bb_cb.bbcb_destroy_session = zvxp_count_destroyed_session;
+    zvx_omx_common_component_destroy_session(nullptr);
+    zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+    const struct {
+        bool created;
+        int fd;
+    } cases[] = {{false, -1}, {true, -1}, {false, 1}, {true, 1}};
+    for (const auto &session : cases) {
+        component.session_created = session.created;
+        component.driver_fd = session.fd;
+        zvx_omx_common_component_destroy_session(&component);
+    }
+    component.driver_fd = -1;
+    zvx_omx_common_component_destroy(&component);
+    ZVX_REQUIRE_EQ(zvxp_destroyed_sessions, 1);
+}
+
+void zvx_test_get_version(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    OMX_VERSIONTYPE component_version = {};
+    OMX_VERSIONTYPE spec_version = {};
+    zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(handle.omx.GetComponentVersion(&handle, nullptr, &component_version, &spec_version, nullptr),
+                   OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(component_version.nVersion, 1u);
+    ZVX_REQUIRE_EQ(spec_version.nVersion, 0x00000101u);
+    zvx_omx_common_component_destroy(&component);
+}
+
+void zvx_test_get_state(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    OMX_STATETYPE state;
+    zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+
+    component.omx_state.val = 17;
+    ZVX_REQUIRE_EQ(handle.omx.GetState(&handle, &state), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(static_cast<int>(state), 17);
+    component.omx_state.val = 96;
+    ZVX_REQUIRE_EQ(handle.omx.GetState(&handle, &state), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(static_cast<int>(state), 96);
+
+    state = static_cast<OMX_STATETYPE>(10);
+    ZVX_REQUIRE_EQ(handle.omx.GetState(nullptr, &state), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(static_cast<int>(state), 10);
+    ZVX_REQUIRE_EQ(handle.omx.GetState(&handle, nullptr), OMX_ErrorNone);
+
+    state = static_cast<OMX_STATETYPE>(12);
+    handle.omx.pComponentPrivate = nullptr;
+    ZVX_REQUIRE_EQ(handle.omx.GetState(&handle, &state), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(static_cast<int>(state), 12);
+    handle.omx.pComponentPrivate = &component;
+    zvx_omx_common_component_destroy(&component);
+}
+
+void zvx_test_get_extension_index(quro_utf_suite *)
+{
+    zvx_omx_decoder_component decoder;
+    zvx_omx_component handle;
+    OMX_INDEXTYPE index;
+    char name[] = "OMX.DHQ.video.k7nn.tcx";
+    char missing[] = "this won't exist";
+    ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, nullptr, nullptr), OMX_ErrorNone);
+
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(nullptr, name, &index), OMX_ErrorBadParameter);
+    handle.omx.pComponentPrivate = nullptr;
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, name, &index), OMX_ErrorBadParameter);
+    handle.omx.pComponentPrivate = &decoder;
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, nullptr, &index), OMX_ErrorBadParameter);
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, missing, &index), OMX_ErrorUnsupportedIndex);
+
+    const struct {
+        const char *name;
+        OMX_INDEXTYPE index;
+    } known[] = {
+        {"OMX.DHQ.video.k7nn.tcx", OMX_IndexParamTCX},
+        {"OMX.DHQ.video.k7nn.enable.tcx", OMX_IndexParamEnableTCX},
+        {"OMX.DHQ.video.k7nn.enable.dmabuf", OMX_IndexParamEnableDmaBuf},
+        {"OMX.google.android.index.storeMetaDataInBuffers", OMX_IndexParamEnableStoreMetaData},
+    };
+    for (const auto &entry : known) {
+        index = OMX_IndexMax;
+        ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, const_cast<char *>(entry.name), &index), OMX_ErrorNone);
+        ZVX_REQUIRE_EQ(index, entry.index);
+    }
+    zvx_omx_decoder_component_destroy(&decoder);
+}
+
+void zvx_test_set_callbacks(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+    handle.omx.pApplicationPrivate = nullptr;
+    std::memset(&component.omx_callbacks, 0, sizeof(component.omx_callbacks));
+    OMX_CALLBACKTYPE callbacks = {zvx_marker<decltype(callbacks.EventHandler)>(0x17),
+                                  zvx_marker<decltype(callbacks.EmptyBufferDone)>(0x18),
+                                  zvx_marker<decltype(callbacks.FillBufferDone)>(0x19)};
+    OMX_PTR app_data = zvx_marker<OMX_PTR>(0x19);
+
+    ZVX_REQUIRE_EQ(handle.omx.SetCallbacks(nullptr, &callbacks, app_data), OMX_ErrorBadParameter);
+    ZVX_REQUIRE(handle.omx.pApplicationPrivate == nullptr);
+    handle.omx.pComponentPrivate = nullptr;
+    ZVX_REQUIRE_EQ(handle.omx.SetCallbacks(&handle, &callbacks, app_data), OMX_ErrorBadParameter);
+    ZVX_REQUIRE(handle.omx.pApplicationPrivate == nullptr);
+    ZVX_REQUIRE(component.omx_callbacks.EventHandler == nullptr);
+    ZVX_REQUIRE(component.omx_callbacks.EmptyBufferDone == nullptr);
+    ZVX_REQUIRE(component.omx_callbacks.FillBufferDone == nullptr);
+
+    handle.omx.pComponentPrivate = &component;
+    ZVX_REQUIRE_EQ(handle.omx.SetCallbacks(&handle, &callbacks, app_data), OMX_ErrorNone);
+    callbacks = {};
+    ZVX_REQUIRE_EQ(handle.omx.pApplicationPrivate, app_data);
+    ZVX_REQUIRE(component.omx_callbacks.EventHandler == zvx_marker<decltype(callbacks.EventHandler)>(0x17));
+    ZVX_REQUIRE(component.omx_callbacks.EmptyBufferDone == zvx_marker<decltype(callbacks.EmptyBufferDone)>(0x18));
+    ZVX_REQUIRE(component.omx_callbacks.FillBufferDone == zvx_marker<decltype(callbacks.FillBufferDone)>(0x19));
+    zvx_omx_common_component_destroy(&component);
+}
+
+void zvx_test_queue_command_with_null(quro_utf_suite *)
+{
+    auto *bogus_component = zvx_marker<zvx_omx_common_component *>(0xdeadbeef);
+    auto *bogus_command = zvx_marker<zvx_omx_common_cproc_command_data *>(0xdeadbeef);
+    ZVX_REQUIRE(!zvx_omx_common_component_queue_command(nullptr, nullptr));
+    ZVX_REQUIRE(!zvx_omx_common_component_queue_command(bogus_component, nullptr));
+    ZVX_REQUIRE(!zvx_omx_common_component_queue_command(nullptr, bogus_command));
+}
+
+/* Numbers missing here belong to tests that arrive with the features they exercise. */
+const zvx_component_suite_test ZVXP_TESTS[] = {
+    {1, "Get type - null component", zvx_test_get_type_null_component},
+    {2, "Get type - valid component", zvx_test_get_type_valid_component},
+    {3, "Set type - null component", zvx_test_set_type_null_component},
+    {4, "Set type - valid component", zvx_test_set_type_valid_component},
+    {5, "Decoder set tcx enable", zvx_test_decoder_set_tcx_enable},
+    {6, "Encoder set tcx enable", zvx_test_encoder_set_tcx_enable},
+    {7, "Get bitstream port - null component", zvx_test_get_bitstream_port_null_component},
+    {8, "Get bitstream port - valid component", zvx_test_get_bitstream_port_valid_component},
+    {9, "Get yuv port - null component", zvx_test_get_yuv_port_null_component},
+    {10, "Get yuv port - valid component", zvx_test_get_yuv_port_valid_component},
+    {11, "Init n Destroy - null/null", zvx_test_init_destroy_null_component_null_omx_component},
+    {12, "Init n Destroy - valid/null", zvx_test_init_destroy_valid_component_null_omx_component},
+    {13, "Init n Destroy - null/valid", zvx_test_init_destroy_null_component_valid_omx_component},
+    {14, "Init n Destroy - valid/valid", zvx_test_init_destroy_valid_component_valid_omx_component},
+    {15, "Destroy session", zvx_test_destroy_session},
+    {16, "Get version", zvx_test_get_version},
+    {17, "Get state", zvx_test_get_state},
+    {18, "Get extension index", zvx_test_get_extension_index},
+    {19, "Set callbacks", zvx_test_set_callbacks},
+    {22, "Queue command - null params", zvx_test_queue_command_with_null},
+};
+
+} // namespace
+
+quro_utf_suite *zvx_create_suite_common_component(quro_utf_mempool *pool, quro_utf_result_set *results,
+                                                  quro_utf_suite *prev_suite)
+{
+    return zvx_component_suite_build(pool, results, prev_suite, "Common component", ZVXP_TESTS,
+                                     static_cast<unsigned>(std::size(ZVXP_TESTS)));
+}

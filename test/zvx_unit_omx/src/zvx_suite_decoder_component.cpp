@@ -1,0 +1,149 @@
+#include <cstring>
+#include <iterator>
+
+#include "zvx_blackbox.h"
+#include "zvx_component_suite_support.h"
+#include "zvx_component_suites.h"
+#include "zvx_omx_decoder_component.h"
+#include "zvx_omx_extensions.h"
+
+namespace {
+
+constexpr std::uintptr_t ZVXP_CALLBACK_MARKER = 0xdeadbeef;
+constexpr std::uintptr_t ZVXP_APP_DATA = 0xfacebee7;
+constexpr uint32_t ZVXP_UNTOUCHED = 0xFDFDFDFD;
+
+OMX_BOOL cb_role_enable(const char *role)
+{
+    if (role == nullptr) {
+        return OMX_FALSE;
+    }
+    return std::strcmp(role, "video_decoder.rv") != 0 ? OMX_TRUE : OMX_FALSE;
+}
+
+uint32_t zvxp_first_word(const void *record)
+{
+    uint32_t word;
+    std::memcpy(&word, record, sizeof(word));
+    return word;
+}
+
+void zvx_test_init_destroy(quro_utf_suite *)
+{
+    zvx_omx_decoder_component decoder;
+    zvx_omx_component handle;
+    OMX_CALLBACKTYPE callbacks = {zvx_marker<decltype(callbacks.EventHandler)>(ZVXP_CALLBACK_MARKER),
+                                  zvx_marker<decltype(callbacks.EmptyBufferDone)>(ZVXP_CALLBACK_MARKER),
+                                  zvx_marker<decltype(callbacks.FillBufferDone)>(ZVXP_CALLBACK_MARKER)};
+    std::memset(&decoder, 0xFD, sizeof(decoder));
+    std::memset(&handle, 0xFD, sizeof(handle));
+    zvx_omx_decoder_component_init(nullptr, nullptr, nullptr, &callbacks);
+    zvx_omx_decoder_component_init(&handle, nullptr, nullptr, &callbacks);
+    zvx_omx_decoder_component_init(nullptr, &decoder, nullptr, &callbacks);
+    ZVX_REQUIRE_EQ(zvxp_first_word(&decoder), ZVXP_UNTOUCHED);
+    ZVX_REQUIRE_EQ(zvxp_first_word(&handle), ZVXP_UNTOUCHED);
+
+    std::memset(&decoder, 0xFD, sizeof(decoder));
+    std::memset(&handle, 0xFD, sizeof(handle));
+    ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, zvx_marker<OMX_PTR>(ZVXP_APP_DATA), &callbacks),
+                   OMX_ErrorNone);
+    ZVX_REQUIRE(handle.omx.pComponentPrivate == &decoder);
+    ZVX_REQUIRE(decoder.common.omx_callbacks.EventHandler == callbacks.EventHandler);
+    ZVX_REQUIRE(decoder.common.omx_callbacks.EmptyBufferDone == callbacks.EmptyBufferDone);
+    ZVX_REQUIRE(decoder.common.omx_callbacks.FillBufferDone == callbacks.FillBufferDone);
+    ZVX_REQUIRE_EQ(handle.omx.pApplicationPrivate, zvx_marker<OMX_PTR>(ZVXP_APP_DATA));
+    zvx_omx_decoder_component_destroy(&decoder);
+}
+
+void zvx_test_destroy(quro_utf_suite *)
+{
+    zvx_omx_decoder_component decoder;
+    zvx_omx_component handle;
+    zvx_omx_decoder_component_destroy(nullptr);
+    ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, zvx_marker<OMX_PTR>(ZVXP_APP_DATA), nullptr),
+                   OMX_ErrorNone);
+    zvx_omx_decoder_component_destroy(&decoder);
+}
+
+void zvx_test_get_extension_index(quro_utf_suite *)
+{
+    zvx_omx_decoder_component decoder;
+    zvx_omx_component handle;
+    OMX_INDEXTYPE index;
+    char empty[] = "";
+    char missing[] = "ThisDoesNotExist";
+    ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, nullptr, nullptr), OMX_ErrorNone);
+
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(nullptr, empty, &index), OMX_ErrorBadParameter);
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, empty, nullptr), OMX_ErrorBadParameter);
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, nullptr, &index), OMX_ErrorBadParameter);
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, missing, &index), OMX_ErrorUnsupportedIndex);
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(nullptr, missing, &index), OMX_ErrorBadParameter);
+
+    const struct {
+        const char *name;
+        OMX_INDEXTYPE index;
+    } known[] = {
+        {"OMX.DHQ.video.k7nn.tcx", OMX_IndexParamTCX},
+        {"OMX.google.android.index.enableAndroidNativeBuffers", OMX_IndexParamEnableAndroidNativeBuffer},
+        {"OMX.google.android.index.useAndroidNativeBuffer2", OMX_IndexParamUseAndroidNativeBuffer2},
+        {"OMX.google.android.index.getAndroidNativeBufferUsage", OMX_IndexParamGetAndroidNativeBufferUsage},
+        {"OMX.DHQ.video.k7nn.enable.tcx", OMX_IndexParamEnableTCX},
+        {"OMX.google.android.index.storeANWBufferInMetadata", OMX_IndexParamEnableStoreMetaData},
+        {"OMX.google.android.index.describeColorFormat", OMX_IndexParamDescribeColorFormat},
+        {"OMX.google.android.index.describeHDRColorInfo", OMX_IndexConfigDescribeHDRColorInfo},
+        {"OMX.google.android.index.describeHDRStaticInfo", OMX_IndexConfigDescribeHDRColorInfo},
+        {"OMX.google.android.index.describeColorAspects", OMX_IndexParamDescribeColorAspects},
+    };
+    for (const auto &entry : known) {
+        index = OMX_IndexMax;
+        ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, const_cast<char *>(entry.name), &index), OMX_ErrorNone);
+        ZVX_REQUIRE_EQ(index, entry.index);
+    }
+    zvx_omx_decoder_component_destroy(&decoder);
+}
+
+void zvx_test_get_enabled_roles(quro_utf_suite *)
+{
+    int nroles = 0;
+    ZVX_REQUIRE(zvx_omx_decoder_get_enabled_roles(nullptr) == nullptr);
+    bb_cb.bbcb_role_enabled = cb_role_enable;
+    ZVX_REQUIRE(zvx_omx_decoder_get_enabled_roles(&nroles) != nullptr);
+    ZVX_REQUIRE_EQ(nroles, 8);
+}
+
+void zvx_test_role_enum(quro_utf_suite *)
+{
+    zvx_omx_decoder_component decoder;
+    zvx_omx_component handle;
+    OMX_U8 role[OMX_MAX_STRINGNAME_SIZE];
+    int nroles = 0;
+    ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, nullptr, nullptr), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, nullptr, 0), OMX_ErrorBadParameter);
+
+    bb_cb.bbcb_role_enabled = cb_role_enable;
+    zvx_omx_decoder_get_enabled_roles(&nroles);
+    for (int i = 0; i < nroles; ++i) {
+        ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, role, static_cast<OMX_U32>(i)), OMX_ErrorNone);
+    }
+    ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, role, static_cast<OMX_U32>(nroles)), OMX_ErrorNoMore);
+    zvx_omx_decoder_component_destroy(&decoder);
+}
+
+/* Test 6 ("Buffer param") arrives with the stream-setting events. */
+const zvx_component_suite_test ZVXP_TESTS[] = {
+    {1, "Decoder init n destroy", zvx_test_init_destroy},
+    {2, "Decoder destroy", zvx_test_destroy},
+    {3, "Decoder get extension index", zvx_test_get_extension_index},
+    {4, "Decoder get enabled roles", zvx_test_get_enabled_roles},
+    {5, "Decoder role enumeration", zvx_test_role_enum},
+};
+
+} // namespace
+
+quro_utf_suite *zvx_create_suite_decoder_component(quro_utf_mempool *pool, quro_utf_result_set *results,
+                                                   quro_utf_suite *prev_suite)
+{
+    return zvx_component_suite_build(pool, results, prev_suite, "Decoder component", ZVXP_TESTS,
+                                     static_cast<unsigned>(std::size(ZVXP_TESTS)));
+}

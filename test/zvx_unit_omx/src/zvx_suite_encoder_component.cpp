@@ -1,0 +1,148 @@
+#include <cstring>
+#include <iterator>
+
+#include "zvx_blackbox.h"
+#include "zvx_component_suite_support.h"
+#include "zvx_component_suites.h"
+#include "zvx_omx_encoder_component.h"
+#include "zvx_omx_extensions.h"
+#include "zvx_omx_port.h"
+
+namespace {
+
+constexpr std::uintptr_t ZVXP_CALLBACK_MARKER = 0xdeadbeef;
+constexpr std::uintptr_t ZVXP_APP_DATA = 0xfacebee7;
+constexpr uint32_t ZVXP_UNTOUCHED = 0xFDFDFDFD;
+
+OMX_BOOL cb_role_enable(const char *role)
+{
+    if (role == nullptr) {
+        return OMX_FALSE;
+    }
+    return std::strcmp(role, "video_encoder.vp8") != 0 ? OMX_TRUE : OMX_FALSE;
+}
+
+uint32_t zvxp_first_word(const void *record)
+{
+    uint32_t word;
+    std::memcpy(&word, record, sizeof(word));
+    return word;
+}
+
+void zvx_test_init_destroy(quro_utf_suite *)
+{
+    zvx_omx_encoder_component encoder;
+    zvx_omx_component handle;
+    OMX_CALLBACKTYPE callbacks = {zvx_marker<decltype(callbacks.EventHandler)>(ZVXP_CALLBACK_MARKER),
+                                  zvx_marker<decltype(callbacks.EmptyBufferDone)>(ZVXP_CALLBACK_MARKER),
+                                  zvx_marker<decltype(callbacks.FillBufferDone)>(ZVXP_CALLBACK_MARKER)};
+    std::memset(&encoder, 0xFD, sizeof(encoder));
+    std::memset(&handle, 0xFD, sizeof(handle));
+    zvx_omx_encoder_component_init(nullptr, nullptr, nullptr, &callbacks);
+    zvx_omx_encoder_component_init(&handle, nullptr, nullptr, &callbacks);
+    zvx_omx_encoder_component_init(nullptr, &encoder, nullptr, &callbacks);
+    ZVX_REQUIRE_EQ(zvxp_first_word(&encoder), ZVXP_UNTOUCHED);
+    ZVX_REQUIRE_EQ(zvxp_first_word(&handle), ZVXP_UNTOUCHED);
+
+    ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, zvx_marker<OMX_PTR>(ZVXP_APP_DATA), &callbacks),
+                   OMX_ErrorNone);
+    ZVX_REQUIRE(handle.omx.pComponentPrivate == &encoder);
+    ZVX_REQUIRE(encoder.common.omx_callbacks.EventHandler == callbacks.EventHandler);
+    ZVX_REQUIRE(encoder.common.omx_callbacks.EmptyBufferDone == callbacks.EmptyBufferDone);
+    ZVX_REQUIRE(encoder.common.omx_callbacks.FillBufferDone == callbacks.FillBufferDone);
+    ZVX_REQUIRE_EQ(handle.omx.pApplicationPrivate, zvx_marker<OMX_PTR>(ZVXP_APP_DATA));
+    zvx_omx_encoder_component_destroy(&encoder);
+}
+
+void zvx_test_destroy(quro_utf_suite *)
+{
+    zvx_omx_encoder_component encoder;
+    zvx_omx_component handle;
+    zvx_omx_encoder_component_destroy(nullptr);
+    ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, zvx_marker<OMX_PTR>(ZVXP_APP_DATA), nullptr),
+                   OMX_ErrorNone);
+    zvx_omx_encoder_component_destroy(&encoder);
+}
+
+void zvx_test_get_extension_index(quro_utf_suite *)
+{
+    zvx_omx_encoder_component encoder;
+    zvx_omx_component handle;
+    OMX_INDEXTYPE index;
+    char empty[] = "";
+    char missing[] = "ThisDoesNotExist";
+    char tcx[] = "OMX.DHQ.video.k7nn.tcx";
+    char enable_tcx[] = "OMX.DHQ.video.k7nn.enable.tcx";
+    ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, nullptr, nullptr), OMX_ErrorNone);
+
+    /* Unlike the decoder's, the encoder's lookup does not check the handle. */
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(nullptr, empty, &index), OMX_ErrorUnsupportedIndex);
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, empty, nullptr), OMX_ErrorBadParameter);
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, nullptr, &index), OMX_ErrorBadParameter);
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, missing, &index), OMX_ErrorUnsupportedIndex);
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, tcx, &index), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(index, OMX_IndexParamTCX);
+    ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, enable_tcx, &index), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(index, OMX_IndexParamEnableTCX);
+    zvx_omx_encoder_component_destroy(&encoder);
+}
+
+void zvx_test_get_enabled_roles(quro_utf_suite *)
+{
+    int nroles = 0;
+    ZVX_REQUIRE(zvx_omx_encoder_get_enabled_roles(nullptr) == nullptr);
+    bb_cb.bbcb_role_enabled = cb_role_enable;
+    ZVX_REQUIRE(zvx_omx_encoder_get_enabled_roles(&nroles) != nullptr);
+    ZVX_REQUIRE_EQ(nroles, 3);
+}
+
+void zvx_test_role_enum(quro_utf_suite *)
+{
+    zvx_omx_encoder_component encoder;
+    zvx_omx_component handle;
+    OMX_U8 role[OMX_MAX_STRINGNAME_SIZE];
+    int nroles = 0;
+    ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, nullptr, nullptr), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, nullptr, 0), OMX_ErrorBadParameter);
+
+    bb_cb.bbcb_role_enabled = cb_role_enable;
+    zvx_omx_encoder_get_enabled_roles(&nroles);
+    for (int i = 0; i < nroles; ++i) {
+        ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, role, static_cast<OMX_U32>(i)), OMX_ErrorNone);
+    }
+    ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, role, static_cast<OMX_U32>(nroles)), OMX_ErrorNoMore);
+    zvx_omx_encoder_component_destroy(&encoder);
+}
+
+void zvx_test_create_handle(quro_utf_suite *)
+{
+    zvx_omx_encoder_component encoder;
+    zvx_omx_component handle;
+    zvx_omx_common_bufferheadertype header;
+    ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, nullptr, nullptr), OMX_ErrorNone);
+    std::memset(&header, 0, sizeof(header));
+    header.pub.nInputPortIndex = 0;
+    header.pub.nFlags |= OMX_BUFFERFLAG_EOS;
+    header.priv.rgb_to_yuv = false;
+    ZVX_REQUIRE_EQ(handle.omx.EmptyThisBuffer(&handle, &header.pub), OMX_ErrorNone);
+    zvx_omx_encoder_component_destroy(&encoder);
+}
+
+/* Test 7 ("Color aspects") arrives with the set-parameter handler. */
+const zvx_component_suite_test ZVXP_TESTS[] = {
+    {1, "Encoder init n destroy", zvx_test_init_destroy},
+    {2, "Encoder destroy", zvx_test_destroy},
+    {3, "Encoder get extension index", zvx_test_get_extension_index},
+    {4, "Encoder get enabled roles", zvx_test_get_enabled_roles},
+    {5, "Encoder role enumeration", zvx_test_role_enum},
+    {6, "Encoder create handle", zvx_test_create_handle},
+};
+
+} // namespace
+
+quro_utf_suite *zvx_create_suite_encoder_component(quro_utf_mempool *pool, quro_utf_result_set *results,
+                                                   quro_utf_suite *prev_suite)
+{
+    return zvx_component_suite_build(pool, results, prev_suite, "Encoder component", ZVXP_TESTS,
+                                     static_cast<unsigned>(std::size(ZVXP_TESTS)));
+}
