@@ -70,14 +70,14 @@ typedef struct OMX_PARAM_ENABLETCXTYPE {
 } OMX_PARAM_ENABLETCXTYPE;
 static_assert(sizeof(OMX_PARAM_ENABLETCXTYPE) == 24);
 
-/* The enable record shared by the dma-buf and store-metadata switches. */
-typedef struct OMX_PARAM_ENABLETYPE {
+/* Switch of the dma-buf buffer mode. */
+typedef struct OMX_PARAM_ENABLEDMABUFTYPE {
     OMX_U32 nSize;
     OMX_VERSIONTYPE nVersion;
     OMX_U32 nPortIndex;
     OMX_BOOL bEnabled;
-} OMX_PARAM_ENABLETYPE;
-static_assert(sizeof(OMX_PARAM_ENABLETYPE) == 16);
+} OMX_PARAM_ENABLEDMABUFTYPE;
+static_assert(sizeof(OMX_PARAM_ENABLEDMABUFTYPE) == 16);
 
 /* Stream properties the session learns while decoding (the type name's spelling is historical). */
 typedef struct QURO_PARAM_SEQUENECE_PARAMETERS {

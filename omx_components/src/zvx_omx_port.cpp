@@ -1,0 +1,56 @@
+// Construction and teardown of a port's settings store, buffer tables, lists and semaphore.
+#include "zvx_omx_port.h"
+
+#include "zvx_mem.h"
+#include "zvx_omx_config.h"
+
+void zvx_omx_port_free_registered_buffer(zvx_map_pointer header)
+{
+    auto *buffer = static_cast<zvx_omx_common_bufferheadertype *>(header);
+    if (buffer == nullptr)
+        return;
+    zvx_mem_free(buffer->priv.alloc_buffer);
+    zvx_mem_free(buffer->priv.yuv_buffer);
+    zvx_mem_free(buffer);
+}
+
+void zvx_omx_port_free_mapped_buffer(zvx_map_pointer mapped_buffer)
+{
+    auto *mapping = static_cast<struct zvx_omx_common_mapped_buffer *>(mapped_buffer);
+    if (mapping == nullptr)
+        return;
+    zvx_mem_free(mapping->alloc_buffer);
+    zvx_mem_free(mapping);
+}
+
+OMX_ERRORTYPE zvx_omx_port_init(zvx_omx_port *port)
+{
+    // Everything that cannot fail comes first and the maps start zeroed, so that a port whose init
+    // failed half-way can still be destroyed.
+    *port = zvx_omx_port{};
+    zvx_list_construct_zvx_buffer(&port->tracked_buffers);
+    zvx_list_construct_omx_buffer(&port->buffer_list);
+    zvxu_semaphore_init(&port->buffer_sem);
+
+    OMX_ERRORTYPE error = zvx_omx_config_construct(&port->config_and_params);
+    if (error != OMX_ErrorNone)
+        return error;
+    if (!zvx_map_construct(&port->registered_buffers, zvx_map_int_hash, zvx_map_int_equal, nullptr,
+                           zvx_omx_port_free_registered_buffer))
+        return OMX_ErrorInsufficientResources;
+    if (!zvx_map_construct(&port->mapped_buffers, zvx_map_int_hash, zvx_map_int_equal, nullptr,
+                           zvx_omx_port_free_mapped_buffer))
+        return OMX_ErrorInsufficientResources;
+    return OMX_ErrorNone;
+}
+
+void zvx_omx_port_destroy(zvx_omx_port *port)
+{
+    zvx_omx_config_destruct(&port->config_and_params);
+    zvx_map_destruct(&port->registered_buffers);
+    zvx_map_destruct(&port->mapped_buffers);
+    zvx_list_destruct_zvx_buffer(&port->tracked_buffers);
+    zvx_list_destruct_omx_buffer(&port->buffer_list);
+    zvxu_semaphore_destroy(&port->buffer_sem);
+    port->hdr = nullptr;
+}
