@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "zvx_mem.h"
 #include "zvx_omx_api_call_record.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
@@ -30,11 +31,124 @@ struct zvx_omx_common_component *zvxp_component_of(OMX_HANDLETYPE handle)
     return static_cast<struct zvx_omx_common_component *>(static_cast<OMX_COMPONENTTYPE *>(handle)->pComponentPrivate);
 }
 
+OMX_PARAM_PORTDEFINITIONTYPE *zvxp_port_definition(struct zvx_omx_port &port)
+{
+    return static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(
+        zvx_omx_config_find(&port.config_and_params, OMX_IndexParamPortDefinition, 0));
+}
+
 bool zvxp_port_enabled(struct zvx_omx_port &port)
 {
-    const auto *definition = static_cast<const OMX_PARAM_PORTDEFINITIONTYPE *>(
-        zvx_omx_config_find(&port.config_and_params, OMX_IndexParamPortDefinition, 0));
+    const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvxp_port_definition(port);
     return definition == nullptr || definition->bEnabled != OMX_FALSE;
+}
+
+/* Caller holds the component lock. */
+void zvxp_update_populated(struct zvx_omx_port &port)
+{
+    OMX_PARAM_PORTDEFINITIONTYPE *definition = zvxp_port_definition(port);
+    if (definition != nullptr) {
+        const bool populated = zvx_map_size(&port.registered_buffers) >= definition->nBufferCountActual;
+        definition->bPopulated = populated ? OMX_TRUE : OMX_FALSE;
+    }
+}
+
+enum zvx_base_omx_buffer_format zvxp_buffer_format(const struct zvx_omx_common_component *comp, OMX_U32 port,
+                                                   const OMX_PARAM_PORTDEFINITIONTYPE *definition)
+{
+    if (port == zvx_omx_common_component_get_bitstream_port_index(comp) || definition == nullptr) {
+        return ZVX_BASE_OMX_BUFFER_FORMAT_BITSTREAM;
+    }
+    return definition->format.video.eColorFormat == OMX_COLOR_FormatYUV420SemiPlanar
+               ? ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_SEMIPLANAR
+               : ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_PLANAR;
+}
+
+/* The header's own address identifies the buffer to the session and in the port's table. */
+zvx_base_buffer_handle_t zvxp_buffer_id(const struct zvx_omx_common_bufferheadertype *header)
+{
+    return reinterpret_cast<zvx_base_buffer_handle_t>(header);
+}
+
+void zvxp_describe(struct zvx_omx_common_component *comp, OMX_U32 port,
+                   struct zvx_omx_common_bufferheadertype *header)
+{
+    const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvxp_port_definition(comp->ports[port]);
+    struct zvx_base_buffer_userspace &desc = header->priv.desc;
+    desc.buffer_id = zvxp_buffer_id(header);
+    desc.handle = reinterpret_cast<zvx_base_buffer_handle_t>(header->pub.pBuffer);
+    desc.allocator = ZVX_BASE_BUFFER_ALLOCATOR_VMALLOC;
+    desc.size = header->pub.nAllocLen;
+    desc.format = zvxp_buffer_format(comp, port, definition);
+    desc.crc_allocator = ZVX_BASE_BUFFER_ALLOCATOR_VMALLOC;
+    if (definition != nullptr) {
+        desc.width = definition->format.video.nFrameWidth;
+        desc.height = definition->format.video.nFrameHeight;
+        desc.stride = static_cast<uint32_t>(definition->format.video.nStride);
+    }
+}
+
+OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE **out, OMX_U32 port,
+                                   OMX_PTR app_private, OMX_U32 size, OMX_U8 *client_memory)
+{
+    struct zvx_omx_common_component *comp = zvxp_component_of(handle);
+    if (comp == nullptr || out == nullptr) {
+        return OMX_ErrorBadParameter;
+    }
+    if (port >= ZVX_OMX_PORT_COUNT) {
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Illegal port index. port=%u. (%s:%d)", port);
+        return OMX_ErrorBadPortIndex;
+    }
+    auto *header = static_cast<struct zvx_omx_common_bufferheadertype *>(
+        zvx_mem_calloc(1, sizeof(struct zvx_omx_common_bufferheadertype)));
+    if (header == nullptr) {
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Memory allocation failed. (%s:%d)");
+        return OMX_ErrorInsufficientResources;
+    }
+    if (client_memory == nullptr) {
+        header->priv.alloc_buffer = zvx_mem_valloc(size);
+        if (header->priv.alloc_buffer == nullptr) {
+            zvx_mem_free(header);
+            ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Memory allocation failed. (%s:%d)");
+            return OMX_ErrorInsufficientResources;
+        }
+    }
+    OMX_BUFFERHEADERTYPE &pub = header->pub;
+    pub.nSize = sizeof(OMX_BUFFERHEADERTYPE);
+    pub.nVersion.nVersion = 0x00020101; /* 1.1.2.0 */
+    pub.pBuffer = client_memory != nullptr ? client_memory : static_cast<OMX_U8 *>(header->priv.alloc_buffer);
+    pub.nAllocLen = size;
+    pub.pAppPrivate = app_private;
+    /* Both indices name the buffer's port, so a buffer of one port is refused by the other's flow. */
+    pub.nInputPortIndex = port;
+    pub.nOutputPortIndex = port;
+    header->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
+    header->priv.buffer_size = size;
+    zvxp_describe(comp, port, header);
+
+    const OMX_ERRORTYPE error = zvx_register_buffer(comp->driver_fd, port, &header->priv.desc);
+    if (error != OMX_ErrorNone) {
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Session refused buffer. hdr=%p, error=0x%x. (%s:%d)", &pub, error);
+        zvx_omx_port_free_registered_buffer(header);
+        return error;
+    }
+    struct zvx_omx_port &owner_port = comp->ports[port];
+    pthread_mutex_lock(&comp->lock);
+    const bool inserted = zvx_map_insert(&owner_port.registered_buffers, header, header);
+    if (inserted) {
+        zvxu_semaphore_wait(&owner_port.buffer_sem, 0);
+        zvx_list_push_back_value_omx_buffer(&owner_port.buffer_list, &pub);
+        zvxu_semaphore_post(&owner_port.buffer_sem);
+        zvxp_update_populated(owner_port);
+    }
+    pthread_mutex_unlock(&comp->lock);
+    if (!inserted) {
+        zvx_unregister_buffer(comp->driver_fd, header->priv.desc.buffer_id);
+        zvx_omx_port_free_registered_buffer(header);
+        return OMX_ErrorInsufficientResources;
+    }
+    *out = &pub;
+    return OMX_ErrorNone;
 }
 
 /* Hands the header to the component under the port's semaphore; false if the component holds it already.
@@ -108,6 +222,58 @@ OMX_ERRORTYPE zvxp_queue_buffer(const zvxp_buffer_direction &direction, OMX_HAND
 }
 
 } // namespace
+
+OMX_ERRORTYPE zvx_omx_common_component_use_buffer(OMX_HANDLETYPE hComponent, OMX_BUFFERHEADERTYPE **ppBufferHdr,
+                                                  OMX_U32 nPortIndex, OMX_PTR pAppPrivate, OMX_U32 nSizeBytes,
+                                                  OMX_U8 *pBuffer)
+{
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_UseBuffer(handle=%p, port=%u, size=%u, buffer=%p). (%s:%d)",
+            hComponent, nPortIndex, nSizeBytes, pBuffer);
+    if (pBuffer == nullptr) {
+        return OMX_ErrorBadParameter;
+    }
+    return zvxp_register_buffer(hComponent, ppBufferHdr, nPortIndex, pAppPrivate, nSizeBytes, pBuffer);
+}
+
+OMX_ERRORTYPE zvx_omx_common_component_allocate_buffer(OMX_HANDLETYPE hComponent,
+                                                       OMX_BUFFERHEADERTYPE **ppBufferHdr, OMX_U32 nPortIndex,
+                                                       OMX_PTR pAppPrivate, OMX_U32 nSizeBytes)
+{
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_AllocateBuffer(handle=%p, port=%u, size=%u). (%s:%d)", hComponent,
+            nPortIndex, nSizeBytes);
+    return zvxp_register_buffer(hComponent, ppBufferHdr, nPortIndex, pAppPrivate, nSizeBytes, nullptr);
+}
+
+OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OMX_U32 nPortIndex,
+                                                   OMX_BUFFERHEADERTYPE *pBufferHdr)
+{
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_FreeBuffer(handle=%p, port=%u, hdr=%p). (%s:%d)", hComponent,
+            nPortIndex, pBufferHdr);
+    struct zvx_omx_common_component *comp = zvxp_component_of(hComponent);
+    if (comp == nullptr || pBufferHdr == nullptr) {
+        return OMX_ErrorBadParameter;
+    }
+    if (nPortIndex >= ZVX_OMX_PORT_COUNT) {
+        return OMX_ErrorBadPortIndex;
+    }
+    struct zvx_omx_port &port = comp->ports[nPortIndex];
+    struct zvx_omx_common_bufferheadertype *header = zvx_omx_common_bufferheader_from_pub(pBufferHdr);
+    pthread_mutex_lock(&comp->lock);
+    if (zvx_map_find(&port.registered_buffers, header) == nullptr) {
+        pthread_mutex_unlock(&comp->lock);
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Unknown buffer. hdr=%p. (%s:%d)", pBufferHdr);
+        return OMX_ErrorBadParameter;
+    }
+    zvxu_semaphore_wait(&port.buffer_sem, 0);
+    zvx_list_remove_value_omx_buffer(&port.buffer_list, pBufferHdr);
+    zvx_list_remove_value_zvx_buffer(&port.tracked_buffers, header);
+    zvxu_semaphore_post(&port.buffer_sem);
+    zvx_unregister_buffer(comp->driver_fd, header->priv.desc.buffer_id);
+    zvx_map_erase(&port.registered_buffers, header);
+    zvxp_update_populated(port);
+    pthread_mutex_unlock(&comp->lock);
+    return OMX_ErrorNone;
+}
 
 OMX_ERRORTYPE zvx_omx_common_component_empty_this_buffer(OMX_HANDLETYPE hComponent, OMX_BUFFERHEADERTYPE *pBuffer)
 {
