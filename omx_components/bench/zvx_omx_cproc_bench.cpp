@@ -1,0 +1,152 @@
+// Command dispatch latency: from queue_command on a client thread to the start of the command's
+// function on the command thread, beside the machine's floor for waking a thread through a pipe
+// with poll and through an eventfd.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include "zvx_mem.h"
+#include "zvx_omx_common_component.h"
+#include "zvx_omx_common_cproc.h"
+
+namespace {
+
+using bench_clock = std::chrono::steady_clock;
+
+std::atomic<int64_t> woken_at_ns{-1};
+
+int64_t now_ns()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(bench_clock::now().time_since_epoch()).count();
+}
+
+void wait_for_wake_up()
+{
+    while (woken_at_ns.load(std::memory_order_acquire) < 0) {
+        std::this_thread::yield();
+    }
+}
+
+void report(benchmark::State &state, std::vector<int64_t> &latencies_ns)
+{
+    std::sort(latencies_ns.begin(), latencies_ns.end());
+    const auto at = [&](double fraction) {
+        return static_cast<double>(latencies_ns[static_cast<size_t>(fraction * (latencies_ns.size() - 1))]) / 1000.0;
+    };
+    state.counters["median_us"] = at(0.5);
+    state.counters["p99_us"] = at(0.99);
+}
+
+bool mark_woken(struct zvx_omx_common_component *, struct zvx_omx_common_cproc_command_data *)
+{
+    woken_at_ns.store(now_ns(), std::memory_order_release);
+    return true;
+}
+
+void BM_CommandDispatch(benchmark::State &state)
+{
+    zvx_omx_common_component comp;
+    std::memset(&comp, 0, sizeof(comp));
+    comp.driver_fd = -1;
+    zvx_omx_common_cproc_invoker_init(&comp.cproc_invoker);
+    zvx_omx_common_cproc_command_queue_init(&comp.cproc_queue);
+    zvx_omx_common_cproc_invoker_start(&comp);
+    // Let the thread get past its first wake-up, after which it sleeps in poll without a time-out.
+    auto *warm_up = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+    warm_up->function = mark_woken;
+    woken_at_ns = -1;
+    zvx_omx_common_component_queue_command(&comp, warm_up);
+    wait_for_wake_up();
+
+    std::vector<int64_t> latencies_ns;
+    for (auto _ : state) {
+        auto *command = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+        command->function = mark_woken;
+        woken_at_ns = -1;
+        const int64_t queued_at = now_ns();
+        zvx_omx_common_component_queue_command(&comp, command);
+        wait_for_wake_up();
+        latencies_ns.push_back(woken_at_ns.load() - queued_at);
+    }
+    zvx_omx_common_cproc_invoker_exit(&comp);
+    zvx_omx_common_cproc_command_queue_destroy(&comp.cproc_queue);
+    report(state, latencies_ns);
+}
+
+// The floor: a second thread blocked in poll on one descriptor, woken by one write.
+template <typename Wake, typename Drain> void ping_pong(benchmark::State &state, int fd, Wake wake, Drain drain)
+{
+    std::atomic<bool> stop{false};
+    std::thread sleeper([&] {
+        struct pollfd entry = {fd, POLLIN, 0};
+        while (!stop.load()) {
+            if (poll(&entry, 1, -1) > 0) {
+                drain();
+                woken_at_ns.store(now_ns(), std::memory_order_release);
+            }
+        }
+    });
+    std::vector<int64_t> latencies_ns;
+    for (auto _ : state) {
+        woken_at_ns = -1;
+        const int64_t sent_at = now_ns();
+        wake();
+        wait_for_wake_up();
+        latencies_ns.push_back(woken_at_ns.load() - sent_at);
+    }
+    stop = true;
+    wake();
+    sleeper.join();
+    report(state, latencies_ns);
+}
+
+void BM_PipePollFloor(benchmark::State &state)
+{
+    int fds[2];
+    if (pipe(fds) != 0) {
+        state.SkipWithError("pipe failed");
+        return;
+    }
+    const uint32_t word = 0;
+    ping_pong(
+        state, fds[0], [&] { benchmark::DoNotOptimize(write(fds[1], &word, sizeof(word))); },
+        [&] {
+            uint32_t got;
+            benchmark::DoNotOptimize(read(fds[0], &got, sizeof(got)));
+        });
+    close(fds[0]);
+    close(fds[1]);
+}
+
+void BM_EventfdPollFloor(benchmark::State &state)
+{
+    const int fd = eventfd(0, 0);
+    if (fd < 0) {
+        state.SkipWithError("eventfd failed");
+        return;
+    }
+    const uint64_t one = 1;
+    ping_pong(
+        state, fd, [&] { benchmark::DoNotOptimize(write(fd, &one, sizeof(one))); },
+        [&] {
+            uint64_t count;
+            benchmark::DoNotOptimize(read(fd, &count, sizeof(count)));
+        });
+    close(fd);
+}
+
+} // namespace
+
+BENCHMARK(BM_CommandDispatch)->Iterations(20000)->UseRealTime();
+BENCHMARK(BM_PipePollFloor)->Iterations(20000)->UseRealTime();
+BENCHMARK(BM_EventfdPollFloor)->Iterations(20000)->UseRealTime();
+
+BENCHMARK_MAIN();

@@ -1,0 +1,184 @@
+// The command processor against a scripted session: this executable links its own session
+// functions instead of the stub, so that event fetches can be counted and events injected.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <mutex>
+#include <unistd.h>
+#include <vector>
+
+#include "zvx_mem.h"
+#include "zvx_omx_common_component.h"
+#include "zvx_omx_common_cproc.h"
+#include "zvx_session_interface.h"
+
+namespace {
+
+std::atomic<int> get_event_calls;
+std::atomic<int> pending_state_events;
+
+} // namespace
+
+struct zvx_base_event_header *zvx_get_event(int, OMX_U32)
+{
+    ++get_event_calls;
+    if (pending_state_events.load() == 0) {
+        return nullptr;
+    }
+    --pending_state_events;
+    auto *event = static_cast<struct zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + 4));
+    event->code = ZVX_BASE_EVENT_STATE_CHANGED;
+    event->size = 4;
+    const int32_t running = ZVX_BASE_HW_STATE_RUNNING;
+    std::memcpy(event->data, &running, sizeof(running));
+    return event;
+}
+
+void zvx_free_thread_error_container(void) {}
+
+namespace {
+
+// Only what the command thread touches: queue, invoker, device descriptor and session flag.
+class CommandProcessor : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        get_event_calls = 0;
+        pending_state_events = 0;
+        std::memset(&comp_, 0, sizeof(comp_));
+        comp_.driver_fd = -1;
+        zvx_omx_common_cproc_invoker_init(&comp_.cproc_invoker);
+        zvx_omx_common_cproc_command_queue_init(&comp_.cproc_queue);
+    }
+
+    void TearDown() override
+    {
+        zvx_omx_common_cproc_invoker_exit(&comp_);
+        zvx_omx_common_cproc_command_queue_destroy(&comp_.cproc_queue);
+    }
+
+    zvx_omx_common_component comp_;
+};
+
+struct recorded_command {
+    struct zvx_omx_common_cproc_command_data head;
+    int id;
+    int runs_left; // not done until this reaches zero
+};
+
+std::mutex log_mutex;
+std::vector<int> run_log;
+
+bool record_run(struct zvx_omx_common_component *, struct zvx_omx_common_cproc_command_data *command)
+{
+    auto *recorded = reinterpret_cast<recorded_command *>(command);
+    std::lock_guard<std::mutex> lock(log_mutex);
+    run_log.push_back(recorded->id);
+    return --recorded->runs_left <= 0;
+}
+
+void queue_recorded(zvx_omx_common_component *comp, int id, int runs)
+{
+    auto *command = static_cast<recorded_command *>(zvx_mem_malloc(sizeof(recorded_command)));
+    command->head.function = record_run;
+    command->id = id;
+    command->runs_left = runs;
+    ASSERT_TRUE(zvx_omx_common_component_queue_command(comp, &command->head));
+}
+
+std::vector<int> take_run_log()
+{
+    std::lock_guard<std::mutex> lock(log_mutex);
+    std::vector<int> taken;
+    taken.swap(run_log);
+    return taken;
+}
+
+TEST_F(CommandProcessor, UnfinishedCommandRunsAgainBehindLaterOnesUntilDone)
+{
+    take_run_log();
+    // Queued before the thread starts, so the order of the runs is fixed.
+    queue_recorded(&comp_, 1, 3);
+    queue_recorded(&comp_, 2, 1);
+    queue_recorded(&comp_, 3, 1);
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    // Freed exactly once when done: a second free or a leak fails the sanitizer builds.
+    EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2, 3, 1, 1}));
+}
+
+TEST_F(CommandProcessor, EverythingQueuedBeforeExitRunsAndTheThreadCanStartAgain)
+{
+    take_run_log();
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    for (int id = 0; id < 200; ++id) {
+        queue_recorded(&comp_, id, 1);
+    }
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    EXPECT_EQ(take_run_log().size(), 200u);
+    EXPECT_EQ(comp_.cproc_invoker.invoker_thread, 0u);
+    EXPECT_EQ(comp_.cproc_invoker.exit, 0);
+
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    queue_recorded(&comp_, 7, 1);
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    EXPECT_EQ(take_run_log(), std::vector<int>{7});
+}
+
+TEST_F(CommandProcessor, ExitWithoutThreadAndNullArgumentsAreHarmless)
+{
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    zvx_omx_common_cproc_invoker_exit(nullptr);
+    zvx_omx_common_cproc_invoker_start(nullptr);
+    EXPECT_FALSE(zvx_omx_common_cproc_command_queue_enqueue(&comp_.cproc_queue, nullptr));
+    EXPECT_EQ(zvx_omx_common_cproc_command_queue_dequeue(&comp_.cproc_queue), nullptr);
+}
+
+class CommandProcessorWithDevice : public CommandProcessor {
+protected:
+    void SetUp() override
+    {
+        CommandProcessor::SetUp();
+        ASSERT_EQ(pipe(device_), 0);
+        // A device that always polls readable.
+        const char byte = 1;
+        ASSERT_EQ(write(device_[1], &byte, 1), 1);
+        comp_.driver_fd = device_[0];
+    }
+
+    void TearDown() override
+    {
+        CommandProcessor::TearDown();
+        close(device_[0]);
+        close(device_[1]);
+    }
+
+    int device_[2];
+};
+
+TEST_F(CommandProcessorWithDevice, NoEventIsFetchedWithoutSession)
+{
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    for (int id = 0; id < 20; ++id) {
+        queue_recorded(&comp_, id, 1);
+    }
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    take_run_log();
+    EXPECT_EQ(get_event_calls.load(), 0);
+}
+
+TEST_F(CommandProcessorWithDevice, SessionEventsReachTheDispatcher)
+{
+    comp_.session_created = true;
+    comp_.hw_state = ZVX_BASE_HW_STATE_STOPPED;
+    pending_state_events = 1;
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    while (pending_state_events.load() != 0) {
+        usleep(100);
+    }
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    EXPECT_EQ(comp_.hw_state, ZVX_BASE_HW_STATE_RUNNING);
+}
+
+} // namespace

@@ -1,0 +1,133 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "zvx_blackbox.h"
+#include "zvx_omx_common_component_role.h"
+#include "zvx_omx_decoder_component.h"
+#include "zvx_omx_encoder_component.h"
+
+namespace {
+
+std::string enumerate_role(OMX_ERRORTYPE (*role_enum)(OMX_HANDLETYPE, OMX_U8 *, OMX_U32), OMX_U32 index)
+{
+    OMX_U8 role[OMX_MAX_STRINGNAME_SIZE] = {};
+    if (role_enum(nullptr, role, index) != OMX_ErrorNone) {
+        return "<none>";
+    }
+    return reinterpret_cast<const char *>(role);
+}
+
+OMX_BOOL reject_decoder_vp8(const char *role)
+{
+    return std::strcmp(role, "video_decoder.vp8") != 0 ? OMX_TRUE : OMX_FALSE;
+}
+
+class Roles : public ::testing::Test {
+protected:
+    void SetUp() override { bb_reset_cb(); }
+    void TearDown() override { bb_reset_cb(); }
+};
+
+TEST_F(Roles, DecoderEnumeratesItsNineRolesInTableOrder)
+{
+    const char *expected[] = {"video_decoder.avc", "video_decoder.h263", "video_decoder.mpeg4",
+                              "video_decoder.vp8", "video_decoder.vp9",  "video_decoder.rv",
+                              "video_decoder.vc1", "video_decoder.mpeg2", "video_decoder.hevc"};
+    for (OMX_U32 i = 0; i < 9; ++i) {
+        EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, i), expected[i]);
+    }
+    OMX_U8 role[OMX_MAX_STRINGNAME_SIZE];
+    EXPECT_EQ(zvx_omx_decoder_component_role_enum(nullptr, role, 9), OMX_ErrorNoMore);
+}
+
+TEST_F(Roles, EncoderEnumeratesItsFourRoles)
+{
+    int count = 0;
+    const char **roles = zvx_omx_encoder_get_enabled_roles(&count);
+    ASSERT_EQ(count, 4);
+    EXPECT_STREQ(roles[0], "video_encoder.avc");
+    EXPECT_STREQ(roles[3], "video_encoder.hevc");
+    EXPECT_EQ(enumerate_role(zvx_omx_encoder_component_role_enum, 2), "video_encoder.vp9");
+    EXPECT_EQ(enumerate_role(zvx_omx_encoder_component_role_enum, 4), "<none>");
+}
+
+TEST_F(Roles, RoleRejectedBySessionShiftsTheEnumeration)
+{
+    bb_cb.bbcb_role_enabled = reject_decoder_vp8;
+    EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 3), "video_decoder.vp9");
+    EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 7), "video_decoder.hevc");
+    EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 8), "<none>");
+}
+
+TEST_F(Roles, RoleCopyStaysInsideTheClientBuffer)
+{
+    OMX_U8 buffer[OMX_MAX_STRINGNAME_SIZE + 1];
+    std::memset(buffer, 0xAB, sizeof(buffer));
+    ASSERT_EQ(zvx_omx_decoder_component_role_enum(nullptr, buffer, 0), OMX_ErrorNone);
+    EXPECT_STREQ(reinterpret_cast<const char *>(buffer), "video_decoder.avc");
+    EXPECT_EQ(buffer[OMX_MAX_STRINGNAME_SIZE - 1], 0);
+    EXPECT_EQ(buffer[OMX_MAX_STRINGNAME_SIZE], 0xAB);
+}
+
+class SetRole : public Roles {
+protected:
+    void SetUp() override
+    {
+        Roles::SetUp();
+        ASSERT_EQ(zvx_omx_decoder_component_init(&decoder_handle_, &decoder_, nullptr, nullptr), OMX_ErrorNone);
+        ASSERT_EQ(zvx_omx_encoder_component_init(&encoder_handle_, &encoder_, nullptr, nullptr), OMX_ErrorNone);
+    }
+
+    void TearDown() override
+    {
+        zvx_omx_decoder_component_destroy(&decoder_);
+        zvx_omx_encoder_component_destroy(&encoder_);
+        Roles::TearDown();
+    }
+
+    zvx_omx_decoder_component decoder_;
+    zvx_omx_component decoder_handle_;
+    zvx_omx_encoder_component encoder_;
+    zvx_omx_component encoder_handle_;
+};
+
+TEST_F(SetRole, KnownCodecWordSetsTheRoleAndClosesTheSession)
+{
+    decoder_.common.session_created = true;
+    EXPECT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.hevc"), OMX_ErrorNone);
+    EXPECT_EQ(decoder_.common.role, ZVX_OMX_COMPONENT_ROLE_HEVC);
+    EXPECT_FALSE(decoder_.common.session_created);
+
+    // Every codec word is accepted by both kinds; only the role tables differ.
+    EXPECT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_encoder.mpeg2"), OMX_ErrorNone);
+    EXPECT_EQ(encoder_.common.role, ZVX_OMX_COMPONENT_ROLE_MPEG2);
+}
+
+TEST_F(SetRole, WrongPrefixChangesNothing)
+{
+    ASSERT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_encoder.vp8"), OMX_ErrorNone);
+    EXPECT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_decoder.avc"), OMX_ErrorUndefined);
+    EXPECT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_encoder"), OMX_ErrorUndefined);
+    EXPECT_EQ(encoder_.common.role, ZVX_OMX_COMPONENT_ROLE_VP8);
+}
+
+TEST_F(SetRole, UnknownCodecWordClearsTheRole)
+{
+    ASSERT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.avc"), OMX_ErrorNone);
+    EXPECT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.xyz"), OMX_ErrorBadParameter);
+    EXPECT_EQ(decoder_.common.role, ZVX_OMX_COMPONENT_ROLE_UNCLASSIFIED);
+    // The word must match exactly, not merely start the same.
+    EXPECT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.avc1"), OMX_ErrorBadParameter);
+}
+
+TEST_F(SetRole, DecoderDestroyRestoresTheCommonExtensionLookup)
+{
+    EXPECT_NE(decoder_handle_.omx.GetExtensionIndex, decoder_.InheritedGetExtensionIndex);
+    zvx_omx_decoder_component_destroy(&decoder_);
+    EXPECT_EQ(decoder_handle_.omx.GetExtensionIndex, decoder_.InheritedGetExtensionIndex);
+    ASSERT_EQ(zvx_omx_decoder_component_init(&decoder_handle_, &decoder_, nullptr, nullptr), OMX_ErrorNone);
+}
+
+} // namespace
