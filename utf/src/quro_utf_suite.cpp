@@ -182,7 +182,7 @@ bool quro_utfp_run_fixture(quro_utf_suite* suite, quro_utfp_suite_run* run, cons
     quro_utfp_test_log_result("UTF: Fixture creation failed [1]", QURO_UTF_RESULT_FAIL);
     return false;
   }
-  const bool timed = run->verdict != QURO_UTF_RESULT_FATAL;
+  const volatile bool timed = run->verdict != QURO_UTF_RESULT_FATAL;
   if (!timed) {
     quro_utfp_test_log_result("UTF: Failed because of earlier FATAL", QURO_UTF_RESULT_FATAL);
     suite->status = QURO_UTF_RESULT_FATAL;
@@ -616,7 +616,7 @@ int quro_utf_catch(quro_utf_suite* suite, quro_utf_catch_function function, void
   suite->expected_status = QURO_UTF_RESULT_ABORT;
   quro_tpi_mutex_unlock(&quro_utfp_current_suite_lock);
   suite->jump_thread = quro_tpi_thread_id();
-  int aborted = 1;
+  volatile int aborted = 1;
   if (setjmp(suite->jump_dest) == 0) {
     function(argument);
     aborted = 0;
