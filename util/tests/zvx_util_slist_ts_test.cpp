@@ -9,10 +9,10 @@
 
 namespace {
 #if defined(__SANITIZE_THREAD__)
-constexpr uint64_t items_per_producer = 50000;
+constexpr uint64_t items_per_producer = 250000;
 #elif defined(__has_feature)
 #if __has_feature(thread_sanitizer)
-constexpr uint64_t items_per_producer = 50000;
+constexpr uint64_t items_per_producer = 250000;
 #else
 constexpr uint64_t items_per_producer = 1000000;
 #endif
