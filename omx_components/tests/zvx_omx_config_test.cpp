@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "zvx_omx_common_component.h"
+#include "zvx_omx_config.h"
+#include "zvx_omx_extensions.h"
+
+namespace {
+
+class SettingsStore : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(zvx_omx_config_construct(&store), OMX_ErrorNone); }
+    void TearDown() override { zvx_omx_config_destruct(&store); }
+
+    struct zvx_map store;
+};
+
+TEST_F(SettingsStore, InsertUnderAnExistingKeyReplacesTheCopy)
+{
+    OMX_PARAM_U32TYPE first = {};
+    first.nU32 = 1;
+    OMX_PARAM_U32TYPE second = {};
+    second.nU32 = 2;
+    ASSERT_EQ(zvx_omx_config_insert(&store, OMX_IndexConfigOperatingRate, 3, &first, sizeof(first)), OMX_ErrorNone);
+    first.nU32 = 99; // the store keeps its own copy
+    ASSERT_EQ(zvx_omx_config_insert(&store, OMX_IndexConfigOperatingRate, 3, &second, sizeof(second)), OMX_ErrorNone);
+
+    EXPECT_EQ(zvx_map_size(&store), 1u);
+    auto *found = static_cast<OMX_PARAM_U32TYPE *>(zvx_omx_config_find(&store, OMX_IndexConfigOperatingRate, 3));
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found->nU32, 2u);
+    EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexConfigOperatingRate, 0), nullptr);
+}
+
+TEST_F(SettingsStore, FifthPortFormatExistsOnlyOnTheEncoderInput)
+{
+    ASSERT_EQ(zvx_omx_config_decoder_output(&store), OMX_ErrorNone);
+    EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamVideoPortFormat, 4), nullptr);
+
+    struct zvx_map encoder_input;
+    ASSERT_EQ(zvx_omx_config_construct(&encoder_input), OMX_ErrorNone);
+    ASSERT_EQ(zvx_omx_config_encoder_input(&encoder_input), OMX_ErrorNone);
+    auto *format = static_cast<OMX_VIDEO_PARAM_PORTFORMATTYPE *>(
+        zvx_omx_config_find(&encoder_input, OMX_IndexParamVideoPortFormat, 4));
+    ASSERT_NE(format, nullptr);
+    EXPECT_EQ(format->eColorFormat, OMX_COLOR_Format32bitBGRA8888);
+    EXPECT_EQ(format->nIndex, 4u);
+    EXPECT_EQ(format->xFramerate, 30u << 16);
+    zvx_omx_config_destruct(&encoder_input);
+}
+
+TEST_F(SettingsStore, AvcDecoderListsEveryProfileLevelPairProfileMajor)
+{
+    ASSERT_EQ(zvx_omx_port_avc_config(ZVX_OMX_DECODER, 0, &store), OMX_ErrorNone);
+
+    const OMX_U32 profiles[] = {OMX_VIDEO_AVCProfileBaseline, OMX_VIDEO_AVCProfileMain, OMX_VIDEO_AVCProfileHigh};
+    for (OMX_U32 sub_index = 0; sub_index < 48; ++sub_index) {
+        auto *pair = static_cast<OMX_VIDEO_PARAM_PROFILELEVELTYPE *>(
+            zvx_omx_config_find(&store, OMX_IndexParamVideoProfileLevelQuerySupported, sub_index));
+        ASSERT_NE(pair, nullptr) << sub_index;
+        EXPECT_EQ(pair->eProfile, profiles[sub_index / 16]) << sub_index;
+        EXPECT_EQ(pair->eLevel, 1u << (sub_index % 16)) << sub_index;
+        EXPECT_EQ(pair->nProfileIndex, sub_index);
+    }
+    EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamVideoProfileLevelQuerySupported, 48), nullptr);
+
+    auto *avc = static_cast<OMX_VIDEO_PARAM_AVCTYPE *>(zvx_omx_config_find(&store, OMX_IndexParamVideoAvc, 0));
+    ASSERT_NE(avc, nullptr);
+    EXPECT_EQ(avc->nSize, sizeof(OMX_VIDEO_PARAM_AVCTYPE));
+    EXPECT_EQ(avc->nVersion.nVersion, 0x00020101u);
+    EXPECT_EQ(avc->nPFrames, 29u);
+    EXPECT_EQ(avc->eProfile, OMX_VIDEO_AVCProfileBaseline);
+    EXPECT_EQ(avc->eLevel, OMX_VIDEO_AVCLevel1);
+}
+
+TEST_F(SettingsStore, CodecDefaultsCarryTheCodecCompressionFormat)
+{
+    struct Case {
+        OMX_ERRORTYPE (*config)(uint32_t, OMX_U32, struct zvx_map *);
+        uint32_t type;
+        OMX_VIDEO_CODINGTYPE coding;
+    };
+    const Case cases[] = {
+        {zvx_omx_port_h263_config, ZVX_OMX_DECODER, OMX_VIDEO_CodingH263},
+        {zvx_omx_port_hevc_config, ZVX_OMX_ENCODER, OMX_VIDEO_CodingHEVC},
+        {zvx_omx_port_mpeg2_config, ZVX_OMX_DECODER, OMX_VIDEO_CodingMPEG2},
+        {zvx_omx_port_vc1_config, ZVX_OMX_DECODER, OMX_VIDEO_CodingWMV},
+        {zvx_omx_port_vp9_config, ZVX_OMX_ENCODER, OMX_VIDEO_CodingVP9},
+    };
+    for (const Case &c : cases) {
+        struct zvx_map map;
+        ASSERT_EQ(zvx_omx_config_construct(&map), OMX_ErrorNone);
+        ASSERT_EQ(c.config(c.type, 1, &map), OMX_ErrorNone);
+        auto *def = static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&map, OMX_IndexParamPortDefinition, 0));
+        ASSERT_NE(def, nullptr);
+        EXPECT_EQ(def->format.video.eCompressionFormat, c.coding);
+        EXPECT_EQ(def->nPortIndex, 1u);
+        EXPECT_NE(zvx_omx_config_find(&map, OMX_IndexParamVideoProfileLevelQuerySupported, 0), nullptr);
+        zvx_omx_config_destruct(&map);
+    }
+}
+
+TEST_F(SettingsStore, JpegFrameDefaultsKeepOnlyFourTwoZeroYuvRenumbered)
+{
+    ASSERT_EQ(zvx_omx_config_encoder_input(&store), OMX_ErrorNone);
+    ASSERT_EQ(zvx_omx_frame_port_jpeg_config(&store), OMX_ErrorNone);
+
+    const OMX_COLOR_FORMATTYPE kept[] = {OMX_COLOR_FormatYUV420Planar, OMX_COLOR_FormatYUV420SemiPlanar};
+    for (OMX_U32 i = 0; i < 2; ++i) {
+        auto *format = static_cast<OMX_VIDEO_PARAM_PORTFORMATTYPE *>(
+            zvx_omx_config_find(&store, OMX_IndexParamVideoPortFormat, i));
+        ASSERT_NE(format, nullptr);
+        EXPECT_EQ(format->eColorFormat, kept[i]);
+        EXPECT_EQ(format->nIndex, i);
+    }
+    EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamVideoPortFormat, 2), nullptr);
+}
+
+TEST(ComponentSettings, RoleFollowsTheComponentType)
+{
+    static zvx_omx_common_component component;
+    const struct {
+        zvx_omx_component_type_t type;
+        const char *role;
+    } cases[] = {{ZVX_OMX_DECODER, "video_decoder.avc"}, {ZVX_OMX_ENCODER, "video_encoder.avc"}};
+    for (const auto &c : cases) {
+        component.type = c.type;
+        ASSERT_EQ(zvx_omx_clone_default_settings(&component), OMX_ErrorNone);
+        auto *role = static_cast<OMX_PARAM_COMPONENTROLETYPE *>(
+            zvx_omx_config_find(&component.config_and_params, OMX_IndexParamStandardComponentRole, 0));
+        ASSERT_NE(role, nullptr);
+        EXPECT_STREQ(reinterpret_cast<const char *>(role->cRole), c.role);
+        auto *video = static_cast<OMX_PORT_PARAM_TYPE *>(
+            zvx_omx_config_find(&component.config_and_params, OMX_IndexParamVideoInit, 0));
+        ASSERT_NE(video, nullptr);
+        EXPECT_EQ(video->nPorts, 2u);
+        zvx_omx_config_destruct(&component.config_and_params);
+    }
+}
+
+} // namespace
