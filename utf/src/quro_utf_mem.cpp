@@ -1,6 +1,8 @@
 // Grow-only pools: requests are carved from the current block; nothing is freed before the pool.
 #include <stdint.h>
 
+#include <atomic>
+
 #include "quro_utf.h"
 
 namespace {
@@ -10,6 +12,11 @@ constexpr size_t kAlignment = 16;
 constexpr size_t quro_utfp_round_up(size_t size) { return (size + (kAlignment - 1)) & ~(kAlignment - 1); }
 
 constexpr size_t kHeaderSize = quro_utfp_round_up(sizeof(quro_utf_mempool_block));
+
+// The current block is read without the lock to refuse pools that were destroyed or never set up.
+std::atomic_ref<quro_utf_mempool_block*> quro_utfp_current_block(quro_utf_mempool* pool) {
+  return std::atomic_ref<quro_utf_mempool_block*>(pool->last_block);
+}
 
 // Usable sizes are kept multiples of the alignment so that every carved address stays aligned.
 quro_utf_mempool_block* quro_utfp_new_block(size_t usable) {
@@ -53,7 +60,7 @@ void* quro_utfp_alloc_locked(quro_utf_mempool* pool, size_t size) {
       return nullptr;
     }
     block->previous_block = current;
-    pool->last_block = block;
+    quro_utfp_current_block(pool).store(block, std::memory_order_release);
     return quro_utfp_carve(block, size);
   }
   // A dedicated block behind the current one keeps the current block's free space in service.
@@ -89,7 +96,7 @@ quro_utf_memerr quro_utf_mempool_init(quro_utf_mempool* pool, size_t block_size)
 }
 
 void* quro_utf_mempool_alloc(quro_utf_mempool* pool, size_t size) {
-  if (pool->last_block == nullptr) {
+  if (quro_utfp_current_block(pool).load(std::memory_order_acquire) == nullptr) {
     return nullptr;
   }
   quro_tpi_mutex_lock(&pool->pool_lock);
@@ -106,8 +113,7 @@ quro_utf_memerr quro_utf_mempool_destroy(quro_utf_mempool* pool) {
     return QURO_UTF_MEM_ERROR;
   }
   quro_tpi_mutex_lock(&pool->pool_lock);
-  quro_utf_mempool_block* block = pool->last_block;
-  pool->last_block = nullptr;
+  quro_utf_mempool_block* block = quro_utfp_current_block(pool).exchange(nullptr, std::memory_order_acq_rel);
   while (block != nullptr) {
     quro_utf_mempool_block* previous = block->previous_block;
     quro_tpi_free(block);

@@ -17,4 +17,9 @@ void zvx_backtrace_signal_handler(int signal_number) {
   exit(signal_number);
 }
 
-void zvx_backtrace_init(void) { signal(SIGSEGV, zvx_backtrace_signal_handler); }
+void zvx_backtrace_init(void) {
+  // The first backtrace() loads the unwinder, which allocates: do it now rather than in the handler.
+  void* frame = nullptr;
+  backtrace(&frame, 1);
+  signal(SIGSEGV, zvx_backtrace_signal_handler);
+}
