@@ -31,15 +31,6 @@ protected:
 };
 } // namespace
 
-TEST_F(TypedList, InsertsAtBothEndsAndBeforeAnElement)
-{
-    zvx_list_push_front_value_intptr(&list, &values[4]);
-    zvx_list_insert_before_value_intptr(&list, list.node.prev, &values[5]);
-    EXPECT_EQ(contents(list),
-              (std::vector<int *>{&values[4], &values[0], &values[1], &values[2], &values[5], &values[3]}));
-    EXPECT_EQ(zvx_list_size_intptr(&list), 6u);
-}
-
 TEST_F(TypedList, EraseReturnsSuccessorAndReraseReturnsPredecessor)
 {
     zvx_list_iterator_intptr second = list.node.next->next;
@@ -53,13 +44,14 @@ TEST_F(TypedList, EraseReturnsSuccessorAndReraseReturnsPredecessor)
     EXPECT_EQ(list.node.prev, &list.node);
 }
 
-TEST_F(TypedList, RemoveValueErasesEveryCopy)
+TEST_F(TypedList, InsertsAnywhereAndRemoveValueErasesEveryCopy)
 {
     zvx_list_push_front_value_intptr(&list, &values[2]);
+    zvx_list_insert_before_value_intptr(&list, list.node.prev, &values[2]);
+    EXPECT_EQ(contents(list),
+              (std::vector<int *>{&values[2], &values[0], &values[1], &values[2], &values[2], &values[3]}));
     zvx_list_remove_value_intptr(&list, &values[2]);
     EXPECT_EQ(contents(list), (std::vector<int *>{&values[0], &values[1], &values[3]}));
-    zvx_list_remove_value_intptr(&list, &values[5]);
-    EXPECT_EQ(zvx_list_size_intptr(&list), 3u);
 }
 
 TEST_F(TypedList, SpliceMovesAHalfOpenRangeBetweenLists)
@@ -112,15 +104,4 @@ TEST(CircularList, KeepsSizeMinusOneNewestAcrossWraps)
     EXPECT_EQ(zvxu_circular_list_is_empty(list), 1);
     EXPECT_EQ(zvxu_circular_list_dequeue(list), 0);
     zvxu_circular_list_destroy(list);
-}
-
-TEST(CircularList, NullAndInvalidListsAreTolerated)
-{
-    EXPECT_EQ(zvxu_circular_list_create(0), nullptr);
-    EXPECT_EQ(zvxu_circular_list_enqueue(nullptr, 1), 0);
-    EXPECT_EQ(zvxu_circular_list_dequeue(nullptr), 0);
-    EXPECT_EQ(zvxu_circular_list_peek(nullptr, 0), 0);
-    EXPECT_EQ(zvxu_circular_list_is_empty(nullptr), 1);
-    EXPECT_EQ(zvxu_circular_list_get_num_elements(nullptr), 0);
-    zvxu_circular_list_destroy(nullptr);
 }

@@ -8,17 +8,7 @@
 #include "zvx_util_slist_ts.h"
 
 namespace {
-#if defined(__SANITIZE_THREAD__)
-constexpr uint64_t items_per_producer = 250000;
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-constexpr uint64_t items_per_producer = 250000;
-#else
-constexpr uint64_t items_per_producer = 1000000;
-#endif
-#else
-constexpr uint64_t items_per_producer = 1000000;
-#endif
+constexpr uint64_t items_per_producer = ZVX_SLIST_STRESS_ITEMS;
 constexpr unsigned producer_count = 4;
 constexpr unsigned producer_shift = 40;
 
@@ -70,7 +60,6 @@ TEST(SlistTs, DestroyFreesItemsStillQueued)
     void *first = zvxu_slist_ts_dequeue(&queue);
     ASSERT_NE(first, nullptr);
     zvx_mem_free(first);
-    // The leak checkers of the sanitizer and valgrind runs catch any item left behind.
     zvxu_slist_ts_destroy(&queue);
     EXPECT_EQ(queue.head, nullptr);
 }
