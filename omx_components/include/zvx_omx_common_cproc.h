@@ -41,7 +41,8 @@ void zvx_omx_common_cproc_invoker_start(struct zvx_omx_common_component *comp);
 void zvx_omx_common_cproc_invoker_exit(struct zvx_omx_common_component *comp);
 void zvx_omx_common_cproc_invoker_signal(struct zvx_omx_common_cproc_invoker *invoker);
 
-/* Takes ownership of a command allocated with zvx_mem_malloc when it returns true. */
+/* Takes ownership of a command allocated with zvx_mem_malloc when it returns true. Each queued
+ * command brings its own wake-up word, so commands are queued only once the thread has started. */
 bool zvx_omx_common_component_queue_command(struct zvx_omx_common_component *comp,
                                             struct zvx_omx_common_cproc_command_data *command);
 

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstring>
 #include <mutex>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -87,6 +88,12 @@ void queue_recorded(zvx_omx_common_component *comp, int id, int runs)
     ASSERT_TRUE(zvx_omx_common_component_queue_command(comp, &command->head));
 }
 
+size_t run_count()
+{
+    std::lock_guard<std::mutex> lock(log_mutex);
+    return run_log.size();
+}
+
 std::vector<int> take_run_log()
 {
     std::lock_guard<std::mutex> lock(log_mutex);
@@ -95,17 +102,55 @@ std::vector<int> take_run_log()
     return taken;
 }
 
+std::atomic<bool> gate_open;
+
+bool wait_at_gate(struct zvx_omx_common_component *, struct zvx_omx_common_cproc_command_data *)
+{
+    while (!gate_open.load()) {
+        usleep(100);
+    }
+    return true;
+}
+
 TEST_F(CommandProcessor, UnfinishedCommandRunsAgainBehindLaterOnesUntilDone)
 {
     take_run_log();
-    // Queued before the thread starts, so the order of the runs is fixed.
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    // Holds the thread until everything is queued, so that the order of the runs is fixed.
+    gate_open = false;
+    auto *gate = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+    gate->function = wait_at_gate;
+    ASSERT_TRUE(zvx_omx_common_component_queue_command(&comp_, gate));
     queue_recorded(&comp_, 1, 3);
     queue_recorded(&comp_, 2, 1);
     queue_recorded(&comp_, 3, 1);
-    zvx_omx_common_cproc_invoker_start(&comp_);
+    gate_open = true;
+    while (run_count() < 5) {
+        usleep(100);
+    }
     zvx_omx_common_cproc_invoker_exit(&comp_);
     // Freed exactly once when done: a second free or a leak fails the sanitizer builds.
     EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2, 3, 1, 1}));
+}
+
+TEST_F(CommandProcessor, UnfinishedCommandLeftBehindTheExitIsFreedWithTheQueue)
+{
+    take_run_log();
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    gate_open = false;
+    auto *gate = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+    gate->function = wait_at_gate;
+    ASSERT_TRUE(zvx_omx_common_component_queue_command(&comp_, gate));
+    queue_recorded(&comp_, 1, 1000);
+    queue_recorded(&comp_, 2, 1);
+    std::thread opener([] {
+        usleep(1000);
+        gate_open = true;
+    });
+    // The exit command lands behind 1 and 2: each runs once, then the thread stops.
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    opener.join();
+    EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2}));
 }
 
 TEST_F(CommandProcessor, EverythingQueuedBeforeExitRunsAndTheThreadCanStartAgain)
