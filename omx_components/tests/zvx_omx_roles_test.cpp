@@ -5,6 +5,7 @@
 
 #include "zvx_blackbox.h"
 #include "zvx_omx_common_component_role.h"
+#include "zvx_omx_common_cproc.h"
 #include "zvx_omx_decoder_component.h"
 #include "zvx_omx_encoder_component.h"
 
@@ -78,6 +79,9 @@ protected:
         Roles::SetUp();
         ASSERT_EQ(zvx_omx_decoder_component_init(&decoder_handle_, &decoder_, nullptr, nullptr), OMX_ErrorNone);
         ASSERT_EQ(zvx_omx_encoder_component_init(&encoder_handle_, &encoder_, nullptr, nullptr), OMX_ErrorNone);
+        // Roles are set on the command thread; with the threads stopped the test stands in for them.
+        zvx_omx_common_cproc_invoker_exit(&decoder_.common);
+        zvx_omx_common_cproc_invoker_exit(&encoder_.common);
     }
 
     void TearDown() override
