@@ -61,6 +61,9 @@ void zvxp_fill_handle(struct zvx_omx_component *handle, zvx_omx_common_component
     omx->SendCommand = zvx_omx_common_component_send_command;
     omx->GetExtensionIndex = zvx_omx_common_component_get_extension_index;
     omx->GetState = zvx_omx_common_component_get_state;
+    omx->UseBuffer = zvx_omx_common_component_use_buffer;
+    omx->AllocateBuffer = zvx_omx_common_component_allocate_buffer;
+    omx->FreeBuffer = zvx_omx_common_component_free_buffer;
     omx->EmptyThisBuffer = zvx_omx_common_component_empty_this_buffer;
     omx->FillThisBuffer = zvx_omx_common_component_fill_this_buffer;
     omx->SetCallbacks = zvx_omx_common_component_set_callbacks;
