@@ -1,7 +1,6 @@
 #include "zvx_omx_common_component_commands.h"
 
 #include <atomic>
-#include <cstring>
 #include <string_view>
 
 #include "zvx_mem.h"
