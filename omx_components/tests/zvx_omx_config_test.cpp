@@ -117,6 +117,78 @@ TEST_F(SettingsStore, JpegFrameDefaultsKeepOnlyFourTwoZeroYuvRenumbered)
     EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamVideoPortFormat, 2), nullptr);
 }
 
+// Every default record must carry its header: clients and the session reject records without one.
+TEST_F(SettingsStore, EveryDefaultRecordIsStampedWithVersion112)
+{
+    struct zvx_map output;
+    ASSERT_EQ(zvx_omx_config_construct(&output), OMX_ErrorNone);
+    ASSERT_EQ(zvx_omx_config_encoder(&store, &output), OMX_ErrorNone);
+    ASSERT_EQ(zvx_omx_port_vp9_config(ZVX_OMX_ENCODER, 1, &output), OMX_ErrorNone);
+    for (struct zvx_map *map : {&store, &output}) {
+        unsigned position = 0;
+        unsigned records = 0;
+        for (void *value; (value = zvx_map_next(map, &position)) != nullptr; ++records) {
+            const auto *header = static_cast<const OMX_PORT_PARAM_TYPE *>(value);
+            EXPECT_EQ(header->nVersion.nVersion, 0x00020101u);
+            EXPECT_GE(header->nSize, 16u);
+            EXPECT_LE(header->nSize, sizeof(OMX_PARAM_PORTDEFINITIONTYPE));
+        }
+        EXPECT_GT(records, 10u);
+    }
+    zvx_omx_config_destruct(&output);
+}
+
+TEST_F(SettingsStore, FrameAndBitstreamPortsDifferWhereBuffersAreSized)
+{
+    struct zvx_map bitstream;
+    ASSERT_EQ(zvx_omx_config_construct(&bitstream), OMX_ErrorNone);
+    ASSERT_EQ(zvx_omx_config_encoder(&store, &bitstream), OMX_ErrorNone);
+
+    auto *frame = static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&store, OMX_IndexParamPortDefinition, 0));
+    ASSERT_NE(frame, nullptr);
+    EXPECT_EQ(frame->format.video.nStride, 176);
+    EXPECT_EQ(frame->format.video.nSliceHeight, 144u);
+    EXPECT_EQ(frame->format.video.eColorFormat, OMX_COLOR_FormatYUV420Planar);
+    EXPECT_EQ(frame->format.video.xFramerate, 30u << 16);
+    EXPECT_EQ(frame->nBufferAlignment, 4096u);
+
+    auto *stream = static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&bitstream, OMX_IndexParamPortDefinition, 0));
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(stream->eDir, OMX_DirOutput);
+    EXPECT_EQ(stream->nBufferSize, 1048576u);
+    EXPECT_EQ(stream->nBufferCountMin, 5u);
+    EXPECT_EQ(stream->format.video.nStride, 0);
+    EXPECT_EQ(stream->format.video.nBitrate, 64000u);
+
+    auto *rate = static_cast<QURO_VIDEO_PARAM_RATECONTROLTYPE *>(
+        zvx_omx_config_find(&bitstream, QURO_IndexParamRateControl, 0));
+    ASSERT_NE(rate, nullptr);
+    EXPECT_EQ(rate->nQpMax, 255u);
+    auto *quantization = static_cast<OMX_VIDEO_PARAM_QUANTIZATIONTYPE *>(
+        zvx_omx_config_find(&bitstream, OMX_IndexParamVideoQuantization, 0));
+    ASSERT_NE(quantization, nullptr);
+    EXPECT_EQ(quantization->nQpI, 27u);
+    EXPECT_EQ(quantization->nQpB, 27u);
+    zvx_omx_config_destruct(&bitstream);
+}
+
+TEST_F(SettingsStore, DecoderOutputKeepsTwoColourDescriptionSlots)
+{
+    ASSERT_EQ(zvx_omx_config_decoder_output(&store), OMX_ErrorNone);
+    for (OMX_U32 sub_index : {0u, 1u}) {
+        auto *hdr = static_cast<DescribeHDRStaticInfoParams *>(
+            zvx_omx_config_find(&store, OMX_IndexConfigDescribeHDRColorInfo, sub_index));
+        ASSERT_NE(hdr, nullptr);
+        EXPECT_EQ(hdr->nSize, 40u);
+        EXPECT_EQ(hdr->nPortIndex, 1u);
+        auto *aspects = static_cast<DescribeColorAspectsParams *>(
+            zvx_omx_config_find(&store, OMX_IndexParamDescribeColorAspects, sub_index));
+        ASSERT_NE(aspects, nullptr);
+        EXPECT_EQ(aspects->nSize, 44u);
+    }
+    EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamDescribeColorAspects, 2), nullptr);
+}
+
 TEST(ComponentSettings, RoleFollowsTheComponentType)
 {
     static zvx_omx_common_component component;
