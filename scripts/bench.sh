@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Builds the release preset and runs every Google Benchmark program once; arguments go to each.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh
+cmake --preset release >/dev/null
+cmake --build --preset release
+for bench in utf/quro_utf_bench util/zvx_util_bench log/zvx_log_bench omx_components/zvx_omx_cproc_bench; do
+  echo "==== ${bench##*/} ===="
+  "build/release/${bench}" "$@"
+done
