@@ -7,6 +7,20 @@ std::atomic_ref<uint32_t> word(zvxu_atomic *atomic)
 {
     return std::atomic_ref<uint32_t>(atomic->val);
 }
+
+// Every read-modify-write goes through cmpxchg, so all of them share its sequentially consistent
+// ordering; a lost race retries with the value that won.
+template <typename Update>
+void update(zvxu_atomic *atomic, Update next_value)
+{
+    uint32_t old = zvxu_atomic_get(atomic);
+    for (;;) {
+        const uint32_t found = zvxu_atomic_cmpxchg(atomic, old, next_value(old));
+        if (found == old)
+            return;
+        old = found;
+    }
+}
 } // namespace
 
 uint32_t zvxu_atomic_cmpxchg(zvxu_atomic *atomic, uint32_t oldvalue, uint32_t newvalue)
@@ -17,7 +31,7 @@ uint32_t zvxu_atomic_cmpxchg(zvxu_atomic *atomic, uint32_t oldvalue, uint32_t ne
 
 void zvxu_atomic_set(zvxu_atomic *atomic, uint32_t value)
 {
-    word(atomic).exchange(value, std::memory_order_seq_cst);
+    update(atomic, [value](uint32_t) { return value; });
 }
 
 uint32_t zvxu_atomic_get(zvxu_atomic *atomic)
@@ -27,10 +41,10 @@ uint32_t zvxu_atomic_get(zvxu_atomic *atomic)
 
 void zvxu_atomic_add(zvxu_atomic *atomic, uint32_t value)
 {
-    word(atomic).fetch_add(value, std::memory_order_seq_cst);
+    update(atomic, [value](uint32_t old) { return old + value; });
 }
 
 void zvxu_atomic_sub(zvxu_atomic *atomic, uint32_t value)
 {
-    word(atomic).fetch_sub(value, std::memory_order_seq_cst);
+    update(atomic, [value](uint32_t old) { return old - value; });
 }

@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <chrono>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -20,6 +21,18 @@ TEST(ZvxAtomic, CompareExchangeAndWrappingArithmetic)
     EXPECT_EQ(zvxu_atomic_get(&atomic), 1u);
     zvxu_atomic_set(&atomic, 42);
     EXPECT_EQ(zvxu_atomic_get(&atomic), 42u);
+
+    // Contended updates: a lost race must retry, never drop or repeat an update.
+    auto hammer = [&atomic] {
+        for (int i = 0; i < 100000; ++i) {
+            zvxu_atomic_add(&atomic, 3);
+            zvxu_atomic_sub(&atomic, 1);
+        }
+    };
+    std::thread other(hammer);
+    hammer();
+    other.join();
+    EXPECT_EQ(zvxu_atomic_get(&atomic), 42u + 400000u);
 }
 
 TEST(ZvxSemaphore, OpenSemaphoreIsTakenOnceWithoutWaiting)
