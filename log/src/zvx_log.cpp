@@ -231,7 +231,14 @@ void zvx_log_drain_add(struct zvx_log *log, const char *name, struct zvx_log_dra
 
 void zvx_log_configure(struct zvx_log *log, const char *str)
 {
-    zvx_map_foreach(&log->group, zvx_log_group_configure, log);
+    // The hook answers false, which would end a plain foreach after the first group.
+    zvx_map_foreach(
+        &log->group,
+        [](zvx_map_constpointer name, zvx_map_pointer group, void *log_arg) {
+            zvx_log_group_configure(name, group, log_arg);
+            return true;
+        },
+        log);
     if (str == nullptr)
         return;
     char *commands = copy_string(str);
