@@ -104,6 +104,21 @@ TEST(LogDrains, PrintfDataDumpsRowsOfThirtyTwoBytes)
     EXPECT_EQ(GetCapturedStdout(), "Info: count=2\n  length=33\n" + full_row + "\n    ab\n  length=0\n");
 }
 
+TEST(LogDrains, AlogDataDumpIsOneMessageCutAtItsBuffer)
+{
+    zvx_log_drain drain;
+    zvx_log_drain_alog_construct(&drain);
+    unsigned char bytes[400];
+    memset(bytes, 0xab, sizeof bytes);
+    const iovec range = {bytes, sizeof bytes};
+    CaptureStdout();
+    drain.data(&drain, ZVX_LOG_INFO, &range, 1);
+    const std::string out = GetCapturedStdout();
+    const size_t text = out.find(" I ZVX: ") + 8;
+    EXPECT_EQ(out.compare(text, 30, "count=1\n  length=400\n    ab ab"), 0) << out;
+    EXPECT_EQ(out.size() - text, 999u + 1u);
+}
+
 TEST(LogDrains, FileDrainWritesHeaderAndTheWholeText)
 {
     char path[] = "/tmp/zvx_log_ram0_XXXXXX";
