@@ -10,7 +10,7 @@ quro_tpi_mutex quro_utfp_current_suite_lock;
 
 namespace {
 
-constexpr unsigned kReservedTestIdStart = 0xEFFFFFFFu;
+constexpr unsigned kLastTestId = 0xEFFFFFFFu; // higher ids are reserved
 constexpr uint64_t kNsPerMs = 1000000ull;
 
 quro_utfp_selection quro_utfp_run_selection;
@@ -65,8 +65,12 @@ unsigned quro_utfp_last_fixture(const quro_utf_suite* suite, const quro_utf_test
                                                                                              : last_variant);
 }
 
+// A fatal verdict sticks: every later fixture of the suite must fail without running, even after a
+// test that is failed unrun for being an expected failure.
 void quro_utfp_fail_verdict(quro_utfp_suite_run* run, quro_utf_result_status verdict) {
-  run->verdict = verdict;
+  if (run->verdict != QURO_UTF_RESULT_FATAL) {
+    run->verdict = verdict;
+  }
   run->failed = true;
 }
 
@@ -165,6 +169,7 @@ void quro_utfp_discard_fixture_pool(quro_utf_suite* suite) {
 bool quro_utfp_run_fixture(quro_utf_suite* suite, quro_utfp_suite_run* run, const uint64_t* resfail_point,
                            uint64_t* elapsed_ns) {
   quro_utf_test* test = suite->this_test;
+  run->resfail_did_fail = false;
   if ((run->spec->options & QURO_UTF_OPTION_NO_EXPECTED_FAILURE) && (test->flags & QURO_UTF_FLAG_EXPECTEDFAILURE)) {
     quro_utfp_test_log_result("UTF: Test marked as 'Expected Failure' not run", QURO_UTF_RESULT_FAIL);
     quro_utfp_record_verdict(suite, run);
@@ -188,7 +193,6 @@ bool quro_utfp_run_fixture(quro_utf_suite* suite, quro_utfp_suite_run* run, cons
     suite->status = QURO_UTF_RESULT_FATAL;
   } else {
     quro_utfp_log_test_info("Running", suite);
-    run->resfail_did_fail = false;
     if (setjmp(suite->jump_dest) == 0) {
       if (resfail_point != nullptr) {
         quro_utf_resfail_enable();
@@ -401,7 +405,7 @@ void quro_utf_add_test_with_user_data_and_filters(quro_utf_suite* suite, unsigne
                                                   quro_utf_test_function function, const void* data,
                                                   unsigned flags) {
   QURO_UTFP_ASSERT(NULL == strchr(name, QURO_UTFP_ARG_LIST_DELIM ));
-  if (id > kReservedTestIdStart) {
+  if (id > kLastTestId) {
     quro_utf_logerr("UTF: Test ID in reserved range [%#08x]\n", id);
     suite->status = QURO_UTF_RESULT_FATAL;
     return;

@@ -230,12 +230,16 @@ TEST_F(FrameworkRun, FatalStopsLaterFixturesAndAbortSkipsTeardown) {
   quro_utf_add_test(suite_, 2, "fatal", [](quro_utf_suite* suite) {
     quro_utf_assert_fatal(suite->fixture_index != 0, "fatal in fixture 0");
   });
-  quro_utf_add_test(suite_, 3, "after", [](quro_utf_suite*) { quro_utf_test_fail("should not run"); });
+  // Failed unrun as an expected failure, it must not lift the fatal verdict for the tests after it.
+  quro_utf_add_test_with_filters(suite_, 3, "unrun", [](quro_utf_suite*) {}, QURO_UTF_FLAG_EXPECTEDFAILURE);
+  quro_utf_add_test(suite_, 4, "after", [](quro_utf_suite*) { quro_utf_test_fail("should not run"); });
   removed = 0;
   const std::vector<std::string> expected = {"aborts/0 6 ",
                                              "aborts/1 6 ",
                                              "fatal/0 5 fatal in fixture 0",
                                              "fatal/1 5 UTF: Failed because of earlier FATAL",
+                                             "unrun/0 4 UTF: Test marked as 'Expected Failure' not run",
+                                             "unrun/1 4 UTF: Test marked as 'Expected Failure' not run",
                                              "after/0 5 UTF: Failed because of earlier FATAL",
                                              "after/1 5 UTF: Failed because of earlier FATAL"};
   EXPECT_EQ(run(), expected);
