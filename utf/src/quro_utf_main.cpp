@@ -32,7 +32,7 @@ constexpr size_t kPoolBlockSize = 1024;
 constexpr size_t kFilterArgumentSize = 128;
 constexpr int kSetupFailed = QURO_UTF_RESULT_FATAL;
 
-// Never written by this framework; kept open for suites that record benchmark figures.
+// The --csv-out= stream: opened and closed here, written by nothing in this program.
 quro_tpi_file* quro_utfp_benchmark_stream = nullptr;
 
 struct quro_utfp_parse_context {
@@ -159,7 +159,7 @@ void quro_utfp_set_list(quro_utf_test_specifier* spec, const char* value, const 
   auto* array = static_cast<const char**>(quro_tpi_alloc(entries * sizeof(const char*)));
   if (copy == nullptr || array == nullptr) {
     quro_tpi_free(static_cast<void*>(array));
-    quro_utf_logerr("UTF: Failed to allocate a parameter list\n");
+    quro_utf_logerr("UTF: Failed to allocate a parameter list");
     return;
   }
   memcpy(copy, value, length + 1);
@@ -173,8 +173,6 @@ void quro_utfp_set_list(quro_utf_test_specifier* spec, const char* value, const 
   }
   *list = array;
 }
-
-bool quro_utfp_number(const char* value, uint64_t* number) { return quro_utfp_parse_number(value, number); }
 
 using quro_utfp_option_handler = bool (*)(const quro_utfp_parse_context& ctx, const char* value);
 
@@ -193,18 +191,36 @@ bool quro_utfp_add_mask(quro_utf_test_specifier* spec, unsigned bits) {
   return true;
 }
 
+bool quro_utfp_set_unsigned(const char* value, unsigned* field) {
+  uint64_t number = 0;
+  if (!quro_utfp_parse_number(value, &number)) {
+    return false;
+  }
+  *field = static_cast<unsigned>(number);
+  return true;
+}
+
 bool quro_utfp_set_signed(const char* value, int64_t* field) {
   uint64_t number = 0;
-  if (!quro_utfp_number(value, &number)) {
+  if (!quro_utfp_parse_number(value, &number)) {
     return false;
   }
   *field = static_cast<int64_t>(number);
   return true;
 }
 
+// A single test id or fixture index is a range of one.
+bool quro_utfp_set_single(const char* value, int64_t* first, int64_t* last) {
+  if (!quro_utfp_set_signed(value, first)) {
+    return false;
+  }
+  *last = *first;
+  return true;
+}
+
 bool quro_utfp_set_resfail_bound(quro_utf_test_specifier* spec, const char* value, uint64_t* bound) {
   uint64_t number = 0;
-  if (!quro_utfp_number(value, &number) || number == 0) {
+  if (!quro_utfp_parse_number(value, &number) || number == 0) {
     return false;
   }
   spec->options |= QURO_UTF_OPTION_RESFAIL;
@@ -274,12 +290,7 @@ constexpr quro_utfp_long_option kLongOptions[] = {
        return quro_utfp_set_resfail_bound(ctx.spec, value, &ctx.spec->resfail_end);
      }},
     {"--benchmark=", [](const quro_utfp_parse_context& ctx, const char* value) {
-       uint64_t number = 0;
-       if (!quro_utfp_number(value, &number)) {
-         return false;
-       }
-       ctx.spec->benchmark_repeats = static_cast<unsigned>(number);
-       return true;
+       return quro_utfp_set_unsigned(value, &ctx.spec->benchmark_repeats);
      }},
     {"--consolidate=", [](const quro_utfp_parse_context& ctx, const char* value) {
        for (const quro_utf_consolidate_method_entry& entry : quro_utf_consolidate_methods_table) {
@@ -291,20 +302,15 @@ constexpr quro_utfp_long_option kLongOptions[] = {
        return false;
      }},
     {"--backtrace=", [](const quro_utfp_parse_context&, const char* value) {
-       uint64_t number = 0;
-       if (!quro_utfp_number(value, &number)) {
+       unsigned mode = 0;
+       if (!quro_utfp_set_unsigned(value, &mode)) {
          return false;
        }
-       quro_utfp_enable_backtrace(static_cast<unsigned>(number));
+       quro_utfp_enable_backtrace(mode);
        return true;
      }},
     {"--error=", [](const quro_utfp_parse_context& ctx, const char* value) {
-       uint64_t number = 0;
-       if (!quro_utfp_number(value, &number)) {
-         return false;
-       }
-       ctx.spec->min_error_level = static_cast<unsigned>(number);
-       return true;
+       return quro_utfp_set_unsigned(value, &ctx.spec->min_error_level);
      }},
     {"--suite=", [](const quro_utfp_parse_context& ctx, const char* value) {
        ctx.spec->suite_name = value;
@@ -323,11 +329,7 @@ constexpr quro_utfp_long_option kLongOptions[] = {
        return true;
      }},
     {"--testid=", [](const quro_utfp_parse_context& ctx, const char* value) {
-       if (!quro_utfp_set_signed(value, &ctx.spec->first_test)) {
-         return false;
-       }
-       ctx.spec->last_test = ctx.spec->first_test;
-       return true;
+       return quro_utfp_set_single(value, &ctx.spec->first_test, &ctx.spec->last_test);
      }},
     {"--first-test=", [](const quro_utfp_parse_context& ctx, const char* value) {
        return quro_utfp_set_signed(value, &ctx.spec->first_test);
@@ -339,11 +341,7 @@ constexpr quro_utfp_long_option kLongOptions[] = {
        return quro_utfp_set_signed(value, &ctx.spec->restart_test);
      }},
     {"--fixture=", [](const quro_utfp_parse_context& ctx, const char* value) {
-       if (!quro_utfp_set_signed(value, &ctx.spec->first_fixture)) {
-         return false;
-       }
-       ctx.spec->last_fixture = ctx.spec->first_fixture;
-       return true;
+       return quro_utfp_set_single(value, &ctx.spec->first_fixture, &ctx.spec->last_fixture);
      }},
     {"--first-fixture=", [](const quro_utfp_parse_context& ctx, const char* value) {
        return quro_utfp_set_signed(value, &ctx.spec->first_fixture);
@@ -467,12 +465,14 @@ int quro_utfp_run_simple(quro_utf_test_specifier* spec, quro_utf_suite_factory f
     return setup;
   }
   quro_utf_suite* first = factory(&suite_pool, results);
+  bool built = first != nullptr;
   for (const quro_utf_suite* suite = first; suite != nullptr; suite = suite->next_suite) {
-    if (suite->status == QURO_UTF_RESULT_FATAL) {
-      return kSetupFailed;
-    }
+    built = built && suite->status != QURO_UTF_RESULT_FATAL;
   }
-  if (first == nullptr) {
+  if (!built) {
+    quro_utf_mempool_destroy(&suite_pool);
+    quro_utf_destroy_result_set(results);
+    quro_utf_mempool_destroy(&result_pool);
     return kSetupFailed;
   }
   return quro_utf_test_default_exec_and_teardown(spec, first, &result_pool, &suite_pool, &results);
@@ -484,14 +484,14 @@ int quro_utfp_main(quro_utf_run_function run, quro_utf_suite_factory factory, qu
   memset(static_cast<void*>(&spec), 0, sizeof(spec));
   quro_utfp_current_spec = &spec;
   if (quro_utf_mempool_init(&spec.arg_pool, kArgPoolBlockSize) != QURO_UTF_MEM_OK) {
-    quro_utf_logerr("UTF: Failed to allocate arg_pool\n");
+    quro_utf_logerr("UTF: Failed to allocate arg_pool");
     quro_utfp_current_spec = nullptr;
     return kSetupFailed;
   }
   quro_utfp_set_defaults(&spec, argc, argv);
   int result = 0;
   if (parse != nullptr && parse(&spec, &spec.arg_pool, nullptr) == 0) {
-    quro_utf_logerr("UTF: Suite failed parser setup\n");
+    quro_utf_logerr("UTF: Suite failed parser setup");
     result = kSetupFailed;
   } else {
     quro_utfp_parse_arguments(quro_utfp_parse_context{&spec, parse, help}, argc, argv);
@@ -518,7 +518,7 @@ int quro_utfp_main(quro_utf_run_function run, quro_utf_suite_factory factory, qu
 int quro_utfp_main_with_lock(quro_utf_run_function run, quro_utf_suite_factory factory, quro_utf_parse_function parse,
                              quro_utf_help_function help, int argc, const char** argv) {
   if (!quro_tpi_mutex_init(&quro_utfp_current_suite_lock)) {
-    quro_utf_logerr("UTF: Failed to allocate UTF suite mutex\n");
+    quro_utf_logerr("UTF: Failed to allocate UTF suite mutex");
     return kSetupFailed;
   }
   const int result = quro_utfp_main(run, factory, parse, help, argc, argv);

@@ -59,7 +59,7 @@ void quro_utfp_consolidate_benchmarks(quro_utf_result_set* results) {
   }
   auto* counts = static_cast<float*>(quro_tpi_alloc(repeats * sizeof(float)));
   if (counts == nullptr) {
-    quro_utf_logerr("UTF: Failed to allocate storage for benchmark result consolidation\n");
+    quro_utf_logerr("UTF: Failed to allocate storage for benchmark result consolidation");
     return;
   }
   memset(counts, 0, repeats * sizeof(float));
@@ -134,7 +134,7 @@ float quro_utfp_consolidate(quro_utf_consolidate_method method, float* counts, u
       return extreme;
     }
   }
-  quro_utf_logerr("UTF: Benchmark consolidation method is undefined\n");
+  quro_utf_logerr("UTF: Benchmark consolidation method is undefined");
   return 0.0f;
 }
 
@@ -224,7 +224,7 @@ quro_utf_result_status quro_utf_print_result_details(quro_utf_result_set* result
 }
 
 void quro_utf_print_result_summary(quro_utf_result_set* results, unsigned log_mask) {
-  if ((log_mask & QURO_UTF_LOG_SUMMARY) == 0) {
+  if (results == nullptr || (log_mask & QURO_UTF_LOG_SUMMARY) == 0) {
     return;
   }
   quro_utf_log(QURO_UTFP_RULE "UTF: Result Summary\n" QURO_UTFP_RULE);
