@@ -43,6 +43,21 @@ char quro_utfp_next_char(const char*& text) {
   return c;
 }
 
+void quro_utfp_vlog_if_shown(unsigned log_bit, const char* format, va_list arguments) {
+  if ((quro_utfp_current_suite->test_spec->log_mask & log_bit) != 0) {
+    quro_utf_vlog(format, arguments);
+  }
+}
+
+// The length is measured on a copy, because formatting consumes the argument list.
+char* quro_utfp_vdsprintf_measured(const char* format, va_list arguments) {
+  va_list measure;
+  va_copy(measure, arguments);
+  const int length = quro_tpi_vsnprintf(nullptr, 0, format, measure);
+  va_end(measure);
+  return quro_utf_vdsprintf(length, format, arguments);
+}
+
 } // namespace
 
 void quro_utf_vlog(const char* format, va_list arguments) {
@@ -68,22 +83,16 @@ void quro_utf_logerr(const char* format, ...) {
 }
 
 void quro_utf_logdbg(const char* format, ...) {
-  if ((quro_utfp_current_suite->test_spec->log_mask & QURO_UTF_LOG_DEBUG) == 0) {
-    return;
-  }
   va_list arguments;
   va_start(arguments, format);
-  quro_utf_vlog(format, arguments);
+  quro_utfp_vlog_if_shown(QURO_UTF_LOG_DEBUG, format, arguments);
   va_end(arguments);
 }
 
 void quro_utf_loginf(const char* format, ...) {
-  if ((quro_utfp_current_suite->test_spec->log_mask & QURO_UTF_LOG_INFO) == 0) {
-    return;
-  }
   va_list arguments;
   va_start(arguments, format);
-  quro_utf_vlog(format, arguments);
+  quro_utfp_vlog_if_shown(QURO_UTF_LOG_INFO, format, arguments);
   va_end(arguments);
 }
 
@@ -114,11 +123,7 @@ char* quro_utf_vdsprintf(int length, const char* format, va_list arguments) {
 char* quro_utf_dsprintf(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  va_list measure;
-  va_copy(measure, arguments);
-  const int length = quro_tpi_vsnprintf(nullptr, 0, format, measure);
-  va_end(measure);
-  char* text = quro_utf_vdsprintf(length, format, arguments);
+  char* text = quro_utfp_vdsprintf_measured(format, arguments);
   va_end(arguments);
   return text;
 }
@@ -130,11 +135,7 @@ char* quro_utf_dsprintf_not_silent(const char* format, ...) {
   }
   va_list arguments;
   va_start(arguments, format);
-  va_list measure;
-  va_copy(measure, arguments);
-  const int length = quro_tpi_vsnprintf(nullptr, 0, format, measure);
-  va_end(measure);
-  char* text = quro_utf_vdsprintf(length, format, arguments);
+  char* text = quro_utfp_vdsprintf_measured(format, arguments);
   va_end(arguments);
   return text;
 }
