@@ -5,7 +5,7 @@
 #include <atomic>
 #include <cstring>
 #include <mutex>
-#include <thread>
+#include <sys/ioctl.h>
 #include <unistd.h>
 #include <vector>
 
@@ -133,23 +133,36 @@ TEST_F(CommandProcessor, UnfinishedCommandRunsAgainBehindLaterOnesUntilDone)
     EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2, 3, 1, 1}));
 }
 
+// Pending wake-up words: one per queued command that the thread has not yet taken.
+int pending_wake_ups(const zvx_omx_common_component *comp)
+{
+    int bytes = 0;
+    if (ioctl(comp->cproc_invoker.pipe_fd[0], FIONREAD, &bytes) != 0) {
+        return -1;
+    }
+    return bytes / static_cast<int>(sizeof(uint32_t));
+}
+
+// Holds the thread until the exit command is queued behind commands 1 and 2.
+bool wait_for_exit_command(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *)
+{
+    while (pending_wake_ups(comp) < 3) {
+        usleep(100);
+    }
+    return true;
+}
+
 TEST_F(CommandProcessor, UnfinishedCommandLeftBehindTheExitIsFreedWithTheQueue)
 {
     take_run_log();
     zvx_omx_common_cproc_invoker_start(&comp_);
-    gate_open = false;
     auto *gate = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
-    gate->function = wait_at_gate;
+    gate->function = wait_for_exit_command;
     ASSERT_TRUE(zvx_omx_common_component_queue_command(&comp_, gate));
     queue_recorded(&comp_, 1, 1000);
     queue_recorded(&comp_, 2, 1);
-    std::thread opener([] {
-        usleep(1000);
-        gate_open = true;
-    });
-    // The exit command lands behind 1 and 2: each runs once, then the thread stops.
+    // Each runs once, then the exit command stops the thread with 1 queued again.
     zvx_omx_common_cproc_invoker_exit(&comp_);
-    opener.join();
     EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2}));
 }
 
