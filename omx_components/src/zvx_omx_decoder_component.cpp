@@ -34,6 +34,8 @@ OMX_ERRORTYPE zvx_omx_decoder_component_init(struct zvx_omx_component *handle, s
     if (handle == nullptr || comp == nullptr) {
         return OMX_ErrorBadParameter;
     }
+    /* A failed common init leaves nothing to put back at destroy. */
+    comp->InheritedGetExtensionIndex = nullptr;
     zvx_omx_common_component_set_type(&comp->common, ZVX_OMX_DECODER);
     const OMX_ERRORTYPE error = zvx_omx_common_component_init(handle, &comp->common, app_data, callbacks);
     if (error != OMX_ErrorNone) {
@@ -60,7 +62,7 @@ void zvx_omx_decoder_component_destroy(struct zvx_omx_decoder_component *comp)
         return;
     }
     zvx_omx_common_cproc_invoker_exit(&comp->common);
-    if (OMX_COMPONENTTYPE *omx = zvxp_handle_of(comp); omx != nullptr) {
+    if (OMX_COMPONENTTYPE *omx = zvxp_handle_of(comp); omx != nullptr && comp->InheritedGetExtensionIndex != nullptr) {
         omx->GetExtensionIndex = comp->InheritedGetExtensionIndex;
     }
     zvx_omx_common_component_destroy(&comp->common);
