@@ -6,8 +6,10 @@
 #include "zvx_blackbox.h"
 #include "zvx_omx_common_component_role.h"
 #include "zvx_omx_common_cproc.h"
+#include "zvx_omx_config.h"
 #include "zvx_omx_decoder_component.h"
 #include "zvx_omx_encoder_component.h"
+#include "zvx_omx_extensions.h"
 
 namespace {
 
@@ -97,16 +99,44 @@ protected:
     zvx_omx_component encoder_handle_;
 };
 
-TEST_F(SetRole, KnownCodecWordSetsTheRoleAndClosesTheSession)
+OMX_VIDEO_CODINGTYPE bitstream_coding(zvx_omx_common_component &comp)
 {
-    decoder_.common.session_created = true;
-    EXPECT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.hevc"), OMX_ErrorNone);
-    EXPECT_EQ(decoder_.common.role, ZVX_OMX_COMPONENT_ROLE_HEVC);
-    EXPECT_FALSE(decoder_.common.session_created);
+    const OMX_U32 port = zvx_omx_common_component_get_bitstream_port_index(&comp);
+    const auto *definition = static_cast<const OMX_PARAM_PORTDEFINITIONTYPE *>(
+        zvx_omx_config_find(&comp.ports[port].config_and_params, OMX_IndexParamPortDefinition, 0));
+    return definition != nullptr ? definition->format.video.eCompressionFormat : OMX_VIDEO_CodingMax;
+}
 
+TEST_F(SetRole, EveryCodecWordLoadsItsBitstreamDefaultsAndClosesTheSession)
+{
+    const struct {
+        const char *word;
+        zvx_omx_component_role_t role;
+        OMX_VIDEO_CODINGTYPE coding;
+    } codecs[] = {
+        {"avc", ZVX_OMX_COMPONENT_ROLE_AVC, OMX_VIDEO_CodingAVC},
+        {"h263", ZVX_OMX_COMPONENT_ROLE_H263, OMX_VIDEO_CodingH263},
+        {"hevc", ZVX_OMX_COMPONENT_ROLE_HEVC, OMX_VIDEO_CodingHEVC},
+        {"jpeg", ZVX_OMX_COMPONENT_ROLE_JPEG, OMX_VIDEO_CodingMJPEG},
+        {"mpeg2", ZVX_OMX_COMPONENT_ROLE_MPEG2, OMX_VIDEO_CodingMPEG2},
+        {"mpeg4", ZVX_OMX_COMPONENT_ROLE_MPEG4, OMX_VIDEO_CodingMPEG4},
+        {"rv", ZVX_OMX_COMPONENT_ROLE_RV, OMX_VIDEO_CodingRV},
+        {"vc1", ZVX_OMX_COMPONENT_ROLE_VC1, OMX_VIDEO_CodingWMV},
+        {"vp8", ZVX_OMX_COMPONENT_ROLE_VP8, OMX_VIDEO_CodingVP8},
+        {"vp9", ZVX_OMX_COMPONENT_ROLE_VP9, OMX_VIDEO_CodingVP9},
+    };
     // Every codec word is accepted by both kinds; only the role tables differ.
-    EXPECT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_encoder.mpeg2"), OMX_ErrorNone);
-    EXPECT_EQ(encoder_.common.role, ZVX_OMX_COMPONENT_ROLE_MPEG2);
+    for (zvx_omx_common_component *comp : {&decoder_.common, &encoder_.common}) {
+        const std::string prefix = comp == &decoder_.common ? "video_decoder." : "video_encoder.";
+        for (const auto &codec : codecs) {
+            SCOPED_TRACE(prefix + codec.word);
+            comp->session_created = true;
+            EXPECT_EQ(zvx_omx_common_component_set_role(comp, (prefix + codec.word).c_str()), OMX_ErrorNone);
+            EXPECT_EQ(comp->role, codec.role);
+            EXPECT_EQ(bitstream_coding(*comp), codec.coding);
+            EXPECT_FALSE(comp->session_created);
+        }
+    }
 }
 
 TEST_F(SetRole, WrongPrefixChangesNothing)
