@@ -2,8 +2,10 @@
 #define ZVX_COMPONENT_SUITE_SUPPORT_H
 
 #include <cstdint>
+#include <cstring>
 
 #include "quro_utf.h"
+#include "zvx_omx_common_component.h"
 
 /* Every test of the component suites carries this filter value. */
 #define ZVX_COMPONENT_TEST_FILTER 64u
@@ -36,6 +38,49 @@ quro_utf_suite *zvx_component_suite_build(quro_utf_mempool *pool, quro_utf_resul
 template <typename T> T zvx_marker(std::uintptr_t value)
 {
     return reinterpret_cast<T>(value);
+}
+
+/* Session role query of the decoder and encoder suites: every role but `rejected`, nothing for null. */
+inline OMX_BOOL zvx_role_enabled_except(const char *role, const char *rejected)
+{
+    return role != nullptr && std::strcmp(role, rejected) != 0 ? OMX_TRUE : OMX_FALSE;
+}
+
+/* Test 1 of the decoder and encoder suites: an init missing the handle or the record writes nothing
+ * (both are prefilled with 0xFD); a full init stores the record, the callbacks and the application data. */
+template <typename Component>
+void zvx_check_init_destroy(OMX_ERRORTYPE (*init)(struct zvx_omx_component *, Component *, OMX_PTR,
+                                                  OMX_CALLBACKTYPE *),
+                            void (*destroy)(Component *))
+{
+    const std::uintptr_t callback_marker = 0xdeadbeef;
+    const OMX_PTR app_data = zvx_marker<OMX_PTR>(0xfacebee7);
+    const uint32_t untouched = 0xFDFDFDFD;
+    Component component;
+    struct zvx_omx_component handle;
+    OMX_CALLBACKTYPE callbacks = {zvx_marker<decltype(callbacks.EventHandler)>(callback_marker),
+                                  zvx_marker<decltype(callbacks.EmptyBufferDone)>(callback_marker),
+                                  zvx_marker<decltype(callbacks.FillBufferDone)>(callback_marker)};
+    uint32_t first_word;
+    std::memset(&component, 0xFD, sizeof(component));
+    std::memset(&handle, 0xFD, sizeof(handle));
+    init(nullptr, nullptr, nullptr, &callbacks);
+    init(&handle, nullptr, nullptr, &callbacks);
+    init(nullptr, &component, nullptr, &callbacks);
+    std::memcpy(&first_word, &component, sizeof(first_word));
+    ZVX_REQUIRE_EQ(first_word, untouched);
+    std::memcpy(&first_word, &handle, sizeof(first_word));
+    ZVX_REQUIRE_EQ(first_word, untouched);
+
+    std::memset(&component, 0xFD, sizeof(component));
+    std::memset(&handle, 0xFD, sizeof(handle));
+    ZVX_REQUIRE_EQ(init(&handle, &component, app_data, &callbacks), OMX_ErrorNone);
+    ZVX_REQUIRE(handle.omx.pComponentPrivate == &component);
+    ZVX_REQUIRE(component.common.omx_callbacks.EventHandler == callbacks.EventHandler);
+    ZVX_REQUIRE(component.common.omx_callbacks.EmptyBufferDone == callbacks.EmptyBufferDone);
+    ZVX_REQUIRE(component.common.omx_callbacks.FillBufferDone == callbacks.FillBufferDone);
+    ZVX_REQUIRE_EQ(handle.omx.pApplicationPrivate, app_data);
+    destroy(&component);
 }
 
 #endif

@@ -1,4 +1,3 @@
-#include <cstring>
 #include <iterator>
 
 #include "zvx_blackbox.h"
@@ -9,50 +8,16 @@
 
 namespace {
 
-constexpr std::uintptr_t ZVXP_CALLBACK_MARKER = 0xdeadbeef;
 constexpr std::uintptr_t ZVXP_APP_DATA = 0xfacebee7;
-constexpr uint32_t ZVXP_UNTOUCHED = 0xFDFDFDFD;
 
 OMX_BOOL cb_role_enable(const char *role)
 {
-    if (role == nullptr) {
-        return OMX_FALSE;
-    }
-    return std::strcmp(role, "video_decoder.rv") != 0 ? OMX_TRUE : OMX_FALSE;
-}
-
-uint32_t zvxp_first_word(const void *record)
-{
-    uint32_t word;
-    std::memcpy(&word, record, sizeof(word));
-    return word;
+    return zvx_role_enabled_except(role, "video_decoder.rv");
 }
 
 void zvx_test_init_destroy(quro_utf_suite *)
 {
-    zvx_omx_decoder_component decoder;
-    zvx_omx_component handle;
-    OMX_CALLBACKTYPE callbacks = {zvx_marker<decltype(callbacks.EventHandler)>(ZVXP_CALLBACK_MARKER),
-                                  zvx_marker<decltype(callbacks.EmptyBufferDone)>(ZVXP_CALLBACK_MARKER),
-                                  zvx_marker<decltype(callbacks.FillBufferDone)>(ZVXP_CALLBACK_MARKER)};
-    std::memset(&decoder, 0xFD, sizeof(decoder));
-    std::memset(&handle, 0xFD, sizeof(handle));
-    zvx_omx_decoder_component_init(nullptr, nullptr, nullptr, &callbacks);
-    zvx_omx_decoder_component_init(&handle, nullptr, nullptr, &callbacks);
-    zvx_omx_decoder_component_init(nullptr, &decoder, nullptr, &callbacks);
-    ZVX_REQUIRE_EQ(zvxp_first_word(&decoder), ZVXP_UNTOUCHED);
-    ZVX_REQUIRE_EQ(zvxp_first_word(&handle), ZVXP_UNTOUCHED);
-
-    std::memset(&decoder, 0xFD, sizeof(decoder));
-    std::memset(&handle, 0xFD, sizeof(handle));
-    ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, zvx_marker<OMX_PTR>(ZVXP_APP_DATA), &callbacks),
-                   OMX_ErrorNone);
-    ZVX_REQUIRE(handle.omx.pComponentPrivate == &decoder);
-    ZVX_REQUIRE(decoder.common.omx_callbacks.EventHandler == callbacks.EventHandler);
-    ZVX_REQUIRE(decoder.common.omx_callbacks.EmptyBufferDone == callbacks.EmptyBufferDone);
-    ZVX_REQUIRE(decoder.common.omx_callbacks.FillBufferDone == callbacks.FillBufferDone);
-    ZVX_REQUIRE_EQ(handle.omx.pApplicationPrivate, zvx_marker<OMX_PTR>(ZVXP_APP_DATA));
-    zvx_omx_decoder_component_destroy(&decoder);
+    zvx_check_init_destroy(zvx_omx_decoder_component_init, zvx_omx_decoder_component_destroy);
 }
 
 void zvx_test_destroy(quro_utf_suite *)
