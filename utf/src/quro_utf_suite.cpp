@@ -44,9 +44,12 @@ void quro_utfp_log_result_with_count(const char* message, quro_utf_result_status
   quro_tpi_mutex_unlock(&quro_utfp_current_suite_lock);
 }
 
+// Outside a suite there is no outcome to declare; the result that follows reports the misuse.
 void quro_utfp_set_expected(quro_utf_result_status status) {
   quro_tpi_mutex_lock(&quro_utfp_current_suite_lock);
-  quro_utfp_current_suite->expected_status = status;
+  if (quro_utfp_current_suite != nullptr) {
+    quro_utfp_current_suite->expected_status = status;
+  }
   quro_tpi_mutex_unlock(&quro_utfp_current_suite_lock);
 }
 
@@ -588,8 +591,10 @@ void quro_utf_test_abort(void) {
 
 static void quro_utfp_mark_skipped(void) {
   quro_tpi_mutex_lock(&quro_utfp_current_suite_lock);
-  quro_utfp_current_suite->status = QURO_UTF_RESULT_SKIP;
-  quro_utfp_current_suite->expected_status = QURO_UTF_RESULT_UNKNOWN;
+  if (quro_utfp_current_suite != nullptr) {
+    quro_utfp_current_suite->status = QURO_UTF_RESULT_SKIP;
+    quro_utfp_current_suite->expected_status = QURO_UTF_RESULT_UNKNOWN;
+  }
   quro_tpi_mutex_unlock(&quro_utfp_current_suite_lock);
 }
 
