@@ -55,17 +55,18 @@ void zvxp_expected_120(uint8_t *buffer120)
 
 void zvx_test_translate_112_to_120(quro_utf_suite *)
 {
-    uint8_t source[zvxp_record_112_size];
+    // A real record filled through its bytes: a byte array read as the record would be misaligned.
+    OMX_PARAM_PORTDEFINITIONTYPE source;
+    uint8_t *source_bytes = reinterpret_cast<uint8_t *>(&source);
     for (unsigned i = 0; i < zvxp_record_112_size; ++i)
-        source[i] = static_cast<uint8_t>(i);
+        source_bytes[i] = static_cast<uint8_t>(i);
     uint8_t buffer120[zvxp_record_120_size];
     zvxp_expected_120(buffer120);
     kern_omx120_param_portdefinitiontype destination;
     uint8_t *dst = reinterpret_cast<uint8_t *>(&destination);
     zvxp_prefill_destination(dst, sizeof(destination));
 
-    zvx_omx_translate_112_to_120_IndexParamPortDefinition(
-        &destination, reinterpret_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(source), false);
+    zvx_omx_translate_112_to_120_IndexParamPortDefinition(&destination, &source, false);
 
     ZVX_REQUIRE_EQ(memcmp(dst, buffer120, sizeof(buffer120)), 0);
 }
