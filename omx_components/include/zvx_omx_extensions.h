@@ -191,6 +191,16 @@ static_assert(sizeof(kern_omx120_video_portdefinitiontype) == 44);
 static_assert(sizeof(kern_omx120_param_portdefinitiontype) == 92);
 
 /* ---- Android index extensions ---- */
+/* Each block grows at its end only; its end marker moves between releases and is left out. */
+inline constexpr OMX_INDEXTYPE OMX_IndexExtComponentStartUnused = ZVX_OMX_INDEX(0x6F100000);
+inline constexpr OMX_INDEXTYPE OMX_IndexExtPortStartUnused = ZVX_OMX_INDEX(0x6F200000);
+inline constexpr OMX_INDEXTYPE OMX_IndexExtAudioStartUnused = ZVX_OMX_INDEX(0x6F400000);
+inline constexpr OMX_INDEXTYPE OMX_IndexExtImageStartUnused = ZVX_OMX_INDEX(0x6F500000);
+inline constexpr OMX_INDEXTYPE OMX_IndexExtVideoStartUnused = ZVX_OMX_INDEX(0x6F600000);
+inline constexpr OMX_INDEXTYPE OMX_IndexExtCommonStartUnused = ZVX_OMX_INDEX(0x6F700000);
+inline constexpr OMX_INDEXTYPE OMX_IndexExtOtherStartUnused = ZVX_OMX_INDEX(0x6F800000);
+inline constexpr OMX_INDEXTYPE OMX_IndexExtTimeStartUnused = ZVX_OMX_INDEX(0x6F900000);
+
 inline constexpr OMX_INDEXTYPE OMX_IndexConfigCallbackRequest = ZVX_OMX_INDEX(0x6F100001);
 inline constexpr OMX_INDEXTYPE OMX_IndexConfigCommitMode = ZVX_OMX_INDEX(0x6F100002);
 inline constexpr OMX_INDEXTYPE OMX_IndexConfigCommit = ZVX_OMX_INDEX(0x6F100003);
@@ -346,6 +356,74 @@ typedef enum OMX_VIDEO_HEVCLEVELTYPE {
     OMX_VIDEO_HEVCHighTiermax = 0x7FFFFFFF
 } OMX_VIDEO_HEVCLEVELTYPE;
 
+typedef enum OMX_VIDEO_DOLBYVISIONPROFILETYPE {
+    OMX_VIDEO_DolbyVisionProfileUnknown = 0x0,
+    OMX_VIDEO_DolbyVisionProfileDvavPer = 0x1,
+    OMX_VIDEO_DolbyVisionProfileDvavPen = 0x2,
+    OMX_VIDEO_DolbyVisionProfileDvheDer = 0x4,
+    OMX_VIDEO_DolbyVisionProfileDvheDen = 0x8,
+    OMX_VIDEO_DolbyVisionProfileDvheDtr = 0x10,
+    OMX_VIDEO_DolbyVisionProfileDvheStn = 0x20,
+    OMX_VIDEO_DolbyVisionProfileDvheDth = 0x40,
+    OMX_VIDEO_DolbyVisionProfileDvheDtb = 0x80,
+    OMX_VIDEO_DolbyVisionProfileDvheSt = 0x100,
+    OMX_VIDEO_DolbyVisionProfileDvavSe = 0x200,
+    OMX_VIDEO_DolbyVisionProfileDvav110 = 0x400,
+    OMX_VIDEO_DolbyVisionProfileMax = 0x7FFFFFFF
+} OMX_VIDEO_DOLBYVISIONPROFILETYPE;
+
+typedef enum OMX_VIDEO_DOLBYVISIONLEVELTYPE {
+    OMX_VIDEO_DolbyVisionLevelUnknown = 0x0,
+    OMX_VIDEO_DolbyVisionLevelHd24 = 0x1,
+    OMX_VIDEO_DolbyVisionLevelHd30 = 0x2,
+    OMX_VIDEO_DolbyVisionLevelFhd24 = 0x4,
+    OMX_VIDEO_DolbyVisionLevelFhd30 = 0x8,
+    OMX_VIDEO_DolbyVisionLevelFhd60 = 0x10,
+    OMX_VIDEO_DolbyVisionLevelUhd24 = 0x20,
+    OMX_VIDEO_DolbyVisionLevelUhd30 = 0x40,
+    OMX_VIDEO_DolbyVisionLevelUhd48 = 0x80,
+    OMX_VIDEO_DolbyVisionLevelUhd60 = 0x100,
+    OMX_VIDEO_DolbyVisionLevelmax = 0x7FFFFFFF
+} OMX_VIDEO_DOLBYVISIONLEVELTYPE;
+
+typedef enum OMX_VIDEO_AV1PROFILETYPE {
+    OMX_VIDEO_AV1ProfileMain8 = 0x1,
+    OMX_VIDEO_AV1ProfileMain10 = 0x2,
+    OMX_VIDEO_AV1ProfileMain10HDR10 = 0x1000,
+    OMX_VIDEO_AV1ProfileMain10HDR10Plus = 0x2000,
+    OMX_VIDEO_AV1ProfileUnknown = 0x6EFFFFFF,
+    OMX_VIDEO_AV1ProfileMax = 0x7FFFFFFF
+} OMX_VIDEO_AV1PROFILETYPE;
+
+typedef enum OMX_VIDEO_AV1LEVELTYPE {
+    OMX_VIDEO_AV1Level2 = 0x1,
+    OMX_VIDEO_AV1Level21 = 0x2,
+    OMX_VIDEO_AV1Level22 = 0x4,
+    OMX_VIDEO_AV1Level23 = 0x8,
+    OMX_VIDEO_AV1Level3 = 0x10,
+    OMX_VIDEO_AV1Level31 = 0x20,
+    OMX_VIDEO_AV1Level32 = 0x40,
+    OMX_VIDEO_AV1Level33 = 0x80,
+    OMX_VIDEO_AV1Level4 = 0x100,
+    OMX_VIDEO_AV1Level41 = 0x200,
+    OMX_VIDEO_AV1Level42 = 0x400,
+    OMX_VIDEO_AV1Level43 = 0x800,
+    OMX_VIDEO_AV1Level5 = 0x1000,
+    OMX_VIDEO_AV1Level51 = 0x2000,
+    OMX_VIDEO_AV1Level52 = 0x4000,
+    OMX_VIDEO_AV1Level53 = 0x8000,
+    OMX_VIDEO_AV1Level6 = 0x10000,
+    OMX_VIDEO_AV1Level61 = 0x20000,
+    OMX_VIDEO_AV1Level62 = 0x40000,
+    OMX_VIDEO_AV1Level63 = 0x80000,
+    OMX_VIDEO_AV1Level7 = 0x100000,
+    OMX_VIDEO_AV1Level71 = 0x200000,
+    OMX_VIDEO_AV1Level72 = 0x400000,
+    OMX_VIDEO_AV1Level73 = 0x800000,
+    OMX_VIDEO_AV1LevelUnknown = 0x6EFFFFFF,
+    OMX_VIDEO_AV1LevelMax = 0x7FFFFFFF
+} OMX_VIDEO_AV1LEVELTYPE;
+
 /* ---- Android records ---- */
 typedef struct OMX_VIDEO_PARAM_VP8TYPE {
     OMX_U32 nSize;
@@ -357,6 +435,28 @@ typedef struct OMX_VIDEO_PARAM_VP8TYPE {
     OMX_BOOL bErrorResilientMode;
 } OMX_VIDEO_PARAM_VP8TYPE;
 static_assert(sizeof(OMX_VIDEO_PARAM_VP8TYPE) == 28);
+
+typedef struct OMX_VIDEO_VP8REFERENCEFRAMETYPE {
+    OMX_U32 nSize;
+    OMX_VERSIONTYPE nVersion;
+    OMX_U32 nPortIndex;
+    OMX_BOOL bPreviousFrameRefresh;
+    OMX_BOOL bGoldenFrameRefresh;
+    OMX_BOOL bAlternateFrameRefresh;
+    OMX_BOOL bUsePreviousFrame;
+    OMX_BOOL bUseGoldenFrame;
+    OMX_BOOL bUseAlternateFrame;
+} OMX_VIDEO_VP8REFERENCEFRAMETYPE;
+static_assert(sizeof(OMX_VIDEO_VP8REFERENCEFRAMETYPE) == 36);
+
+typedef struct OMX_VIDEO_VP8REFERENCEFRAMEINFOTYPE {
+    OMX_U32 nSize;
+    OMX_VERSIONTYPE nVersion;
+    OMX_U32 nPortIndex;
+    OMX_BOOL bIsIntraFrame;
+    OMX_BOOL bIsGoldenOrAlternateFrame;
+} OMX_VIDEO_VP8REFERENCEFRAMEINFOTYPE;
+static_assert(sizeof(OMX_VIDEO_VP8REFERENCEFRAMEINFOTYPE) == 20);
 
 #define OMX_VIDEO_ANDROID_MAXVP8TEMPORALLAYERS 3
 
@@ -427,6 +527,106 @@ typedef struct OMX_VIDEO_CONFIG_ANDROID_INTRAREFRESHTYPE {
 } OMX_VIDEO_CONFIG_ANDROID_INTRAREFRESHTYPE;
 static_assert(sizeof(OMX_VIDEO_CONFIG_ANDROID_INTRAREFRESHTYPE) == 16);
 
+/* The misspelt first field is the published name. */
+typedef struct OMX_VIDEO_SLICESEGMENTSTYPE {
+    OMX_U32 nSize;
+    OMX_VERSIONTYPE nVersion;
+    OMX_U32 nPortIndex;
+    OMX_BOOL bDepedentSegments;
+    OMX_BOOL bEnableLoopFilterAcrossSlices;
+} OMX_VIDEO_SLICESEGMENTSTYPE;
+static_assert(sizeof(OMX_VIDEO_SLICESEGMENTSTYPE) == 20);
+
+#define OMX_VIDEO_ANDROID_MAXTEMPORALLAYERS 8
+
+/* A bit mask where the supported patterns are reported. */
+typedef enum OMX_VIDEO_ANDROID_TEMPORALLAYERINGPATTERNTYPE {
+    OMX_VIDEO_AndroidTemporalLayeringPatternNone = 0,
+    OMX_VIDEO_AndroidTemporalLayeringPatternWebRTC = 0x1,
+    OMX_VIDEO_AndroidTemporalLayeringPatternAndroid = 0x2
+} OMX_VIDEO_ANDROID_TEMPORALLAYERINGPATTERNTYPE;
+
+typedef struct OMX_VIDEO_PARAM_ANDROID_TEMPORALLAYERINGTYPE {
+    OMX_U32 nSize;
+    OMX_VERSIONTYPE nVersion;
+    OMX_U32 nPortIndex;
+    OMX_VIDEO_ANDROID_TEMPORALLAYERINGPATTERNTYPE eSupportedPatterns;
+    OMX_U32 nLayerCountMax;
+    OMX_U32 nBLayerCountMax;
+    OMX_VIDEO_ANDROID_TEMPORALLAYERINGPATTERNTYPE ePattern;
+    OMX_U32 nPLayerCountActual;
+    OMX_U32 nBLayerCountActual;
+    OMX_BOOL bBitrateRatiosSpecified;
+    OMX_U32 nBitrateRatios[OMX_VIDEO_ANDROID_MAXTEMPORALLAYERS];
+} OMX_VIDEO_PARAM_ANDROID_TEMPORALLAYERINGTYPE;
+static_assert(sizeof(OMX_VIDEO_PARAM_ANDROID_TEMPORALLAYERINGTYPE) == 72);
+
+typedef struct OMX_VIDEO_CONFIG_ANDROID_TEMPORALLAYERINGTYPE {
+    OMX_U32 nSize;
+    OMX_VERSIONTYPE nVersion;
+    OMX_U32 nPortIndex;
+    OMX_VIDEO_ANDROID_TEMPORALLAYERINGPATTERNTYPE ePattern;
+    OMX_U32 nPLayerCountActual;
+    OMX_U32 nBLayerCountActual;
+    OMX_BOOL bBitrateRatiosSpecified;
+    OMX_U32 nBitrateRatios[OMX_VIDEO_ANDROID_MAXTEMPORALLAYERS];
+} OMX_VIDEO_CONFIG_ANDROID_TEMPORALLAYERINGTYPE;
+static_assert(sizeof(OMX_VIDEO_CONFIG_ANDROID_TEMPORALLAYERINGTYPE) == 60);
+
+typedef struct OMX_VIDEO_PARAM_ANDROID_IMAGEGRIDTYPE {
+    OMX_U32 nSize;
+    OMX_VERSIONTYPE nVersion;
+    OMX_U32 nPortIndex;
+    OMX_BOOL bEnabled;
+    OMX_U32 nTileWidth;
+    OMX_U32 nTileHeight;
+    OMX_U32 nGridRows;
+    OMX_U32 nGridCols;
+} OMX_VIDEO_PARAM_ANDROID_IMAGEGRIDTYPE;
+static_assert(sizeof(OMX_VIDEO_PARAM_ANDROID_IMAGEGRIDTYPE) == 32);
+
+/* One entry of the array that OMX_EventOutputRendered points to; INT64_MAX marks end of stream. */
+typedef struct OMX_VIDEO_RENDEREVENTTYPE {
+    OMX_S64 nMediaTimeUs;
+    OMX_S64 nSystemTimeNs;
+} OMX_VIDEO_RENDEREVENTTYPE;
+static_assert(sizeof(OMX_VIDEO_RENDEREVENTTYPE) == 16);
+
+#define OMX_MAX_STRINGVALUE_SIZE OMX_MAX_STRINGNAME_SIZE
+#define OMX_MAX_ANDROID_VENDOR_PARAMCOUNT 32
+
+typedef enum OMX_ANDROID_VENDOR_VALUETYPE {
+    OMX_AndroidVendorValueInt32 = 0,
+    OMX_AndroidVendorValueInt64 = 1,
+    OMX_AndroidVendorValueString = 2,
+    OMX_AndroidVendorValueEndUnused = 3
+} OMX_ANDROID_VENDOR_VALUETYPE;
+
+typedef struct OMX_CONFIG_ANDROID_VENDOR_PARAMTYPE {
+    OMX_U8 cKey[OMX_MAX_STRINGNAME_SIZE];
+    OMX_ANDROID_VENDOR_VALUETYPE eValueType;
+    OMX_BOOL bSet;
+    union {
+        OMX_S32 nInt32;
+        OMX_S64 nInt64;
+        OMX_U8 cString[OMX_MAX_STRINGVALUE_SIZE];
+    };
+} OMX_CONFIG_ANDROID_VENDOR_PARAMTYPE;
+static_assert(sizeof(OMX_CONFIG_ANDROID_VENDOR_PARAMTYPE) == 264);
+
+/* Declared with one parameter; a client sizes it for nParamSizeUsed of them. */
+typedef struct OMX_CONFIG_ANDROID_VENDOR_EXTENSIONTYPE {
+    OMX_U32 nSize;
+    OMX_VERSIONTYPE nVersion;
+    OMX_U32 nIndex;
+    OMX_U8 cName[OMX_MAX_STRINGNAME_SIZE];
+    OMX_DIRTYPE eDir;
+    OMX_U32 nParamCount;
+    OMX_U32 nParamSizeUsed;
+    OMX_CONFIG_ANDROID_VENDOR_PARAMTYPE param[1];
+} OMX_CONFIG_ANDROID_VENDOR_EXTENSIONTYPE;
+static_assert(sizeof(OMX_CONFIG_ANDROID_VENDOR_EXTENSIONTYPE) == 416);
+
 typedef struct EnableAndroidNativeBuffersParams {
     OMX_U32 nSize;
     OMX_VERSIONTYPE nVersion;
@@ -496,6 +696,48 @@ typedef struct DescribeColorFormatParams {
 } DescribeColorFormatParams;
 static_assert(sizeof(DescribeColorFormatParams) == 112);
 
+/* Byte-packed; the nested names keep its enumerators apart from those of MediaImage. */
+typedef struct __attribute__((packed)) MediaImage2 {
+    enum Type : uint32_t {
+        MEDIA_IMAGE_TYPE_UNKNOWN = 0,
+        MEDIA_IMAGE_TYPE_YUV = 1,
+        MEDIA_IMAGE_TYPE_YUVA = 2,
+        MEDIA_IMAGE_TYPE_RGB = 3,
+        MEDIA_IMAGE_TYPE_RGBA = 4,
+        MEDIA_IMAGE_TYPE_Y = 5
+    };
+    enum PlaneIndex : uint32_t { Y = 0, U = 1, V = 2, R = 0, G = 1, B = 2, A = 3, MAX_NUM_PLANES = 4 };
+    struct __attribute__((packed)) PlaneInfo {
+        uint32_t mOffset;
+        int32_t mColInc;
+        int32_t mRowInc;
+        uint32_t mHorizSubsampling;
+        uint32_t mVertSubsampling;
+    };
+    Type mType;
+    uint32_t mNumPlanes;
+    uint32_t mWidth;
+    uint32_t mHeight;
+    uint32_t mBitDepth;          /* usable bits, MSB-aligned */
+    uint32_t mBitDepthAllocated; /* 8 or 16 */
+    PlaneInfo mPlane[MAX_NUM_PLANES];
+} MediaImage2;
+static_assert(sizeof(MediaImage2::PlaneInfo) == 20);
+static_assert(sizeof(MediaImage2) == 104);
+
+typedef struct DescribeColorFormat2Params {
+    OMX_U32 nSize;
+    OMX_VERSIONTYPE nVersion;
+    OMX_COLOR_FORMATTYPE eColorFormat;
+    OMX_U32 nFrameWidth;
+    OMX_U32 nFrameHeight;
+    OMX_U32 nStride;
+    OMX_U32 nSliceHeight;
+    OMX_BOOL bUsingNativeBuffers;
+    MediaImage2 sMediaImage;
+} DescribeColorFormat2Params;
+static_assert(sizeof(DescribeColorFormat2Params) == 136);
+
 typedef struct PrepareForAdaptivePlaybackParams {
     OMX_U32 nSize;
     OMX_VERSIONTYPE nVersion;
@@ -512,6 +754,16 @@ typedef struct PrependSPSPPSToIDRFramesParams {
     OMX_BOOL bEnable;
 } PrependSPSPPSToIDRFramesParams;
 static_assert(sizeof(PrependSPSPPSToIDRFramesParams) == 12);
+
+typedef struct ConfigureVideoTunnelModeParams {
+    OMX_U32 nSize;
+    OMX_VERSIONTYPE nVersion;
+    OMX_U32 nPortIndex;
+    OMX_BOOL bTunneled;
+    OMX_U32 nAudioHwSync;
+    OMX_PTR pSidebandWindow; /* out */
+} ConfigureVideoTunnelModeParams;
+static_assert(sizeof(ConfigureVideoTunnelModeParams) == 32);
 
 /* Colour aspects: field order is range, primaries, transfer, matrix. */
 typedef enum ColorAspectsRange { RangeUnspecified = 0, RangeFull = 1, RangeLimited = 2, RangeOther = 0xFF } ColorAspectsRange;
@@ -597,6 +849,7 @@ typedef struct __attribute__((packed)) HDRStaticInfo {
     uint8_t mID;
     HDRStaticInfoType1 sType1;
 } HDRStaticInfo;
+static_assert(sizeof(HDRStaticInfoPrimaries) == 4 && sizeof(HDRStaticInfoType1) == 24);
 static_assert(sizeof(HDRStaticInfo) == 25);
 
 typedef struct DescribeHDRStaticInfoParams {
