@@ -73,7 +73,9 @@ void zvxp_fill_handle(struct zvx_omx_component *handle, zvx_omx_common_component
 void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *handle, OMX_CALLBACKTYPE *callbacks)
 {
     zvx_instr_init();
-    zvxu_atomic_set(&comp->omx_state, OMX_StateLoaded);
+    // No other thread sees the record yet, and a compare-and-swap set would first read whatever the
+    // caller's memory held.
+    comp->omx_state = zvxu_atomic{OMX_StateLoaded};
     zvx_omx_common_cproc_command_queue_init(&comp->cproc_queue);
     zvx_omx_common_cproc_invoker_init(&comp->cproc_invoker);
 
