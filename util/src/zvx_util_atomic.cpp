@@ -8,7 +8,7 @@ std::atomic_ref<uint32_t> word(zvxu_atomic *atomic)
     return std::atomic_ref<uint32_t>(atomic->val);
 }
 
-// Every read-modify-write goes through cmpxchg, so all of them share its sequentially consistent
+// Add and sub go through cmpxchg, so all of them share its sequentially consistent
 // ordering; a lost race retries with the value that won.
 template <typename Update>
 void update(zvxu_atomic *atomic, Update next_value)
@@ -29,9 +29,12 @@ uint32_t zvxu_atomic_cmpxchg(zvxu_atomic *atomic, uint32_t oldvalue, uint32_t ne
     return oldvalue;
 }
 
+// An exchange is the compare-and-swap loop whose old value is dropped, without reading that value
+// first: set is how a fresh record's state gets its first value, so the word may still be
+// uninitialised.
 void zvxu_atomic_set(zvxu_atomic *atomic, uint32_t value)
 {
-    update(atomic, [value](uint32_t) { return value; });
+    word(atomic).exchange(value, std::memory_order_seq_cst);
 }
 
 uint32_t zvxu_atomic_get(zvxu_atomic *atomic)
