@@ -66,10 +66,10 @@ struct zvx_omx_common_mapped_buffer {
     zvxu_atomic refcnt_fw; /* references the firmware holds */
 };
 
-/* Headers as the client handed them over, in order. */
-ZVX_LIST_DECLARE(omx_buffer, OMX_BUFFERHEADERTYPE *)
-/* Headers the component currently holds. */
-ZVX_LIST_DECLARE(zvx_buffer, struct zvx_omx_common_bufferheadertype *)
+/* Headers the session currently holds, in the order they were sent. */
+ZVX_LIST_DECLARE(omxbufferhdrptr, struct zvx_omx_common_bufferheadertype *)
+/* Input headers in the order the client queued them; they go back to the client in that order. */
+ZVX_LIST_DECLARE(port_buffers, struct zvx_omx_common_bufferheadertype *)
 
 typedef struct zvx_omx_port {
     struct zvx_map config_and_params;
@@ -79,8 +79,8 @@ typedef struct zvx_omx_port {
     int32_t pFlag;
     struct zvx_map registered_buffers; /* buffer identity -> header; erasing frees the buffer */
     struct zvx_map mapped_buffers;     /* memory handle -> zvx_omx_common_mapped_buffer */
-    struct zvx_list_zvx_buffer tracked_buffers;
-    struct zvx_list_omx_buffer buffer_list;
+    struct zvx_list_omxbufferhdrptr tracked_buffers;
+    struct zvx_list_port_buffers buffer_list;
     struct zvx_util_semaphore_t buffer_sem; /* guards the lists; released around client callbacks */
     int32_t conf_buffers_queued;
     int32_t nr_enqueue; /* buffers passed to the session */

@@ -18,10 +18,13 @@ struct zvxp_buffer_direction {
     uint32_t api_code;
     zvxp_session_queue_t session_queue;
     const char *entry_name;
+    bool keeps_client_order; /* input buffers go back to the client in the order it queued them */
 };
 
-constexpr zvxp_buffer_direction ZVXP_EMPTY = {0, code_OMX_EmptyThisBuffer, zvx_empty_this_buffer, "OMX_EmptyThisBuffer"};
-constexpr zvxp_buffer_direction ZVXP_FILL = {1, code_OMX_FillThisBuffer, zvx_fill_this_buffer, "OMX_FillThisBuffer"};
+constexpr zvxp_buffer_direction ZVXP_EMPTY = {0, code_OMX_EmptyThisBuffer, zvx_empty_this_buffer,
+                                              "OMX_EmptyThisBuffer", true};
+constexpr zvxp_buffer_direction ZVXP_FILL = {1, code_OMX_FillThisBuffer, zvx_fill_this_buffer, "OMX_FillThisBuffer",
+                                             false};
 
 struct zvx_omx_common_component *zvxp_component_of(OMX_HANDLETYPE handle)
 {
@@ -136,9 +139,6 @@ OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE *
     pthread_mutex_lock(&comp->lock);
     const bool inserted = zvx_map_insert(&owner_port.registered_buffers, header, header);
     if (inserted) {
-        zvxu_semaphore_wait(&owner_port.buffer_sem, 0);
-        zvx_list_push_back_value_omx_buffer(&owner_port.buffer_list, &pub);
-        zvxu_semaphore_post(&owner_port.buffer_sem);
         zvxp_update_populated(owner_port);
     }
     pthread_mutex_unlock(&comp->lock);
@@ -153,23 +153,33 @@ OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE *
 
 /* Hands the header to the component under the port's semaphore; false if the component holds it already.
  * A client may queue a buffer again from inside its done-callback, while it is still on its way back. */
-bool zvxp_take_ownership(struct zvx_omx_port &port, struct zvx_omx_common_bufferheadertype *header)
+bool zvxp_take_ownership(const zvxp_buffer_direction &direction, struct zvx_omx_port &port,
+                         struct zvx_omx_common_bufferheadertype *header)
 {
     zvxu_semaphore_wait(&port.buffer_sem, 0);
     const zvx_omx_buffer_owner_t owner = header->priv.owner;
     const bool client_owned = owner == ZVX_OMX_BUFFER_OWNER_CLIENT || owner == ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT;
     if (client_owned) {
         header->priv.owner = ZVX_OMX_BUFFER_OWNER_COMPONENT;
-        zvx_list_push_back_value_zvx_buffer(&port.tracked_buffers, header);
+        zvx_list_push_back_value_omxbufferhdrptr(&port.tracked_buffers, header);
+        if (direction.keeps_client_order) {
+            /* One still on its way back is listed already; it takes its new place at the end. */
+            zvx_list_remove_value_port_buffers(&port.buffer_list, header);
+            zvx_list_push_back_value_port_buffers(&port.buffer_list, header);
+        }
     }
     zvxu_semaphore_post(&port.buffer_sem);
     return client_owned;
 }
 
-void zvxp_return_ownership(struct zvx_omx_port &port, struct zvx_omx_common_bufferheadertype *header)
+void zvxp_return_ownership(const zvxp_buffer_direction &direction, struct zvx_omx_port &port,
+                           struct zvx_omx_common_bufferheadertype *header)
 {
     zvxu_semaphore_wait(&port.buffer_sem, 0);
-    zvx_list_remove_value_zvx_buffer(&port.tracked_buffers, header);
+    zvx_list_remove_value_omxbufferhdrptr(&port.tracked_buffers, header);
+    if (direction.keeps_client_order) {
+        zvx_list_remove_value_port_buffers(&port.buffer_list, header);
+    }
     header->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
     zvxu_semaphore_post(&port.buffer_sem);
 }
@@ -198,7 +208,7 @@ OMX_ERRORTYPE zvxp_queue_buffer(const zvxp_buffer_direction &direction, OMX_HAND
         return OMX_ErrorIncorrectStateOperation;
     }
     struct zvx_omx_common_bufferheadertype *header = zvx_omx_common_bufferheader_from_pub(buffer);
-    if (!zvxp_take_ownership(port, header)) {
+    if (!zvxp_take_ownership(direction, port, header)) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Buffer is already queued. hdr=%p. (%s:%d)", buffer);
         return OMX_ErrorIncorrectStateOperation;
     }
@@ -215,7 +225,7 @@ OMX_ERRORTYPE zvxp_queue_buffer(const zvxp_buffer_direction &direction, OMX_HAND
     const OMX_ERRORTYPE error = direction.session_queue(comp->driver_fd, &details);
     if (error != OMX_ErrorNone) {
         std::atomic_ref(port.nr_enqueue).fetch_sub(1);
-        zvxp_return_ownership(port, header);
+        zvxp_return_ownership(direction, port, header);
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Session refused buffer. hdr=%p, error=0x%x. (%s:%d)", buffer, error);
     }
     return error;
@@ -265,8 +275,8 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
         return OMX_ErrorBadParameter;
     }
     zvxu_semaphore_wait(&port.buffer_sem, 0);
-    zvx_list_remove_value_omx_buffer(&port.buffer_list, pBufferHdr);
-    zvx_list_remove_value_zvx_buffer(&port.tracked_buffers, header);
+    zvx_list_remove_value_port_buffers(&port.buffer_list, header);
+    zvx_list_remove_value_omxbufferhdrptr(&port.tracked_buffers, header);
     zvxu_semaphore_post(&port.buffer_sem);
     zvx_unregister_buffer(comp->driver_fd, header->priv.desc.buffer_id);
     zvx_map_erase(&port.registered_buffers, header);

@@ -28,8 +28,8 @@ OMX_ERRORTYPE zvx_omx_port_init(zvx_omx_port *port)
     // Everything that cannot fail comes first and the maps start zeroed, so that a port whose init
     // failed half-way can still be destroyed.
     *port = zvx_omx_port{};
-    zvx_list_construct_zvx_buffer(&port->tracked_buffers);
-    zvx_list_construct_omx_buffer(&port->buffer_list);
+    zvx_list_construct_omxbufferhdrptr(&port->tracked_buffers);
+    zvx_list_construct_port_buffers(&port->buffer_list);
     zvxu_semaphore_init(&port->buffer_sem);
 
     OMX_ERRORTYPE error = zvx_omx_config_construct(&port->config_and_params);
@@ -49,8 +49,8 @@ void zvx_omx_port_destroy(zvx_omx_port *port)
     zvx_omx_config_destruct(&port->config_and_params);
     zvx_map_destruct(&port->registered_buffers);
     zvx_map_destruct(&port->mapped_buffers);
-    zvx_list_destruct_zvx_buffer(&port->tracked_buffers);
-    zvx_list_destruct_omx_buffer(&port->buffer_list);
+    zvx_list_destruct_omxbufferhdrptr(&port->tracked_buffers);
+    zvx_list_destruct_port_buffers(&port->buffer_list);
     zvxu_semaphore_destroy(&port->buffer_sem);
     port->hdr = nullptr;
 }

@@ -152,6 +152,38 @@ TEST_F(EntryPoints, QueuedBufferReachesTheSessionOnceUntilItComesBack)
     EXPECT_EQ(comp_->ports[1].nr_enqueue, 1);
 }
 
+template <typename List>
+std::vector<OMX_BUFFERHEADERTYPE *> headers_in(List &list)
+{
+    std::vector<OMX_BUFFERHEADERTYPE *> headers;
+    for (auto *it = list.node.next; it != &list.node; it = it->next) {
+        headers.push_back(&it->data->pub);
+    }
+    return headers;
+}
+
+TEST_F(EntryPoints, InputBuffersKeepTheClientsQueueOrderUntilFreed)
+{
+    std::vector<OMX_BUFFERHEADERTYPE *> headers(3);
+    for (auto &header : headers) {
+        ASSERT_EQ(omx_->AllocateBuffer(omx_, &header, 0, nullptr, 1024), OMX_ErrorNone);
+    }
+    zvx_omx_port &input = comp_->ports[0];
+    EXPECT_TRUE(headers_in(input.buffer_list).empty()) << "registering a buffer does not queue it";
+
+    for (int i : {2, 0, 1}) {
+        ASSERT_EQ(omx_->EmptyThisBuffer(omx_, headers[i]), OMX_ErrorNone);
+    }
+    const std::vector<OMX_BUFFERHEADERTYPE *> queued = {headers[2], headers[0], headers[1]};
+    EXPECT_EQ(headers_in(input.buffer_list), queued);
+    EXPECT_EQ(headers_in(input.tracked_buffers), queued);
+
+    ASSERT_EQ(omx_->FreeBuffer(omx_, 0, headers[0]), OMX_ErrorNone);
+    const std::vector<OMX_BUFFERHEADERTYPE *> left = {headers[2], headers[1]};
+    EXPECT_EQ(headers_in(input.buffer_list), left);
+    EXPECT_EQ(headers_in(input.tracked_buffers), left);
+}
+
 TEST_F(EntryPoints, DisabledPortRefusesBuffers)
 {
     zvx_omx_common_bufferheadertype header = {};
