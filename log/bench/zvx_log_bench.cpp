@@ -8,8 +8,7 @@ struct zvx_log_group suppressed_group;
 void BM_SuppressedLogCall(benchmark::State &state)
 {
     zvx_log_group_construct(&suppressed_group, "BENCH", ZVX_LOG_PANIC,
-                            static_cast<zvx_log_drain *>(
-                                zvx_map_find(&zvx_log_get_instance()->drain, "printf")));
+                            static_cast<zvx_log_drain *>(zvx_map_find(&zvx_log_get_instance()->drain, "printf")));
     int a = 1, b = 2, c = 3;
     const char *d = "four";
     void *e = &a;

@@ -39,11 +39,10 @@ struct zvx_log_drain;
 
 // n_args is the caller's own argument count (informational; no drain uses it). The drain ends
 // the line itself.
-typedef void (*zvx_log_print_fptr)(struct zvx_log_drain *drain, zvx_log_severity severity,
-                                   const char *tag, const char *fmt, uint32_t n_args, ...)
-    __attribute__((format(printf, 4, 6)));
-typedef void (*zvx_log_data_fptr)(struct zvx_log_drain *drain, zvx_log_severity severity,
-                                  const struct iovec *vec, size_t count);
+typedef void (*zvx_log_print_fptr)(struct zvx_log_drain *drain, zvx_log_severity severity, const char *tag,
+                                   const char *fmt, uint32_t n_args, ...) __attribute__((format(printf, 4, 6)));
+typedef void (*zvx_log_data_fptr)(struct zvx_log_drain *drain, zvx_log_severity severity, const struct iovec *vec,
+                                  size_t count);
 
 // First member of every concrete drain.
 struct zvx_log_drain {
@@ -58,7 +57,7 @@ struct zvx_log_drain_file {
 
 struct zvx_log_group {
     const char *tag;
-    zvx_log_severity severity; // messages with a greater number are suppressed
+    zvx_log_severity severity;   // messages with a greater number are suppressed
     struct zvx_log_drain *drain; // not owned
 };
 
@@ -98,8 +97,8 @@ struct zvx_log *zvx_log_get_instance(void);
 void zvx_log_construct(struct zvx_log *log);
 void zvx_log_destruct(struct zvx_log *log);
 
-void zvx_log_group_construct(struct zvx_log_group *group, const char *tag,
-                             zvx_log_severity severity, struct zvx_log_drain *drain);
+void zvx_log_group_construct(struct zvx_log_group *group, const char *tag, zvx_log_severity severity,
+                             struct zvx_log_drain *drain);
 void zvx_log_group_destruct(struct zvx_log_group *group);
 void zvx_log_group_add(struct zvx_log *log, const char *name, struct zvx_log_group *group);
 // Per-group configuration hook, run for every group; changes nothing and returns false.
@@ -112,8 +111,7 @@ void zvx_log_configure(struct zvx_log *log, const char *str);
 // Case-insensitive "Panic" ... "Verbose"; ZVX_LOG_MAX when unknown.
 zvx_log_severity string_to_severity(const char *str);
 
-void zvx_log_drain_construct(struct zvx_log_drain *drain, zvx_log_print_fptr print,
-                             zvx_log_data_fptr data);
+void zvx_log_drain_construct(struct zvx_log_drain *drain, zvx_log_print_fptr print, zvx_log_data_fptr data);
 void zvx_log_drain_destruct(struct zvx_log_drain *drain);
 void zvx_log_drain_printf_construct(struct zvx_log_drain *drain);
 void zvx_log_drain_printf_destruct(struct zvx_log_drain *drain);
@@ -126,8 +124,7 @@ void zvx_log_drain_file_destruct(struct zvx_log_drain_file *drain);
 // Base name of a path: the part after the last '/'.
 const char *zvx_log_strrchr(const char *s);
 // Like vsnprintf, but return what was placed: the result clamped to [0, size].
-int vscnprintf(char *str, size_t size, const char *fmt, va_list args)
-    __attribute__((format(printf, 3, 0)));
+int vscnprintf(char *str, size_t size, const char *fmt, va_list args) __attribute__((format(printf, 3, 0)));
 int scnprintf(char *str, size_t size, const char *fmt, ...) __attribute__((format(printf, 3, 4)));
 
 // The program's own Android logging entry points, writing to standard output with a
@@ -139,8 +136,7 @@ extern "C" int __android_log_print(int prio, const char *tag, const char *fmt, .
 
 namespace zvx::log_detail {
 // Only ever named inside decltype, so the arguments are never evaluated.
-template <typename... Args>
-std::integral_constant<uint32_t, sizeof...(Args)> count_args(Args...);
+template <typename... Args> std::integral_constant<uint32_t, sizeof...(Args)> count_args(Args...);
 } // namespace zvx::log_detail
 
 // Logs through a group when the group's threshold admits the severity. The check comes first:
@@ -148,15 +144,14 @@ std::integral_constant<uint32_t, sizeof...(Args)> count_args(Args...);
 // macro fills with the source file's base name and line:
 //
 //   ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "destroy(comp=%p). (%s:%d)", comp);
-#define ZVX_LOG(log_group, log_severity, log_format, ...)                                          \
-    do {                                                                                           \
-        struct zvx_log_group *const zvx_log_group_ = (log_group);                                  \
-        const zvx_log_severity zvx_log_severity_ = (log_severity);                                 \
-        if (zvx_log_group_->severity >= zvx_log_severity_)                                         \
-            zvx_log_group_->drain->print(                                                          \
-                zvx_log_group_->drain, zvx_log_severity_, zvx_log_group_->tag, log_format,         \
-                decltype(::zvx::log_detail::count_args(__VA_ARGS__))::value,                       \
-                __VA_ARGS__ __VA_OPT__(, ) zvx_log_strrchr(__FILE__), __LINE__);                   \
+#define ZVX_LOG(log_group, log_severity, log_format, ...)                                                              \
+    do {                                                                                                               \
+        struct zvx_log_group *const zvx_log_group_ = (log_group);                                                      \
+        const zvx_log_severity zvx_log_severity_ = (log_severity);                                                     \
+        if (zvx_log_group_->severity >= zvx_log_severity_)                                                             \
+            zvx_log_group_->drain->print(zvx_log_group_->drain, zvx_log_severity_, zvx_log_group_->tag, log_format,    \
+                                         decltype(::zvx::log_detail::count_args(__VA_ARGS__))::value,                  \
+                                         __VA_ARGS__ __VA_OPT__(, ) zvx_log_strrchr(__FILE__), __LINE__);              \
     } while (0)
 
 #endif

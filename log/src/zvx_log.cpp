@@ -12,9 +12,8 @@
 
 namespace {
 constexpr const char *severity_to_name[] = {"Panic", "Error", "Warning", "Info", "Debug", "Verbose"};
-constexpr android_LogPriority severity_to_alog[] = {ANDROID_LOG_FATAL, ANDROID_LOG_ERROR,
-                                                    ANDROID_LOG_WARN,  ANDROID_LOG_INFO,
-                                                    ANDROID_LOG_DEBUG, ANDROID_LOG_VERBOSE};
+constexpr android_LogPriority severity_to_alog[] = {ANDROID_LOG_FATAL, ANDROID_LOG_ERROR, ANDROID_LOG_WARN,
+                                                    ANDROID_LOG_INFO,  ANDROID_LOG_DEBUG, ANDROID_LOG_VERBOSE};
 constexpr const char *priority_letter[] = {"U", "D", "V", "D", "I", "W", "E", "F", "S"};
 
 constexpr size_t dump_row_bytes = 32;
@@ -73,8 +72,8 @@ bool handle_config(struct zvx_log *log, char *config)
     return false;
 }
 
-void printf_print(struct zvx_log_drain *, zvx_log_severity severity, const char *tag,
-                  const char *fmt, uint32_t n_args, ...)
+void printf_print(struct zvx_log_drain *, zvx_log_severity severity, const char *tag, const char *fmt, uint32_t n_args,
+                  ...)
 {
     printf("%s %s: ", severity_to_name[clamp_severity(severity)], tag);
     va_list args;
@@ -85,8 +84,7 @@ void printf_print(struct zvx_log_drain *, zvx_log_severity severity, const char 
     fflush(stdout);
 }
 
-void printf_data(struct zvx_log_drain *, zvx_log_severity severity, const struct iovec *vec,
-                 size_t count)
+void printf_data(struct zvx_log_drain *, zvx_log_severity severity, const struct iovec *vec, size_t count)
 {
     printf("%s: count=%zu\n", severity_to_name[clamp_severity(severity)], count);
     for (size_t i = 0; i < count; ++i) {
@@ -102,8 +100,8 @@ void printf_data(struct zvx_log_drain *, zvx_log_severity severity, const struct
     fflush(stdout);
 }
 
-void alog_print(struct zvx_log_drain *, zvx_log_severity severity, const char *tag,
-                const char *fmt, uint32_t n_args, ...)
+void alog_print(struct zvx_log_drain *, zvx_log_severity severity, const char *tag, const char *fmt, uint32_t n_args,
+                ...)
 {
     va_list args;
     va_start(args, n_args);
@@ -112,20 +110,17 @@ void alog_print(struct zvx_log_drain *, zvx_log_severity severity, const char *t
 }
 
 // One message, cut off silently at the buffer's end.
-void alog_data(struct zvx_log_drain *, zvx_log_severity severity, const struct iovec *vec,
-               size_t count)
+void alog_data(struct zvx_log_drain *, zvx_log_severity severity, const struct iovec *vec, size_t count)
 {
     char text[text_buffer_size];
     size_t used = static_cast<size_t>(scnprintf(text, sizeof text, "count=%zu\n", count));
     for (size_t i = 0; i < count; ++i) {
         const auto *bytes = static_cast<const unsigned char *>(vec[i].iov_base);
-        used += static_cast<size_t>(
-            scnprintf(text + used, sizeof text - used, "  length=%zu", vec[i].iov_len));
+        used += static_cast<size_t>(scnprintf(text + used, sizeof text - used, "  length=%zu", vec[i].iov_len));
         for (size_t row = 0; row < vec[i].iov_len; row += dump_row_bytes) {
             used += static_cast<size_t>(scnprintf(text + used, sizeof text - used, "\n   "));
             for (size_t b = row; b < vec[i].iov_len && b < row + dump_row_bytes; ++b)
-                used += static_cast<size_t>(
-                    scnprintf(text + used, sizeof text - used, " %02x", bytes[b]));
+                used += static_cast<size_t>(scnprintf(text + used, sizeof text - used, " %02x", bytes[b]));
         }
     }
     __android_log_print(severity_to_alog[clamp_severity(severity)], "ZVX", "%s", text);
@@ -142,15 +137,14 @@ void write_record(int fd, zvx_log_severity severity, const char *text, int lengt
     header.severity = static_cast<uint8_t>(severity);
     header.timestamp.sec = static_cast<uint64_t>(now.tv_sec);
     header.timestamp.nsec = static_cast<uint64_t>(now.tv_nsec);
-    const struct iovec parts[2] = {{&header, sizeof header},
-                                   {const_cast<char *>(text), static_cast<size_t>(length)}};
+    const struct iovec parts[2] = {{&header, sizeof header}, {const_cast<char *>(text), static_cast<size_t>(length)}};
     [[maybe_unused]] const ssize_t written = writev(fd, parts, 2);
 }
 
 // The record carries the whole text: a message longer than the stack buffer is formatted again
 // into one that fits.
-void file_print(struct zvx_log_drain *drain, zvx_log_severity severity, const char *, const char *fmt,
-                uint32_t n_args, ...)
+void file_print(struct zvx_log_drain *drain, zvx_log_severity severity, const char *, const char *fmt, uint32_t n_args,
+                ...)
 {
     const int fd = reinterpret_cast<struct zvx_log_drain_file *>(drain)->fd;
     if (fd < 0)
@@ -178,8 +172,8 @@ void file_print(struct zvx_log_drain *drain, zvx_log_severity severity, const ch
 void file_data(struct zvx_log_drain *drain, zvx_log_severity, const struct iovec *vec, size_t count)
 {
     const int fd = reinterpret_cast<struct zvx_log_drain_file *>(drain)->fd;
-    if (fd >= 0)
-        [[maybe_unused]] const ssize_t written = writev(fd, vec, static_cast<int>(count));
+    if (fd >= 0) [[maybe_unused]]
+        const ssize_t written = writev(fd, vec, static_cast<int>(count));
 }
 } // namespace
 
@@ -195,17 +189,15 @@ void zvx_log_destruct(struct zvx_log *log)
     zvx_map_destruct(&log->drain);
 }
 
-void zvx_log_group_construct(struct zvx_log_group *group, const char *tag,
-                             zvx_log_severity severity, struct zvx_log_drain *drain)
+void zvx_log_group_construct(struct zvx_log_group *group, const char *tag, zvx_log_severity severity,
+                             struct zvx_log_drain *drain)
 {
     group->tag = tag;
     group->severity = severity;
     group->drain = drain;
 }
 
-void zvx_log_group_destruct(struct zvx_log_group *)
-{
-}
+void zvx_log_group_destruct(struct zvx_log_group *) {}
 
 void zvx_log_group_add(struct zvx_log *log, const char *name, struct zvx_log_group *group)
 {
@@ -245,8 +237,7 @@ void zvx_log_configure(struct zvx_log *log, const char *str)
     if (commands == nullptr)
         return;
     char *save = nullptr;
-    for (char *command = strtok_r(commands, ";", &save); command != nullptr;
-         command = strtok_r(nullptr, ";", &save))
+    for (char *command = strtok_r(commands, ";", &save); command != nullptr; command = strtok_r(nullptr, ";", &save))
         handle_config(log, command);
     zvx_mem_free(commands);
 }
@@ -260,16 +251,13 @@ zvx_log_severity string_to_severity(const char *str)
     return ZVX_LOG_MAX;
 }
 
-void zvx_log_drain_construct(struct zvx_log_drain *drain, zvx_log_print_fptr print,
-                             zvx_log_data_fptr data)
+void zvx_log_drain_construct(struct zvx_log_drain *drain, zvx_log_print_fptr print, zvx_log_data_fptr data)
 {
     drain->print = print;
     drain->data = data;
 }
 
-void zvx_log_drain_destruct(struct zvx_log_drain *)
-{
-}
+void zvx_log_drain_destruct(struct zvx_log_drain *) {}
 
 void zvx_log_drain_printf_construct(struct zvx_log_drain *drain)
 {
@@ -336,11 +324,10 @@ extern "C" int __android_log_vprint(int prio, const char *tag, const char *fmt, 
     localtime_r(&now.tv_sec, &local);
     const int last_priority = ANDROID_LOG_SILENT;
     const char *letter = priority_letter[prio < 0 ? 0 : prio > last_priority ? last_priority : prio];
-    const int prefix = printf("%02d-%02d %02d:%02d:%02d.%03u %5u %5u %s %s: ", local.tm_mon + 1,
-                              local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
-                              static_cast<unsigned>(now.tv_nsec / 1000000),
-                              static_cast<unsigned>(getpid()) % 65536u,
-                              static_cast<unsigned>(gettid()) % 65536u, letter, tag);
+    const int prefix =
+        printf("%02d-%02d %02d:%02d:%02d.%03u %5u %5u %s %s: ", local.tm_mon + 1, local.tm_mday, local.tm_hour,
+               local.tm_min, local.tm_sec, static_cast<unsigned>(now.tv_nsec / 1000000),
+               static_cast<unsigned>(getpid()) % 65536u, static_cast<unsigned>(gettid()) % 65536u, letter, tag);
     const int message = vprintf(fmt, args);
     const int end = printf("\n");
     fflush(stdout);

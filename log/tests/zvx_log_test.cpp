@@ -75,8 +75,8 @@ TEST_F(LogConfig, SuppressedMessageEvaluatesNoArgument)
     const int line = __LINE__ - 1;
     ZVX_LOG(&group, ZVX_LOG_PANIC, "no arguments. (%s:%d)");
     EXPECT_EQ(GetCapturedStdout(), "Warning TAG: count=1. (zvx_log_test.cpp:" + std::to_string(line) +
-                                       ")\nPanic TAG: no arguments. (zvx_log_test.cpp:" +
-                                       std::to_string(line + 2) + ")\n");
+                                       ")\nPanic TAG: no arguments. (zvx_log_test.cpp:" + std::to_string(line + 2) +
+                                       ")\n");
     EXPECT_EQ(evaluated, 1);
 }
 
@@ -85,7 +85,8 @@ TEST_F(LogConfig, AlogDrainWritesAndroidStylePrefix)
     CaptureStdout();
     alog_drain.print(&alog_drain, ZVX_LOG_ERROR, "TAG", "value=%d", 1, 42);
     const std::string out = GetCapturedStdout();
-    EXPECT_TRUE(std::regex_match(out, std::regex(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} [ \d]{4}\d [ \d]{4}\d E TAG: value=42\n)")))
+    EXPECT_TRUE(
+        std::regex_match(out, std::regex(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} [ \d]{4}\d [ \d]{4}\d E TAG: value=42\n)")))
         << out;
 }
 

@@ -25,8 +25,8 @@ void *zvx_mem_valloc(size_t size)
 {
     const long page_size = sysconf(_SC_PAGESIZE);
     if (page_size < 0) {
-        printf("%s:%d Error: sysconf(_SC_PAGESIZE) returned error status, errno=%u.\n", __func__,
-               valloc_error_line, static_cast<unsigned>(errno));
+        printf("%s:%d Error: sysconf(_SC_PAGESIZE) returned error status, errno=%u.\n", __func__, valloc_error_line,
+               static_cast<unsigned>(errno));
         return nullptr;
     }
     void *block = nullptr;

@@ -48,28 +48,16 @@ typedef int32_t OMX_S32;
 typedef uint64_t OMX_U64;
 typedef int64_t OMX_S64;
 
-typedef enum OMX_BOOL {
-    OMX_FALSE = 0,
-    OMX_TRUE = !OMX_FALSE,
-    OMX_BOOL_MAX = 0x7FFFFFFF
-} OMX_BOOL;
+typedef enum OMX_BOOL { OMX_FALSE = 0, OMX_TRUE = !OMX_FALSE, OMX_BOOL_MAX = 0x7FFFFFFF } OMX_BOOL;
 
 typedef void *OMX_PTR;
 typedef char *OMX_STRING;
 typedef unsigned char *OMX_BYTE;
 typedef unsigned char OMX_UUIDTYPE[128];
 
-typedef enum OMX_DIRTYPE {
-    OMX_DirInput,
-    OMX_DirOutput,
-    OMX_DirMax = 0x7FFFFFFF
-} OMX_DIRTYPE;
+typedef enum OMX_DIRTYPE { OMX_DirInput, OMX_DirOutput, OMX_DirMax = 0x7FFFFFFF } OMX_DIRTYPE;
 
-typedef enum OMX_ENDIANTYPE {
-    OMX_EndianBig,
-    OMX_EndianLittle,
-    OMX_EndianMax = 0x7FFFFFFF
-} OMX_ENDIANTYPE;
+typedef enum OMX_ENDIANTYPE { OMX_EndianBig, OMX_EndianLittle, OMX_EndianMax = 0x7FFFFFFF } OMX_ENDIANTYPE;
 
 typedef enum OMX_NUMERICALDATATYPE {
     OMX_NumericalDataSigned,

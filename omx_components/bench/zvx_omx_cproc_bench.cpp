@@ -60,7 +60,8 @@ void BM_CommandDispatch(benchmark::State &state)
     zvx_omx_common_cproc_command_queue_init(&comp.cproc_queue);
     zvx_omx_common_cproc_invoker_start(&comp);
     // Let the thread get past its first wake-up, after which it sleeps in poll without a time-out.
-    auto *warm_up = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+    auto *warm_up =
+        static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
     warm_up->function = mark_woken;
     woken_at_ns = -1;
     zvx_omx_common_component_queue_command(&comp, warm_up);
@@ -68,7 +69,8 @@ void BM_CommandDispatch(benchmark::State &state)
 
     std::vector<int64_t> latencies_ns;
     for (auto _ : state) {
-        auto *command = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+        auto *command =
+            static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
         command->function = mark_woken;
         woken_at_ns = -1;
         const int64_t queued_at = now_ns();

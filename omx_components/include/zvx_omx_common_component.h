@@ -103,8 +103,8 @@ OMX_U32 zvx_omx_common_component_get_yuv_port_index(const zvx_omx_common_compone
 OMX_BOOL zvx_omx_common_component_is_tcx_enabled(zvx_omx_common_component *comp, OMX_U32 port, OMX_BOOL *tiles,
                                                  OMX_BOOL *wideblk);
 /* Switches the compressed layout on the YUV port; false for any other port. */
-bool zvx_omx_common_component_tcx_enable(zvx_omx_common_component *comp, OMX_U32 port, bool enable,
-                                         bool tiles_enable, bool wideblk_enable);
+bool zvx_omx_common_component_tcx_enable(zvx_omx_common_component *comp, OMX_U32 port, bool enable, bool tiles_enable,
+                                         bool wideblk_enable);
 OMX_BOOL zvx_omx_common_component_is_dmabuf_enabled(zvx_omx_common_component *comp, OMX_U32 port);
 OMX_BOOL zvx_omx_common_component_is_metadata_in_buffer_enabled(zvx_omx_common_component *comp, OMX_U32 port);
 

@@ -7,9 +7,8 @@
 OMX_ERRORTYPE zvx_omx_common_component_use_buffer(OMX_HANDLETYPE hComponent, OMX_BUFFERHEADERTYPE **ppBufferHdr,
                                                   OMX_U32 nPortIndex, OMX_PTR pAppPrivate, OMX_U32 nSizeBytes,
                                                   OMX_U8 *pBuffer);
-OMX_ERRORTYPE zvx_omx_common_component_allocate_buffer(OMX_HANDLETYPE hComponent,
-                                                       OMX_BUFFERHEADERTYPE **ppBufferHdr, OMX_U32 nPortIndex,
-                                                       OMX_PTR pAppPrivate, OMX_U32 nSizeBytes);
+OMX_ERRORTYPE zvx_omx_common_component_allocate_buffer(OMX_HANDLETYPE hComponent, OMX_BUFFERHEADERTYPE **ppBufferHdr,
+                                                       OMX_U32 nPortIndex, OMX_PTR pAppPrivate, OMX_U32 nSizeBytes);
 OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OMX_U32 nPortIndex,
                                                    OMX_BUFFERHEADERTYPE *pBufferHdr);
 OMX_ERRORTYPE zvx_omx_common_component_empty_this_buffer(OMX_HANDLETYPE hComponent, OMX_BUFFERHEADERTYPE *pBuffer);

@@ -39,11 +39,10 @@ bool common_component_cmd_state_change(struct zvx_omx_common_component *comp,
 bool common_component_cmd_flush_buffers_in_executing_state(struct zvx_omx_common_component *comp,
                                                            struct zvx_omx_common_cproc_command_data *command);
 
-OMX_ERRORTYPE zvx_omx_common_component_send_command(OMX_HANDLETYPE hComponent, OMX_COMMANDTYPE Cmd,
-                                                    OMX_U32 nParam1, OMX_PTR pCmdData);
+OMX_ERRORTYPE zvx_omx_common_component_send_command(OMX_HANDLETYPE hComponent, OMX_COMMANDTYPE Cmd, OMX_U32 nParam1,
+                                                    OMX_PTR pCmdData);
 OMX_ERRORTYPE zvx_omx_common_component_get_state(OMX_HANDLETYPE hComponent, OMX_STATETYPE *pState);
-OMX_ERRORTYPE zvx_omx_common_component_get_component_version(OMX_HANDLETYPE hComponent,
-                                                             OMX_STRING pComponentName,
+OMX_ERRORTYPE zvx_omx_common_component_get_component_version(OMX_HANDLETYPE hComponent, OMX_STRING pComponentName,
                                                              OMX_VERSIONTYPE *pComponentVersion,
                                                              OMX_VERSIONTYPE *pSpecVersion,
                                                              OMX_UUIDTYPE *pComponentUUID);

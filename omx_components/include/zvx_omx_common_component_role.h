@@ -14,8 +14,7 @@ struct zvx_omx_common_component;
 OMX_ERRORTYPE zvx_omx_common_component_set_role(struct zvx_omx_common_component *comp, const char *role);
 
 /* Fills `enabled` with the roles of `table` that the session supports; returns their count. */
-int zvx_omx_common_component_collect_enabled_roles(const char *const *table, size_t table_size,
-                                                   const char **enabled);
+int zvx_omx_common_component_collect_enabled_roles(const char *const *table, size_t table_size, const char **enabled);
 
 /* ComponentRoleEnum over a role table: the index-th role that the session supports. */
 OMX_ERRORTYPE zvx_omx_common_component_role_enum(const char *const *table, size_t table_size, OMX_U8 *role,

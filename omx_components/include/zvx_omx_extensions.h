@@ -663,7 +663,12 @@ typedef struct UseAndroidNativeBufferParams {
 static_assert(sizeof(UseAndroidNativeBufferParams) == 40);
 
 typedef enum MediaImageType { MEDIA_IMAGE_TYPE_UNKNOWN = 0, MEDIA_IMAGE_TYPE_YUV = 1 } MediaImageType;
-typedef enum MediaImagePlaneIndex { MEDIA_IMAGE_Y = 0, MEDIA_IMAGE_U = 1, MEDIA_IMAGE_V = 2, MEDIA_IMAGE_MAX_NUM_PLANES = 3 } MediaImagePlaneIndex;
+typedef enum MediaImagePlaneIndex {
+    MEDIA_IMAGE_Y = 0,
+    MEDIA_IMAGE_U = 1,
+    MEDIA_IMAGE_V = 2,
+    MEDIA_IMAGE_MAX_NUM_PLANES = 3
+} MediaImagePlaneIndex;
 
 typedef struct MediaImagePlaneInfo {
     uint32_t mOffset;
@@ -766,7 +771,12 @@ typedef struct ConfigureVideoTunnelModeParams {
 static_assert(sizeof(ConfigureVideoTunnelModeParams) == 32);
 
 /* Colour aspects: field order is range, primaries, transfer, matrix. */
-typedef enum ColorAspectsRange { RangeUnspecified = 0, RangeFull = 1, RangeLimited = 2, RangeOther = 0xFF } ColorAspectsRange;
+typedef enum ColorAspectsRange {
+    RangeUnspecified = 0,
+    RangeFull = 1,
+    RangeLimited = 2,
+    RangeOther = 0xFF
+} ColorAspectsRange;
 
 typedef enum ColorAspectsPrimaries {
     PrimariesUnspecified = 0,

@@ -67,7 +67,7 @@ enum zvx_base_omx_buffer_format {
 struct zvx_base_buffer_userspace {
     uint64_t timestamp;
     zvx_base_buffer_handle_t buffer_id;
-    zvx_base_buffer_handle_t handle; /* address or file descriptor, by allocator */
+    zvx_base_buffer_handle_t handle;     /* address or file descriptor, by allocator */
     zvx_base_buffer_handle_t crc_handle; /* 0 without a CRC buffer */
     enum zvx_base_buffer_allocator allocator;
     uint32_t size;

@@ -31,8 +31,7 @@ bool zvxp_valid_port(const zvx_omx_common_component *comp, OMX_U32 port)
     return comp != nullptr && port < ZVX_OMX_PORT_COUNT;
 }
 
-template <typename T>
-T *zvxp_port_setting(zvx_omx_common_component *comp, OMX_U32 port, OMX_INDEXTYPE index)
+template <typename T> T *zvxp_port_setting(zvx_omx_common_component *comp, OMX_U32 port, OMX_INDEXTYPE index)
 {
     if (!zvxp_valid_port(comp, port))
         return nullptr;
@@ -281,8 +280,8 @@ OMX_BOOL zvx_omx_common_component_is_tcx_enabled(zvx_omx_common_component *comp,
     return enabled ? OMX_TRUE : OMX_FALSE;
 }
 
-bool zvx_omx_common_component_tcx_enable(zvx_omx_common_component *comp, OMX_U32 port, bool enable,
-                                         bool tiles_enable, bool wideblk_enable)
+bool zvx_omx_common_component_tcx_enable(zvx_omx_common_component *comp, OMX_U32 port, bool enable, bool tiles_enable,
+                                         bool wideblk_enable)
 {
     if (!zvxp_valid_port(comp, port) || port != zvx_omx_common_component_get_yuv_port_index(comp))
         return false;
@@ -293,8 +292,8 @@ bool zvx_omx_common_component_tcx_enable(zvx_omx_common_component *comp, OMX_U32
     tcx.bEnabled = enable ? OMX_TRUE : OMX_FALSE;
     tcx.bTilesEnabled = tiles_enable ? OMX_TRUE : OMX_FALSE;
     tcx.bWideblkEnabled = wideblk_enable ? OMX_TRUE : OMX_FALSE;
-    return zvx_omx_config_insert(&comp->ports[port].config_and_params, OMX_IndexParamEnableTCX, 0, &tcx,
-                                 sizeof(tcx)) == OMX_ErrorNone;
+    return zvx_omx_config_insert(&comp->ports[port].config_and_params, OMX_IndexParamEnableTCX, 0, &tcx, sizeof(tcx)) ==
+           OMX_ErrorNone;
 }
 
 OMX_BOOL zvx_omx_common_component_is_dmabuf_enabled(zvx_omx_common_component *comp, OMX_U32 port)

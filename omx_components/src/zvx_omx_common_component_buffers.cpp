@@ -21,8 +21,8 @@ struct zvxp_buffer_direction {
     bool keeps_client_order; /* input buffers go back to the client in the order it queued them */
 };
 
-constexpr zvxp_buffer_direction ZVXP_EMPTY = {0, code_OMX_EmptyThisBuffer, zvx_empty_this_buffer,
-                                              "OMX_EmptyThisBuffer", true};
+constexpr zvxp_buffer_direction ZVXP_EMPTY = {0, code_OMX_EmptyThisBuffer, zvx_empty_this_buffer, "OMX_EmptyThisBuffer",
+                                              true};
 constexpr zvxp_buffer_direction ZVXP_FILL = {1, code_OMX_FillThisBuffer, zvx_fill_this_buffer, "OMX_FillThisBuffer",
                                              false};
 
@@ -73,8 +73,7 @@ zvx_base_buffer_handle_t zvxp_buffer_id(const struct zvx_omx_common_bufferheader
     return reinterpret_cast<zvx_base_buffer_handle_t>(header);
 }
 
-void zvxp_describe(struct zvx_omx_common_component *comp, OMX_U32 port,
-                   struct zvx_omx_common_bufferheadertype *header)
+void zvxp_describe(struct zvx_omx_common_component *comp, OMX_U32 port, struct zvx_omx_common_bufferheadertype *header)
 {
     const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvxp_port_definition(comp->ports[port]);
     struct zvx_base_buffer_userspace &desc = header->priv.desc;
@@ -91,8 +90,8 @@ void zvxp_describe(struct zvx_omx_common_component *comp, OMX_U32 port,
     }
 }
 
-OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE **out, OMX_U32 port,
-                                   OMX_PTR app_private, OMX_U32 size, OMX_U8 *client_memory)
+OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE **out, OMX_U32 port, OMX_PTR app_private,
+                                   OMX_U32 size, OMX_U8 *client_memory)
 {
     struct zvx_omx_common_component *comp = zvxp_component_of(handle);
     if (comp == nullptr || out == nullptr) {
@@ -237,17 +236,16 @@ OMX_ERRORTYPE zvx_omx_common_component_use_buffer(OMX_HANDLETYPE hComponent, OMX
                                                   OMX_U32 nPortIndex, OMX_PTR pAppPrivate, OMX_U32 nSizeBytes,
                                                   OMX_U8 *pBuffer)
 {
-    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_UseBuffer(handle=%p, port=%u, size=%u, buffer=%p). (%s:%d)",
-            hComponent, nPortIndex, nSizeBytes, pBuffer);
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_UseBuffer(handle=%p, port=%u, size=%u, buffer=%p). (%s:%d)", hComponent,
+            nPortIndex, nSizeBytes, pBuffer);
     if (pBuffer == nullptr) {
         return OMX_ErrorBadParameter;
     }
     return zvxp_register_buffer(hComponent, ppBufferHdr, nPortIndex, pAppPrivate, nSizeBytes, pBuffer);
 }
 
-OMX_ERRORTYPE zvx_omx_common_component_allocate_buffer(OMX_HANDLETYPE hComponent,
-                                                       OMX_BUFFERHEADERTYPE **ppBufferHdr, OMX_U32 nPortIndex,
-                                                       OMX_PTR pAppPrivate, OMX_U32 nSizeBytes)
+OMX_ERRORTYPE zvx_omx_common_component_allocate_buffer(OMX_HANDLETYPE hComponent, OMX_BUFFERHEADERTYPE **ppBufferHdr,
+                                                       OMX_U32 nPortIndex, OMX_PTR pAppPrivate, OMX_U32 nSizeBytes)
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_AllocateBuffer(handle=%p, port=%u, size=%u). (%s:%d)", hComponent,
             nPortIndex, nSizeBytes);

@@ -25,22 +25,14 @@ constexpr zvxp_extension_index_entry ZVXP_EXTENSION_INDICES[] = {
     {"OMX.DHQ.video.k7nn.tcx", OMX_IndexParamTCX, false},
     {"OMX.DHQ.video.k7nn.enable.tcx", OMX_IndexParamEnableTCX, false},
     {"OMX.DHQ.video.k7nn.enable.dmabuf", OMX_IndexParamEnableDmaBuf, false},
-    {"OMX.google.android.index.storeMetaDataInBuffers",
-     OMX_IndexParamEnableStoreMetaData, false},
-    {"OMX.google.android.index.storeANWBufferInMetadata",
-     OMX_IndexParamEnableStoreMetaData, false},
-    {"OMX.google.android.index.describeColorFormat",
-     OMX_IndexParamDescribeColorFormat, false},
-    {"OMX.google.android.index.enableAndroidNativeBuffers",
-     OMX_IndexParamEnableAndroidNativeBuffer, false},
-    {"OMX.google.android.index.describeHDRColorInfo",
-     OMX_IndexConfigDescribeHDRColorInfo, true},
-    {"OMX.google.android.index.describeHDRStaticInfo",
-     OMX_IndexConfigDescribeHDRColorInfo, true},
-    {"OMX.DHQ.video.k7nn.encoder.dynamic.fps.from.timestamps",
-     OMX_IndexConfigDynamicFPSFromTimestamp, false},
-    {"OMX.google.android.index.describeColorAspects",
-     OMX_IndexParamDescribeColorAspects, true},
+    {"OMX.google.android.index.storeMetaDataInBuffers", OMX_IndexParamEnableStoreMetaData, false},
+    {"OMX.google.android.index.storeANWBufferInMetadata", OMX_IndexParamEnableStoreMetaData, false},
+    {"OMX.google.android.index.describeColorFormat", OMX_IndexParamDescribeColorFormat, false},
+    {"OMX.google.android.index.enableAndroidNativeBuffers", OMX_IndexParamEnableAndroidNativeBuffer, false},
+    {"OMX.google.android.index.describeHDRColorInfo", OMX_IndexConfigDescribeHDRColorInfo, true},
+    {"OMX.google.android.index.describeHDRStaticInfo", OMX_IndexConfigDescribeHDRColorInfo, true},
+    {"OMX.DHQ.video.k7nn.encoder.dynamic.fps.from.timestamps", OMX_IndexConfigDynamicFPSFromTimestamp, false},
+    {"OMX.google.android.index.describeColorAspects", OMX_IndexParamDescribeColorAspects, true},
 };
 
 constexpr const char *zvxp_command_name(OMX_COMMANDTYPE command)
@@ -201,8 +193,8 @@ bool common_component_cmd_flush_buffers_in_executing_state(struct zvx_omx_common
     return true;
 }
 
-OMX_ERRORTYPE zvx_omx_common_component_send_command(OMX_HANDLETYPE hComponent, OMX_COMMANDTYPE Cmd,
-                                                    OMX_U32 nParam1, OMX_PTR pCmdData)
+OMX_ERRORTYPE zvx_omx_common_component_send_command(OMX_HANDLETYPE hComponent, OMX_COMMANDTYPE Cmd, OMX_U32 nParam1,
+                                                    OMX_PTR pCmdData)
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_SendCommand(handle=%p, cmd=%s (0x%x), param=0x%x, data=%p). (%s:%d)",
             hComponent, zvxp_command_name(Cmd), Cmd, nParam1, pCmdData);
@@ -231,8 +223,7 @@ OMX_ERRORTYPE zvx_omx_common_component_get_state(OMX_HANDLETYPE hComponent, OMX_
     return OMX_ErrorNone;
 }
 
-OMX_ERRORTYPE zvx_omx_common_component_get_component_version(OMX_HANDLETYPE hComponent,
-                                                             OMX_STRING pComponentName,
+OMX_ERRORTYPE zvx_omx_common_component_get_component_version(OMX_HANDLETYPE hComponent, OMX_STRING pComponentName,
                                                              OMX_VERSIONTYPE *pComponentVersion,
                                                              OMX_VERSIONTYPE *pSpecVersion,
                                                              OMX_UUIDTYPE *pComponentUUID)

@@ -39,7 +39,8 @@ OMX_ERRORTYPE zvxp_apply_codec(struct zvx_omx_common_component *comp, const zvxp
     if (codec.role == ZVX_OMX_COMPONENT_ROLE_JPEG) {
         const OMX_U32 picture_port = zvx_omx_common_component_get_yuv_port_index(comp);
         /* Both halves run whatever the first one returned; the caller sees either failure. */
-        result = static_cast<OMX_ERRORTYPE>(result | zvx_omx_frame_port_jpeg_config(&comp->ports[picture_port].config_and_params));
+        result = static_cast<OMX_ERRORTYPE>(
+            result | zvx_omx_frame_port_jpeg_config(&comp->ports[picture_port].config_and_params));
     }
     return result;
 }
@@ -72,8 +73,7 @@ OMX_ERRORTYPE zvx_omx_common_component_set_role(struct zvx_omx_common_component 
     return OMX_ErrorBadParameter;
 }
 
-int zvx_omx_common_component_collect_enabled_roles(const char *const *table, size_t table_size,
-                                                   const char **enabled)
+int zvx_omx_common_component_collect_enabled_roles(const char *const *table, size_t table_size, const char **enabled)
 {
     int count = 0;
     for (size_t i = 0; i < table_size && count < ZVX_OMX_MAX_ENABLED_ROLES; ++i) {

@@ -46,8 +46,7 @@ void zvxp_config_free(zvx_map_pointer block)
 }
 
 // A zeroed record with its header stamped and, when it has one, its port index set.
-template <typename T>
-T zvxp_record()
+template <typename T> T zvxp_record()
 {
     T record;
     std::memset(&record, 0, sizeof(record));
@@ -55,8 +54,7 @@ T zvxp_record()
     return record;
 }
 
-template <typename T>
-T zvxp_port_record(OMX_U32 port)
+template <typename T> T zvxp_port_record(OMX_U32 port)
 {
     T record = zvxp_record<T>();
     record.nPortIndex = port;
@@ -193,8 +191,8 @@ OMX_ERRORTYPE zvxp_avc_config(OMX_U32 port, struct zvx_map *map)
     error = zvxp_insert(map, OMX_IndexParamVideoAvc, avc);
     if (error != OMX_ErrorNone)
         return error;
-    return zvxp_profile_levels(map, port, {OMX_VIDEO_AVCProfileBaseline, OMX_VIDEO_AVCProfileMain, OMX_VIDEO_AVCProfileHigh},
-                               zvxp_avc_levels);
+    return zvxp_profile_levels(
+        map, port, {OMX_VIDEO_AVCProfileBaseline, OMX_VIDEO_AVCProfileMain, OMX_VIDEO_AVCProfileHigh}, zvxp_avc_levels);
 }
 
 OMX_ERRORTYPE avc_decode_config(OMX_U32 port, struct zvx_map *map)
@@ -280,9 +278,9 @@ OMX_ERRORTYPE mpeg2_decode_config(OMX_U32 port, struct zvx_map *map)
     error = zvxp_insert(map, OMX_IndexParamVideoMpeg2, mpeg2);
     if (error != OMX_ErrorNone)
         return error;
-    return zvxp_profile_levels(map, port, {OMX_VIDEO_MPEG2ProfileSimple, OMX_VIDEO_MPEG2ProfileMain},
-                               {OMX_VIDEO_MPEG2LevelLL, OMX_VIDEO_MPEG2LevelML, OMX_VIDEO_MPEG2LevelH14,
-                                OMX_VIDEO_MPEG2LevelHL});
+    return zvxp_profile_levels(
+        map, port, {OMX_VIDEO_MPEG2ProfileSimple, OMX_VIDEO_MPEG2ProfileMain},
+        {OMX_VIDEO_MPEG2LevelLL, OMX_VIDEO_MPEG2LevelML, OMX_VIDEO_MPEG2LevelH14, OMX_VIDEO_MPEG2LevelHL});
 }
 
 OMX_ERRORTYPE mpeg4_decode_config(OMX_U32 port, struct zvx_map *map)
@@ -460,8 +458,8 @@ OMX_ERRORTYPE zvxp_colour_descriptions(struct zvx_map *map, OMX_U32 port, uint32
                                           zvxp_port_record<DescribeHDRStaticInfoParams>(port), sub_index);
         if (error != OMX_ErrorNone)
             return error;
-        error = zvxp_insert(map, OMX_IndexParamDescribeColorAspects,
-                            zvxp_port_record<DescribeColorAspectsParams>(port), sub_index);
+        error = zvxp_insert(map, OMX_IndexParamDescribeColorAspects, zvxp_port_record<DescribeColorAspectsParams>(port),
+                            sub_index);
         if (error != OMX_ErrorNone)
             return error;
     }
@@ -633,8 +631,8 @@ void zvx_omx_config_init_header(void *record, OMX_U32 size)
 
 OMX_ERRORTYPE zvx_omx_config_bitstream_port(struct zvx_map *map, OMX_U32 port)
 {
-    OMX_ERRORTYPE error = zvxp_insert(map, OMX_IndexParamPortDefinition,
-                                      zvxp_bitstream_port_definition(port, OMX_VIDEO_CodingUnused));
+    OMX_ERRORTYPE error =
+        zvxp_insert(map, OMX_IndexParamPortDefinition, zvxp_bitstream_port_definition(port, OMX_VIDEO_CodingUnused));
     if (error != OMX_ErrorNone)
         return error;
     error = zvxp_insert(map, OMX_IndexParamVideoPortFormat,
@@ -647,9 +645,9 @@ OMX_ERRORTYPE zvx_omx_config_bitstream_port(struct zvx_map *map, OMX_U32 port)
 
 OMX_ERRORTYPE zvx_omx_config_frame_port(struct zvx_map *map, OMX_U32 direction, bool is_encoder)
 {
-    static constexpr OMX_COLOR_FORMATTYPE formats[] = {
-        OMX_COLOR_FormatYUV420Planar,      OMX_COLOR_FormatYUV420SemiPlanar, OMX_COLOR_FormatAndroidOpaque,
-        OMX_COLOR_FormatYUV420Flexible,    OMX_COLOR_Format32bitBGRA8888,    OMX_COLOR_Format32bitARGB8888};
+    static constexpr OMX_COLOR_FORMATTYPE formats[] = {OMX_COLOR_FormatYUV420Planar,  OMX_COLOR_FormatYUV420SemiPlanar,
+                                                       OMX_COLOR_FormatAndroidOpaque, OMX_COLOR_FormatYUV420Flexible,
+                                                       OMX_COLOR_Format32bitBGRA8888, OMX_COLOR_Format32bitARGB8888};
     constexpr uint32_t yuv_format_count = 4;
 
     const OMX_U32 port = direction;
@@ -697,10 +695,9 @@ OMX_ERRORTYPE zvx_omx_config_frame_port(struct zvx_map *map, OMX_U32 direction, 
 
 OMX_ERRORTYPE zvx_omx_config_common(struct zvx_map *map, OMX_U32 port)
 {
-    return zvxp_first_error(
-        {zvxp_buffer_supplier, zvxp_native_buffers_off, zvxp_native_buffer_usage, zvxp_store_metadata_off,
-         zvxp_dmabuf_off},
-        map, port);
+    return zvxp_first_error({zvxp_buffer_supplier, zvxp_native_buffers_off, zvxp_native_buffer_usage,
+                             zvxp_store_metadata_off, zvxp_dmabuf_off},
+                            map, port);
 }
 
 OMX_ERRORTYPE zvx_omx_config_decoder_input(struct zvx_map *map)
@@ -715,15 +712,14 @@ OMX_ERRORTYPE zvx_omx_config_decoder_output(struct zvx_map *map)
 
 OMX_ERRORTYPE zvx_omx_config_encoder_input(struct zvx_map *map)
 {
-    return zvxp_first_error({zvxp_frame_port_with_rgb, zvxp_common, zvxp_encoder_input_extras}, map,
-                            zvxp_input_port);
+    return zvxp_first_error({zvxp_frame_port_with_rgb, zvxp_common, zvxp_encoder_input_extras}, map, zvxp_input_port);
 }
 
 OMX_ERRORTYPE zvx_omx_config_encoder_output(struct zvx_map *map)
 {
-    return zvxp_first_error({zvxp_bitstream_port, zvxp_common, zvxp_framerate_30, zvxp_encoder_output_rate,
-                             zvxp_encoder_output_gop},
-                            map, zvxp_output_port);
+    return zvxp_first_error(
+        {zvxp_bitstream_port, zvxp_common, zvxp_framerate_30, zvxp_encoder_output_rate, zvxp_encoder_output_gop}, map,
+        zvxp_output_port);
 }
 
 OMX_ERRORTYPE zvx_omx_config_decoder(struct zvx_map *input_map, struct zvx_map *output_map)

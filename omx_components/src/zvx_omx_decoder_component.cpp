@@ -93,7 +93,8 @@ OMX_ERRORTYPE zvx_omx_decoder_component_get_extension_index(OMX_HANDLETYPE handl
     if (handle == nullptr || index == nullptr || name == nullptr) {
         return OMX_ErrorBadParameter;
     }
-    auto *comp = static_cast<struct zvx_omx_decoder_component *>(static_cast<OMX_COMPONENTTYPE *>(handle)->pComponentPrivate);
+    auto *comp =
+        static_cast<struct zvx_omx_decoder_component *>(static_cast<OMX_COMPONENTTYPE *>(handle)->pComponentPrivate);
     if (comp == nullptr) {
         return OMX_ErrorBadParameter;
     }

@@ -101,8 +101,8 @@ OMX_ERRORTYPE zvx_omx_translate_color_format(zvx_omx_common_component *component
         return OMX_ErrorBadParameter;
 
     if (zvx_omx_common_component_is_tcx_enabled(component, nPortIndex, nullptr, nullptr)) {
-        *dst_fmt = zvxp_is_10_bit(src_fmt) ? ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_TCX_10B
-                                           : ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_TCX;
+        *dst_fmt =
+            zvxp_is_10_bit(src_fmt) ? ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_TCX_10B : ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_TCX;
         return OMX_ErrorNone;
     }
 

@@ -92,7 +92,8 @@ TEST_F(SettingsStore, CodecDefaultsCarryTheCodecCompressionFormat)
         struct zvx_map map;
         ASSERT_EQ(zvx_omx_config_construct(&map), OMX_ErrorNone);
         ASSERT_EQ(c.config(c.type, 1, &map), OMX_ErrorNone);
-        auto *def = static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&map, OMX_IndexParamPortDefinition, 0));
+        auto *def =
+            static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&map, OMX_IndexParamPortDefinition, 0));
         ASSERT_NE(def, nullptr);
         EXPECT_EQ(def->format.video.eCompressionFormat, c.coding);
         EXPECT_EQ(def->nPortIndex, 1u);
@@ -144,7 +145,8 @@ TEST_F(SettingsStore, FrameAndBitstreamPortsDifferWhereBuffersAreSized)
     ASSERT_EQ(zvx_omx_config_construct(&bitstream), OMX_ErrorNone);
     ASSERT_EQ(zvx_omx_config_encoder(&store, &bitstream), OMX_ErrorNone);
 
-    auto *frame = static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&store, OMX_IndexParamPortDefinition, 0));
+    auto *frame =
+        static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&store, OMX_IndexParamPortDefinition, 0));
     ASSERT_NE(frame, nullptr);
     EXPECT_EQ(frame->format.video.nStride, 176);
     EXPECT_EQ(frame->format.video.nSliceHeight, 144u);
@@ -152,7 +154,8 @@ TEST_F(SettingsStore, FrameAndBitstreamPortsDifferWhereBuffersAreSized)
     EXPECT_EQ(frame->format.video.xFramerate, 30u << 16);
     EXPECT_EQ(frame->nBufferAlignment, 4096u);
 
-    auto *stream = static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&bitstream, OMX_IndexParamPortDefinition, 0));
+    auto *stream =
+        static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&bitstream, OMX_IndexParamPortDefinition, 0));
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(stream->eDir, OMX_DirOutput);
     EXPECT_EQ(stream->nBufferSize, 1048576u);
@@ -160,8 +163,8 @@ TEST_F(SettingsStore, FrameAndBitstreamPortsDifferWhereBuffersAreSized)
     EXPECT_EQ(stream->format.video.nStride, 0);
     EXPECT_EQ(stream->format.video.nBitrate, 64000u);
 
-    auto *rate = static_cast<QURO_VIDEO_PARAM_RATECONTROLTYPE *>(
-        zvx_omx_config_find(&bitstream, QURO_IndexParamRateControl, 0));
+    auto *rate =
+        static_cast<QURO_VIDEO_PARAM_RATECONTROLTYPE *>(zvx_omx_config_find(&bitstream, QURO_IndexParamRateControl, 0));
     ASSERT_NE(rate, nullptr);
     EXPECT_EQ(rate->nQpMax, 255u);
     auto *quantization = static_cast<OMX_VIDEO_PARAM_QUANTIZATIONTYPE *>(

@@ -118,7 +118,8 @@ TEST_F(CommandProcessor, UnfinishedCommandRunsAgainBehindLaterOnesUntilDone)
     zvx_omx_common_cproc_invoker_start(&comp_);
     // Holds the thread until everything is queued, so that the order of the runs is fixed.
     gate_open = false;
-    auto *gate = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+    auto *gate =
+        static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
     gate->function = wait_at_gate;
     ASSERT_TRUE(zvx_omx_common_component_queue_command(&comp_, gate));
     queue_recorded(&comp_, 1, 3);
@@ -156,7 +157,8 @@ TEST_F(CommandProcessor, UnfinishedCommandLeftBehindTheExitIsFreedWithTheQueue)
 {
     take_run_log();
     zvx_omx_common_cproc_invoker_start(&comp_);
-    auto *gate = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+    auto *gate =
+        static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
     gate->function = wait_for_exit_command;
     ASSERT_TRUE(zvx_omx_common_component_queue_command(&comp_, gate));
     queue_recorded(&comp_, 1, 1000);

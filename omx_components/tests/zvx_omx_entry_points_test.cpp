@@ -152,8 +152,7 @@ TEST_F(EntryPoints, QueuedBufferReachesTheSessionOnceUntilItComesBack)
     EXPECT_EQ(comp_->ports[1].nr_enqueue, 1);
 }
 
-template <typename List>
-std::vector<OMX_BUFFERHEADERTYPE *> headers_in(List &list)
+template <typename List> std::vector<OMX_BUFFERHEADERTYPE *> headers_in(List &list)
 {
     std::vector<OMX_BUFFERHEADERTYPE *> headers;
     for (auto *it = list.node.next; it != &list.node; it = it->next) {

@@ -35,8 +35,8 @@ protected:
 
 TEST_F(Roles, DecoderEnumeratesItsNineRolesInTableOrder)
 {
-    const char *expected[] = {"video_decoder.avc", "video_decoder.h263", "video_decoder.mpeg4",
-                              "video_decoder.vp8", "video_decoder.vp9",  "video_decoder.rv",
+    const char *expected[] = {"video_decoder.avc", "video_decoder.h263",  "video_decoder.mpeg4",
+                              "video_decoder.vp8", "video_decoder.vp9",   "video_decoder.rv",
                               "video_decoder.vc1", "video_decoder.mpeg2", "video_decoder.hevc"};
     for (OMX_U32 i = 0; i < 9; ++i) {
         EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, i), expected[i]);

@@ -14,285 +14,299 @@
 namespace {
 
 struct DemoRun {
-  std::string out;
-  int wait_status = 0;
+    std::string out;
+    int wait_status = 0;
 
-  int exit_code() const { return WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : -1; }
-  int term_signal() const { return WIFSIGNALED(wait_status) ? WTERMSIG(wait_status) : 0; }
-  bool has(const std::string& text) const { return out.find(text) != std::string::npos; }
-  size_t count(const std::string& text) const {
-    size_t n = 0;
-    for (size_t at = out.find(text); at != std::string::npos; at = out.find(text, at + 1)) {
-      ++n;
+    int exit_code() const { return WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : -1; }
+    int term_signal() const { return WIFSIGNALED(wait_status) ? WTERMSIG(wait_status) : 0; }
+    bool has(const std::string &text) const { return out.find(text) != std::string::npos; }
+    size_t count(const std::string &text) const
+    {
+        size_t n = 0;
+        for (size_t at = out.find(text); at != std::string::npos; at = out.find(text, at + 1)) {
+            ++n;
+        }
+        return n;
     }
-    return n;
-  }
 };
 
 // Standard error is merged into the output only where a test asks for it (crash traces).
-DemoRun run_demo(const std::vector<std::string>& args, bool merge_stderr = false) {
-  int pipe_fds[2];
-  EXPECT_EQ(pipe(pipe_fds), 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    dup2(pipe_fds[1], 1);
-    if (merge_stderr) {
-      dup2(pipe_fds[1], 2);
+DemoRun run_demo(const std::vector<std::string> &args, bool merge_stderr = false)
+{
+    int pipe_fds[2];
+    EXPECT_EQ(pipe(pipe_fds), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(pipe_fds[1], 1);
+        if (merge_stderr) {
+            dup2(pipe_fds[1], 2);
+        }
+        close(pipe_fds[0]);
+        close(pipe_fds[1]);
+        // Sanitizer runtimes would otherwise catch the demo's crash before its own handlers, and the
+        // crash handlers knowingly call functions that are not async-signal-safe.
+        setenv("ASAN_OPTIONS", "handle_segv=0:handle_abort=0:detect_leaks=0", 1);
+        setenv("TSAN_OPTIONS", "handle_segv=0:handle_abort=0:report_signal_unsafe=0", 1);
+        std::vector<char *> argv{const_cast<char *>(QURO_UTF_DEMO_PATH)};
+        for (const std::string &arg : args) {
+            argv.push_back(const_cast<char *>(arg.c_str()));
+        }
+        argv.push_back(nullptr);
+        execv(QURO_UTF_DEMO_PATH, argv.data());
+        _exit(127);
+    }
+    close(pipe_fds[1]);
+    DemoRun run;
+    char buffer[4096];
+    for (ssize_t n; (n = read(pipe_fds[0], buffer, sizeof(buffer))) > 0;) {
+        run.out.append(buffer, static_cast<size_t>(n));
     }
     close(pipe_fds[0]);
-    close(pipe_fds[1]);
-    // Sanitizer runtimes would otherwise catch the demo's crash before its own handlers, and the
-    // crash handlers knowingly call functions that are not async-signal-safe.
-    setenv("ASAN_OPTIONS", "handle_segv=0:handle_abort=0:detect_leaks=0", 1);
-    setenv("TSAN_OPTIONS", "handle_segv=0:handle_abort=0:report_signal_unsafe=0", 1);
-    std::vector<char*> argv{const_cast<char*>(QURO_UTF_DEMO_PATH)};
-    for (const std::string& arg : args) {
-      argv.push_back(const_cast<char*>(arg.c_str()));
+    waitpid(child, &run.wait_status, 0);
+    return run;
+}
+
+const std::string kBanner = "=======================================================\n"
+                            "  Test Framework Demonstration\n"
+                            "=======================================================\n"
+                            "\n";
+
+std::string filter_list(const char *default_name)
+{
+    std::string list;
+    for (const char *name :
+         {"none", "all", "smoketest", "performance", "deprecated", "expectedfailure", "generic", "resfail"}) {
+        list += std::string(15, ' ') + name + (std::string(name) == default_name ? " [default]\n" : "\n");
     }
-    argv.push_back(nullptr);
-    execv(QURO_UTF_DEMO_PATH, argv.data());
-    _exit(127);
-  }
-  close(pipe_fds[1]);
-  DemoRun run;
-  char buffer[4096];
-  for (ssize_t n; (n = read(pipe_fds[0], buffer, sizeof(buffer))) > 0;) {
-    run.out.append(buffer, static_cast<size_t>(n));
-  }
-  close(pipe_fds[0]);
-  waitpid(child, &run.wait_status, 0);
-  return run;
+    return list;
 }
 
-const std::string kBanner =
-    "=======================================================\n"
-    "  Test Framework Demonstration\n"
-    "=======================================================\n"
-    "\n";
-
-std::string filter_list(const char* default_name) {
-  std::string list;
-  for (const char* name : {"none", "all", "smoketest", "performance", "deprecated", "expectedfailure", "generic",
-                           "resfail"}) {
-    list += std::string(15, ' ') + name + (std::string(name) == default_name ? " [default]\n" : "\n");
-  }
-  return list;
-}
-
-const std::string kHelp = std::string(
-    "\nThis will create a new set of tests and run them.\n\nArguments:\n\n"
-    "       --silent    No output - just set return status\n"
-    "    -q --quiet     Show only fatal messages\n"
-    "    -v --verbose   Show all error messages (equivalent to -satfwidpk)\n"
-    "    -s --summary   Show summary\n"
-    "    -a --abort     Show individual abnormal terminations\n"
-    "    -t --fatal     Show individual fatal errors\n"
-    "    -f --fail      Show individual non-fatal errors\n"
-    "    -w --warn      Show individual warnings\n"
-    "    -i --info      Show info messages\n"
-    "    -d --debug     Show debug messages\n"
-    "    -p --pass      Show pass messages\n"
-    "    -k --skip      Show skip messages\n"
-    "    -h --help      Show this help message\n"
-    "    -e --enable_expectedfailure Enable expected failures\n"
-    "    -n --no_buffer Disable result buffering; immediately print logs\n"
-    "       --resfail\n"
-    "                   Enable automated resource allocation failure tests\n"
-    "       --resfail-start=n --resfail-end=n2\n"
-    "                   Enable automated resource allocation failure from \n"
-    "                   allocation n to n2\n"
-    "       --benchmark=repeats\n"
-    "                   Benchmark with the given number of repeats\n"
-    "       --consolidate=mean|median|min|max (Default: mean)\n"
-    "                   Consolidate benchmark results using the method\n\n"
-    "    --backtrace=n  Enable backtrace generation support for segfaults\n"
-    "                   0 = disabled\n"
-    "                   1 = GLIBC trace (Linux-only)\n"
-    "                   2 = GDB trace (Linux-only)\n\n"
-    "       --error=n   Set the minimum reported error level to n (0-5)\n"
-    "       --suite=s   Run only the suite named 's'\n"
-    "       --first-suite=s1 --last-suite=s2\n"
-    "                   Run only suites between s1 ans s2 in list inclusive\n"
-    "       --test=t    Run only the test named 't'\n"
-    "       --testid=t  Run only the test with the given ID 't'\n"
-    "       --first-test=n1 --last-test=n2\n"
-    "                   Run all tests numbered n1 to n2 inclusive\n"
-    "       --fixture=n Run only fixture number n\n"
-    "       --first-fixture=n1 --last-fixture=n2\n"
-    "                   Run all fixtures numbered n1 to n2 inclusive\n\n"
-    "       --suite-list=s1|s2|s3|... List of suites separated by |\n"
-    "       --test-list=t1|t2|t3|...  List of tests separated by |\n\n"
-    "  Filtering options: \n\n"
-    "       --include=filter\n"
-    "           Include tests that match the given filter:\n") +
-    filter_list("all") +
-    "           Note that if included, expected failures will automatically\n"
-    "           fail without running (to avoid hangs). If you wish to run\n"
-    "           the tests which are expected to fail please pass the -e \n"
-    "           option in addition to the filters.\n"
-    "       --exclude=filter \n"
-    "           Exclude tests that match the given filter\n" +
-    filter_list("none") +
-    "       --list-suites\n"
-    "       --list-tests\n"
-    "       --list-fixtures\n"
-    "           Instead of running the tests, list them. Each option\n"
-    "           lists at a different level of granularity. Each line\n"
-    "           of output is a fully-qualified command line to run\n"
-    "           that suite, test, or fixture.\n"
-    "       --restart-test\n"
-    "           Start executing from this test ID in the first suite\n"
-    "       --restart-fixture\n"
-    "           Start executing from this fixture ID in the first test\n"
-    "Short options may be combined (e.g. -s -f can be given as -sf).\n"
-    "If no arguments are given shows summary, failures, and warnings,\n"
-    "with error level 4 (i.e. only errors and fatal errors set return\n"
-    "status to non-0), for all tests.\n\n"
-    "Demonstration options:\n"
-    "       --failures  Add a suite whose tests fail, abort and stop on a fatal error\n"
-    "       --crash     Add a suite whose test crashes\n";
+const std::string kHelp = std::string("\nThis will create a new set of tests and run them.\n\nArguments:\n\n"
+                                      "       --silent    No output - just set return status\n"
+                                      "    -q --quiet     Show only fatal messages\n"
+                                      "    -v --verbose   Show all error messages (equivalent to -satfwidpk)\n"
+                                      "    -s --summary   Show summary\n"
+                                      "    -a --abort     Show individual abnormal terminations\n"
+                                      "    -t --fatal     Show individual fatal errors\n"
+                                      "    -f --fail      Show individual non-fatal errors\n"
+                                      "    -w --warn      Show individual warnings\n"
+                                      "    -i --info      Show info messages\n"
+                                      "    -d --debug     Show debug messages\n"
+                                      "    -p --pass      Show pass messages\n"
+                                      "    -k --skip      Show skip messages\n"
+                                      "    -h --help      Show this help message\n"
+                                      "    -e --enable_expectedfailure Enable expected failures\n"
+                                      "    -n --no_buffer Disable result buffering; immediately print logs\n"
+                                      "       --resfail\n"
+                                      "                   Enable automated resource allocation failure tests\n"
+                                      "       --resfail-start=n --resfail-end=n2\n"
+                                      "                   Enable automated resource allocation failure from \n"
+                                      "                   allocation n to n2\n"
+                                      "       --benchmark=repeats\n"
+                                      "                   Benchmark with the given number of repeats\n"
+                                      "       --consolidate=mean|median|min|max (Default: mean)\n"
+                                      "                   Consolidate benchmark results using the method\n\n"
+                                      "    --backtrace=n  Enable backtrace generation support for segfaults\n"
+                                      "                   0 = disabled\n"
+                                      "                   1 = GLIBC trace (Linux-only)\n"
+                                      "                   2 = GDB trace (Linux-only)\n\n"
+                                      "       --error=n   Set the minimum reported error level to n (0-5)\n"
+                                      "       --suite=s   Run only the suite named 's'\n"
+                                      "       --first-suite=s1 --last-suite=s2\n"
+                                      "                   Run only suites between s1 ans s2 in list inclusive\n"
+                                      "       --test=t    Run only the test named 't'\n"
+                                      "       --testid=t  Run only the test with the given ID 't'\n"
+                                      "       --first-test=n1 --last-test=n2\n"
+                                      "                   Run all tests numbered n1 to n2 inclusive\n"
+                                      "       --fixture=n Run only fixture number n\n"
+                                      "       --first-fixture=n1 --last-fixture=n2\n"
+                                      "                   Run all fixtures numbered n1 to n2 inclusive\n\n"
+                                      "       --suite-list=s1|s2|s3|... List of suites separated by |\n"
+                                      "       --test-list=t1|t2|t3|...  List of tests separated by |\n\n"
+                                      "  Filtering options: \n\n"
+                                      "       --include=filter\n"
+                                      "           Include tests that match the given filter:\n") +
+                          filter_list("all") +
+                          "           Note that if included, expected failures will automatically\n"
+                          "           fail without running (to avoid hangs). If you wish to run\n"
+                          "           the tests which are expected to fail please pass the -e \n"
+                          "           option in addition to the filters.\n"
+                          "       --exclude=filter \n"
+                          "           Exclude tests that match the given filter\n" +
+                          filter_list("none") +
+                          "       --list-suites\n"
+                          "       --list-tests\n"
+                          "       --list-fixtures\n"
+                          "           Instead of running the tests, list them. Each option\n"
+                          "           lists at a different level of granularity. Each line\n"
+                          "           of output is a fully-qualified command line to run\n"
+                          "           that suite, test, or fixture.\n"
+                          "       --restart-test\n"
+                          "           Start executing from this test ID in the first suite\n"
+                          "       --restart-fixture\n"
+                          "           Start executing from this fixture ID in the first test\n"
+                          "Short options may be combined (e.g. -s -f can be given as -sf).\n"
+                          "If no arguments are given shows summary, failures, and warnings,\n"
+                          "with error level 4 (i.e. only errors and fatal errors set return\n"
+                          "status to non-0), for all tests.\n\n"
+                          "Demonstration options:\n"
+                          "       --failures  Add a suite whose tests fail, abort and stop on a fatal error\n"
+                          "       --crash     Add a suite whose test crashes\n";
 
 const std::string kDetails = "UTF: Result Details\n";
 
-TEST(DemoCommandLine, HelpIsExactAndExitsZero) {
-  for (const char* option : {"--help", "-h"}) {
-    const DemoRun run = run_demo({option});
-    EXPECT_EQ(run.out, kBanner + kHelp) << option;
-    EXPECT_EQ(run.exit_code(), 0);
-  }
+TEST(DemoCommandLine, HelpIsExactAndExitsZero)
+{
+    for (const char *option : {"--help", "-h"}) {
+        const DemoRun run = run_demo({option});
+        EXPECT_EQ(run.out, kBanner + kHelp) << option;
+        EXPECT_EQ(run.exit_code(), 0);
+    }
 }
 
-TEST(DemoCommandLine, RefusedArgumentsPrintHelpAndExitOne) {
-  for (const char* option : {"--bogus", "--testid=12a", "--resfail-start=0", "--consolidate=Mean", "-z"}) {
-    const DemoRun run = run_demo({option});
-    EXPECT_EQ(run.out, kBanner + "UTF: Unknown argument \"" + option + "\"\n" + kHelp) << option;
-    EXPECT_EQ(run.exit_code(), 1) << option;
-  }
+TEST(DemoCommandLine, RefusedArgumentsPrintHelpAndExitOne)
+{
+    for (const char *option : {"--bogus", "--testid=12a", "--resfail-start=0", "--consolidate=Mean", "-z"}) {
+        const DemoRun run = run_demo({option});
+        EXPECT_EQ(run.out, kBanner + "UTF: Unknown argument \"" + option + "\"\n" + kHelp) << option;
+        EXPECT_EQ(run.exit_code(), 1) << option;
+    }
 }
 
-TEST(DemoCommandLine, ShortOptionOrderDecidesTheMask) {
-  const DemoRun quiet = run_demo({"-vq"});
-  EXPECT_FALSE(quiet.has("Warn: "));
-  EXPECT_FALSE(quiet.has("UTF: Result Summary"));
-  const DemoRun verbose = run_demo({"-qv"});
-  EXPECT_TRUE(verbose.has("Pass: S:{Basics} T:{implicit_pass [0x0001]} F:{ [0x00]} D:{0} - (implicit pass)\n"));
-  EXPECT_TRUE(verbose.has("Running: S:{Basics} T:{warning [0x0002]} D:{0}\n"));
-  EXPECT_TRUE(verbose.has("UTF: Result Summary"));
+TEST(DemoCommandLine, ShortOptionOrderDecidesTheMask)
+{
+    const DemoRun quiet = run_demo({"-vq"});
+    EXPECT_FALSE(quiet.has("Warn: "));
+    EXPECT_FALSE(quiet.has("UTF: Result Summary"));
+    const DemoRun verbose = run_demo({"-qv"});
+    EXPECT_TRUE(verbose.has("Pass: S:{Basics} T:{implicit_pass [0x0001]} F:{ [0x00]} D:{0} - (implicit pass)\n"));
+    EXPECT_TRUE(verbose.has("Running: S:{Basics} T:{warning [0x0002]} D:{0}\n"));
+    EXPECT_TRUE(verbose.has("UTF: Result Summary"));
 }
 
-TEST(DemoCommandLine, ExitStatusFollowsErrorLevel) {
-  EXPECT_EQ(run_demo({}).exit_code(), 0);
-  EXPECT_EQ(run_demo({"--error=0"}).exit_code(), 3);
-  EXPECT_EQ(run_demo({"--failures"}).exit_code(), 6);
-  EXPECT_EQ(run_demo({"--failures", "--error=7"}).exit_code(), 0);
+TEST(DemoCommandLine, ExitStatusFollowsErrorLevel)
+{
+    EXPECT_EQ(run_demo({}).exit_code(), 0);
+    EXPECT_EQ(run_demo({"--error=0"}).exit_code(), 3);
+    EXPECT_EQ(run_demo({"--failures"}).exit_code(), 6);
+    EXPECT_EQ(run_demo({"--failures", "--error=7"}).exit_code(), 0);
 }
 
-TEST(DemoCommandLine, NumbersAndResourceFailureBounds) {
-  const DemoRun hex = run_demo({"--testid=0x1F", "-p"});
-  EXPECT_TRUE(hex.has("Pass: S:{Basics} T:{hex_id [0x001f]}"));
-  EXPECT_EQ(hex.count("Pass: "), 1u);
-  const DemoRun resfail = run_demo({"--resfail-start=1", "--suite=Basics_resfail"});
-  EXPECT_TRUE(resfail.has("UTF: Running Basics_resfail\n"));
-  EXPECT_TRUE(resfail.has("WARNING: Resfail enabled, tests may fail but must not\ncrash or cause the program to "
-                          "otherwise lock up\n"));
-  EXPECT_EQ(resfail.exit_code(), 0);
+TEST(DemoCommandLine, NumbersAndResourceFailureBounds)
+{
+    const DemoRun hex = run_demo({"--testid=0x1F", "-p"});
+    EXPECT_TRUE(hex.has("Pass: S:{Basics} T:{hex_id [0x001f]}"));
+    EXPECT_EQ(hex.count("Pass: "), 1u);
+    const DemoRun resfail = run_demo({"--resfail-start=1", "--suite=Basics_resfail"});
+    EXPECT_TRUE(resfail.has("UTF: Running Basics_resfail\n"));
+    EXPECT_TRUE(resfail.has("WARNING: Resfail enabled, tests may fail but must not\ncrash or cause the program to "
+                            "otherwise lock up\n"));
+    EXPECT_EQ(resfail.exit_code(), 0);
 }
 
-TEST(DemoCommandLine, IncludeFiltersAreEchoedAndSelect) {
-  const DemoRun run = run_demo({"--include=smoketest,performance", "-ps"});
-  EXPECT_TRUE(run.has("\nSetting include flags: smoketest performance \n"));
-  EXPECT_EQ(run.count("Pass: "), 2u);
-  EXPECT_TRUE(run.has("T:{smoke [0x0008]}"));
-  EXPECT_TRUE(run.has("T:{performance [0x0009]}"));
-  EXPECT_TRUE(run.has("  All 2 tests passed\n"));
+TEST(DemoCommandLine, IncludeFiltersAreEchoedAndSelect)
+{
+    const DemoRun run = run_demo({"--include=smoketest,performance", "-ps"});
+    EXPECT_TRUE(run.has("\nSetting include flags: smoketest performance \n"));
+    EXPECT_EQ(run.count("Pass: "), 2u);
+    EXPECT_TRUE(run.has("T:{smoke [0x0008]}"));
+    EXPECT_TRUE(run.has("T:{performance [0x0009]}"));
+    EXPECT_TRUE(run.has("  All 2 tests passed\n"));
 }
 
-TEST(DemoResults, BufferingAndSilence) {
-  const std::string fail_line = "Fail: S:{Failures} T:{fail [0x0001]} F:{small [0x00]} D:{0} - 2 + 2 == 5";
-  const DemoRun buffered = run_demo({"--failures"});
-  EXPECT_EQ(buffered.count(fail_line), 1u);
-  EXPECT_GT(buffered.out.find(fail_line), buffered.out.find(kDetails));
-  const DemoRun unbuffered = run_demo({"--failures", "--no_buffer"});
-  EXPECT_EQ(unbuffered.count(fail_line), 2u);
-  EXPECT_LT(unbuffered.out.find(fail_line), unbuffered.out.find(kDetails));
+TEST(DemoResults, BufferingAndSilence)
+{
+    const std::string fail_line = "Fail: S:{Failures} T:{fail [0x0001]} F:{small [0x00]} D:{0} - 2 + 2 == 5";
+    const DemoRun buffered = run_demo({"--failures"});
+    EXPECT_EQ(buffered.count(fail_line), 1u);
+    EXPECT_GT(buffered.out.find(fail_line), buffered.out.find(kDetails));
+    const DemoRun unbuffered = run_demo({"--failures", "--no_buffer"});
+    EXPECT_EQ(unbuffered.count(fail_line), 2u);
+    EXPECT_LT(unbuffered.out.find(fail_line), unbuffered.out.find(kDetails));
 
-  const DemoRun silent = run_demo({"--failures", "--first-suite=Failures", "--silent"});
-  const std::string after_details = silent.out.substr(silent.out.find(kDetails));
-  EXPECT_EQ(after_details.find(": S:{"), std::string::npos);
-  EXPECT_TRUE(silent.has("UTF: Result Summary"));
-  EXPECT_EQ(silent.exit_code(), 6);
+    const DemoRun silent = run_demo({"--failures", "--first-suite=Failures", "--silent"});
+    const std::string after_details = silent.out.substr(silent.out.find(kDetails));
+    EXPECT_EQ(after_details.find(": S:{"), std::string::npos);
+    EXPECT_TRUE(silent.has("UTF: Result Summary"));
+    EXPECT_EQ(silent.exit_code(), 6);
 }
 
-TEST(DemoResults, ListingLinesAreCommandLines) {
-  const std::string program = QURO_UTF_DEMO_PATH;
-  const DemoRun suites = run_demo({"--list-suites"});
-  EXPECT_TRUE(suites.has(program + " --suite=\"Basics\"\n" + program + " --suite=\"Benchmarks\"\n"));
-  EXPECT_FALSE(suites.has("UTF: Result"));
-  EXPECT_EQ(suites.exit_code(), 0);
-  const DemoRun tests = run_demo({"--list-tests", "--first-test=6", "--last-test=7"});
-  EXPECT_TRUE(tests.has(program + " --suite=\"Basics\" --test=\"catch\" --testid=6\n" + program +
-                        " --suite=\"Basics\" --test=\"text_compare\" --testid=7\n"));
-  EXPECT_EQ(tests.count(" --testid="), 2u);
-  const DemoRun fixtures = run_demo({"--list-fixtures", "--failures", "--suite=Failures", "--test=fail"});
-  EXPECT_TRUE(fixtures.has(program + " --suite=\"Failures\" --test=\"fail\" --testid=1 --fixture=0\n" + program +
-                           " --suite=\"Failures\" --test=\"fail\" --testid=1 --fixture=1\n"));
-  EXPECT_EQ(fixtures.count(" --fixture="), 2u);
+TEST(DemoResults, ListingLinesAreCommandLines)
+{
+    const std::string program = QURO_UTF_DEMO_PATH;
+    const DemoRun suites = run_demo({"--list-suites"});
+    EXPECT_TRUE(suites.has(program + " --suite=\"Basics\"\n" + program + " --suite=\"Benchmarks\"\n"));
+    EXPECT_FALSE(suites.has("UTF: Result"));
+    EXPECT_EQ(suites.exit_code(), 0);
+    const DemoRun tests = run_demo({"--list-tests", "--first-test=6", "--last-test=7"});
+    EXPECT_TRUE(tests.has(program + " --suite=\"Basics\" --test=\"catch\" --testid=6\n" + program +
+                          " --suite=\"Basics\" --test=\"text_compare\" --testid=7\n"));
+    EXPECT_EQ(tests.count(" --testid="), 2u);
+    const DemoRun fixtures = run_demo({"--list-fixtures", "--failures", "--suite=Failures", "--test=fail"});
+    EXPECT_TRUE(fixtures.has(program + " --suite=\"Failures\" --test=\"fail\" --testid=1 --fixture=0\n" + program +
+                             " --suite=\"Failures\" --test=\"fail\" --testid=1 --fixture=1\n"));
+    EXPECT_EQ(fixtures.count(" --fixture="), 2u);
 }
 
-TEST(DemoResults, BenchmarkRepeatsAreConsolidated) {
-  const DemoRun median = run_demo({"--benchmark=3", "--consolidate=median", "--suite=Benchmarks"});
-  EXPECT_EQ(median.count("Benchmark: "), 2u);
-  EXPECT_TRUE(median.has("Benchmark: S:{Benchmarks} T:{log_benchmark [0x0001]} F:{ [0x00]} D:{0} - Median: "
-                         "42.500000, Units: \"frames/s\", Type: 1\n"));
-  EXPECT_TRUE(median.has(", Units: \"s\", Type: 0 (logged because --benchmark=3)\n"));
-  const DemoRun single = run_demo({"--benchmark=1", "--suite=Benchmarks"});
-  EXPECT_EQ(single.count("Benchmark: "), 2u);
-  EXPECT_TRUE(single.has("- Count: 42.500000, Units: \"frames/s\", Type: 1\n"));
-  EXPECT_TRUE(single.has("(logged because --benchmark=1)"));
+TEST(DemoResults, BenchmarkRepeatsAreConsolidated)
+{
+    const DemoRun median = run_demo({"--benchmark=3", "--consolidate=median", "--suite=Benchmarks"});
+    EXPECT_EQ(median.count("Benchmark: "), 2u);
+    EXPECT_TRUE(median.has("Benchmark: S:{Benchmarks} T:{log_benchmark [0x0001]} F:{ [0x00]} D:{0} - Median: "
+                           "42.500000, Units: \"frames/s\", Type: 1\n"));
+    EXPECT_TRUE(median.has(", Units: \"s\", Type: 0 (logged because --benchmark=3)\n"));
+    const DemoRun single = run_demo({"--benchmark=1", "--suite=Benchmarks"});
+    EXPECT_EQ(single.count("Benchmark: "), 2u);
+    EXPECT_TRUE(single.has("- Count: 42.500000, Units: \"frames/s\", Type: 1\n"));
+    EXPECT_TRUE(single.has("(logged because --benchmark=1)"));
 }
 
-TEST(DemoVerdicts, ExpectedOutcomesAndFatalErrors) {
-  const DemoRun run = run_demo({"--failures"});
-  EXPECT_FALSE(run.has("T:{expected_fail [0x0003]}"));
-  EXPECT_EQ(run.count("UTF: Test marked as 'Expected Failure' not run\n"), 2u);
-  EXPECT_FALSE(run.has("ran although marked"));
-  EXPECT_FALSE(run.has("not reached"));
-  EXPECT_TRUE(run.has("Fatal: S:{Failures} T:{fatal [0x0005]} F:{large [0x01]} D:{0} - UTF: Failed because of "
-                      "earlier FATAL\n"));
-  EXPECT_TRUE(run.has("Abort: S:{Failures} T:{abort [0x0002]} F:{small [0x00]} D:{0} - \n"));
-  EXPECT_EQ(run.count("UTF: [BAD EXCEPTION MACRO] Warning UTF exception throwing assertion used from non-main "
-                      "thread\n"),
-            1u);
-  EXPECT_TRUE(run.has("  4    suites considered\n  1    suites did not pass\n"));
-  EXPECT_TRUE(run.has("[UTF EXPECTED ABORT]"));
+TEST(DemoVerdicts, ExpectedOutcomesAndFatalErrors)
+{
+    const DemoRun run = run_demo({"--failures"});
+    EXPECT_FALSE(run.has("T:{expected_fail [0x0003]}"));
+    EXPECT_EQ(run.count("UTF: Test marked as 'Expected Failure' not run\n"), 2u);
+    EXPECT_FALSE(run.has("ran although marked"));
+    EXPECT_FALSE(run.has("not reached"));
+    EXPECT_TRUE(run.has("Fatal: S:{Failures} T:{fatal [0x0005]} F:{large [0x01]} D:{0} - UTF: Failed because of "
+                        "earlier FATAL\n"));
+    EXPECT_TRUE(run.has("Abort: S:{Failures} T:{abort [0x0002]} F:{small [0x00]} D:{0} - \n"));
+    EXPECT_EQ(run.count("UTF: [BAD EXCEPTION MACRO] Warning UTF exception throwing assertion used from non-main "
+                        "thread\n"),
+              1u);
+    EXPECT_TRUE(run.has("  4    suites considered\n  1    suites did not pass\n"));
+    EXPECT_TRUE(run.has("[UTF EXPECTED ABORT]"));
 
-  const DemoRun enabled = run_demo({"--failures", "-e", "--suite=Failures", "--test=expected_failure"});
-  EXPECT_EQ(enabled.count("ran although marked as an expected failure"), 2u);
+    const DemoRun enabled = run_demo({"--failures", "-e", "--suite=Failures", "--test=expected_failure"});
+    EXPECT_EQ(enabled.count("ran although marked as an expected failure"), 2u);
 }
 
-TEST(DemoCrash, ProgramHandlerExitsWithSignalNumber) {
-  const DemoRun run = run_demo({"--crash", "--suite=Crash"}, true);
-  EXPECT_EQ(run.exit_code(), 11);
-  EXPECT_TRUE(run.has("Error: signal 11\n"));
+TEST(DemoCrash, ProgramHandlerExitsWithSignalNumber)
+{
+    const DemoRun run = run_demo({"--crash", "--suite=Crash"}, true);
+    EXPECT_EQ(run.exit_code(), 11);
+    EXPECT_TRUE(run.has("Error: signal 11\n"));
 }
 
-TEST(DemoCrash, GlibcTraceThenDeathBySignal) {
-  const DemoRun run = run_demo({"--crash", "--suite=Crash", "--backtrace=1"}, true);
-  EXPECT_EQ(run.term_signal(), SIGSEGV);
-  EXPECT_TRUE(run.has(" stack frames found ***\n"));
+TEST(DemoCrash, GlibcTraceThenDeathBySignal)
+{
+    const DemoRun run = run_demo({"--crash", "--suite=Crash", "--backtrace=1"}, true);
+    EXPECT_EQ(run.term_signal(), SIGSEGV);
+    EXPECT_TRUE(run.has(" stack frames found ***\n"));
 }
 
-TEST(DemoCrash, DebuggerTraceThenDeathBySignal) {
-  if (access("/usr/bin/gdb", X_OK) != 0) {
-    GTEST_SKIP() << "gdb is not installed";
-  }
-  const DemoRun run = run_demo({"--crash", "--suite=Crash", "--backtrace=2"}, true);
-  EXPECT_EQ(run.term_signal(), SIGSEGV);
-  EXPECT_TRUE(run.has("\nSEGFAULT\nExecuting 'gdb -batch -ex 'set confirm off' -ex 'set pagination off'"));
-  // Whether gdb may attach depends on the machine's ptrace policy; its banner shows when it did.
-  if (run.has("*** BACKTRACE ***")) {
-    EXPECT_TRUE(run.has("demo_null_dereference"));
-  }
+TEST(DemoCrash, DebuggerTraceThenDeathBySignal)
+{
+    if (access("/usr/bin/gdb", X_OK) != 0) {
+        GTEST_SKIP() << "gdb is not installed";
+    }
+    const DemoRun run = run_demo({"--crash", "--suite=Crash", "--backtrace=2"}, true);
+    EXPECT_EQ(run.term_signal(), SIGSEGV);
+    EXPECT_TRUE(run.has("\nSEGFAULT\nExecuting 'gdb -batch -ex 'set confirm off' -ex 'set pagination off'"));
+    // Whether gdb may attach depends on the machine's ptrace policy; its banner shows when it did.
+    if (run.has("*** BACKTRACE ***")) {
+        EXPECT_TRUE(run.has("demo_null_dereference"));
+    }
 }
 
 } // namespace

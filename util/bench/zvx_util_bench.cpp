@@ -41,8 +41,7 @@ struct MutexDequeQueue {
 };
 
 // range(0) producers share items_per_run items; the benchmark thread is the one consumer.
-template <typename Queue>
-void BM_QueueThroughput(benchmark::State &state)
+template <typename Queue> void BM_QueueThroughput(benchmark::State &state)
 {
     const auto producers = static_cast<int>(state.range(0));
     const int64_t per_producer = items_per_run / producers;

@@ -15,8 +15,7 @@
 //   for (zvx_list_iterator_ints it = list.node.next; it != &list.node; it = it->next) use(it->data);
 namespace zvx {
 
-template <typename List, typename Elem>
-struct intrusive_list {
+template <typename List, typename Elem> struct intrusive_list {
     using data_type = decltype(Elem::data);
     using iterator = Elem *;
     // Elements live in raw allocations and remove compares data byte for byte.
@@ -92,72 +91,72 @@ struct intrusive_list {
 
 // Defines zvx_list_data_T (= D), struct zvx_list_elem_T {prev, next, data}, struct zvx_list_T
 // {node}, zvx_list_iterator_T and the zvx_list_<op>_T functions, each taking the list first.
-#define ZVX_LIST_DECLARE(T, D)                                                                     \
-    typedef D zvx_list_data_##T;                                                                   \
-    struct zvx_list_elem_##T {                                                                     \
-        struct zvx_list_elem_##T *prev;                                                            \
-        struct zvx_list_elem_##T *next;                                                            \
-        zvx_list_data_##T data;                                                                    \
-    };                                                                                             \
-    struct zvx_list_##T {                                                                          \
-        struct zvx_list_elem_##T node;                                                             \
-    };                                                                                             \
-    typedef struct zvx_list_elem_##T *zvx_list_iterator_##T;                                       \
-    typedef ::zvx::intrusive_list<struct zvx_list_##T, struct zvx_list_elem_##T>                   \
-        zvx_list_impl_##T;                                                                         \
-    inline void zvx_list_construct_##T(struct zvx_list_##T *list)                                  \
-    {                                                                                              \
-        zvx_list_impl_##T::construct(list);                                                        \
-    }                                                                                              \
-    inline void zvx_list_clear_##T(struct zvx_list_##T *list) { zvx_list_impl_##T::clear(list); }  \
-    inline void zvx_list_destruct_##T(struct zvx_list_##T *list)                                   \
-    {                                                                                              \
-        zvx_list_impl_##T::clear(list);                                                            \
-    }                                                                                              \
-    inline zvx_list_iterator_##T zvx_list_erase_##T(struct zvx_list_##T *, zvx_list_iterator_##T it) \
-    {                                                                                              \
-        return zvx_list_impl_##T::erase(it);                                                       \
-    }                                                                                              \
-    inline zvx_list_iterator_##T zvx_list_rerase_##T(struct zvx_list_##T *,                        \
-                                                     zvx_list_iterator_##T it)                     \
-    {                                                                                              \
-        return zvx_list_impl_##T::rerase(it);                                                      \
-    }                                                                                              \
-    inline void zvx_list_insert_before_##T(struct zvx_list_##T *, zvx_list_iterator_##T it,        \
-                                           const zvx_list_data_##T *data)                          \
-    {                                                                                              \
-        zvx_list_impl_##T::insert_before(it, data);                                                \
-    }                                                                                              \
-    inline void zvx_list_insert_before_value_##T(struct zvx_list_##T *, zvx_list_iterator_##T it,  \
-                                                 zvx_list_data_##T data)                           \
-    {                                                                                              \
-        zvx_list_impl_##T::insert_before(it, &data);                                               \
-    }                                                                                              \
-    inline void zvx_list_push_back_value_##T(struct zvx_list_##T *list, zvx_list_data_##T data)    \
-    {                                                                                              \
-        zvx_list_impl_##T::insert_before(&list->node, &data);                                      \
-    }                                                                                              \
-    inline void zvx_list_push_front_value_##T(struct zvx_list_##T *list, zvx_list_data_##T data)   \
-    {                                                                                              \
-        zvx_list_impl_##T::insert_before(list->node.next, &data);                                  \
-    }                                                                                              \
-    inline void zvx_list_remove_##T(struct zvx_list_##T *list, const zvx_list_data_##T *data)      \
-    {                                                                                              \
-        zvx_list_impl_##T::remove(list, data);                                                     \
-    }                                                                                              \
-    inline void zvx_list_remove_value_##T(struct zvx_list_##T *list, zvx_list_data_##T data)       \
-    {                                                                                              \
-        zvx_list_impl_##T::remove(list, &data);                                                    \
-    }                                                                                              \
-    inline size_t zvx_list_size_##T(const struct zvx_list_##T *list)                               \
-    {                                                                                              \
-        return zvx_list_impl_##T::size(list);                                                      \
-    }                                                                                              \
-    inline void zvx_list_splice_range_##T(struct zvx_list_##T *, zvx_list_iterator_##T it,         \
-                                          struct zvx_list_##T *, zvx_list_iterator_##T first,      \
-                                          zvx_list_iterator_##T last)                              \
-    {                                                                                              \
-        zvx_list_impl_##T::splice_range(it, first, last);                                          \
+#define ZVX_LIST_DECLARE(T, D)                                                                                         \
+    typedef D zvx_list_data_##T;                                                                                       \
+    struct zvx_list_elem_##T {                                                                                         \
+        struct zvx_list_elem_##T *prev;                                                                                \
+        struct zvx_list_elem_##T *next;                                                                                \
+        zvx_list_data_##T data;                                                                                        \
+    };                                                                                                                 \
+    struct zvx_list_##T {                                                                                              \
+        struct zvx_list_elem_##T node;                                                                                 \
+    };                                                                                                                 \
+    typedef struct zvx_list_elem_##T *zvx_list_iterator_##T;                                                           \
+    typedef ::zvx::intrusive_list<struct zvx_list_##T, struct zvx_list_elem_##T> zvx_list_impl_##T;                    \
+    inline void zvx_list_construct_##T(struct zvx_list_##T *list)                                                      \
+    {                                                                                                                  \
+        zvx_list_impl_##T::construct(list);                                                                            \
+    }                                                                                                                  \
+    inline void zvx_list_clear_##T(struct zvx_list_##T *list)                                                          \
+    {                                                                                                                  \
+        zvx_list_impl_##T::clear(list);                                                                                \
+    }                                                                                                                  \
+    inline void zvx_list_destruct_##T(struct zvx_list_##T *list)                                                       \
+    {                                                                                                                  \
+        zvx_list_impl_##T::clear(list);                                                                                \
+    }                                                                                                                  \
+    inline zvx_list_iterator_##T zvx_list_erase_##T(struct zvx_list_##T *, zvx_list_iterator_##T it)                   \
+    {                                                                                                                  \
+        return zvx_list_impl_##T::erase(it);                                                                           \
+    }                                                                                                                  \
+    inline zvx_list_iterator_##T zvx_list_rerase_##T(struct zvx_list_##T *, zvx_list_iterator_##T it)                  \
+    {                                                                                                                  \
+        return zvx_list_impl_##T::rerase(it);                                                                          \
+    }                                                                                                                  \
+    inline void zvx_list_insert_before_##T(struct zvx_list_##T *, zvx_list_iterator_##T it,                            \
+                                           const zvx_list_data_##T *data)                                              \
+    {                                                                                                                  \
+        zvx_list_impl_##T::insert_before(it, data);                                                                    \
+    }                                                                                                                  \
+    inline void zvx_list_insert_before_value_##T(struct zvx_list_##T *, zvx_list_iterator_##T it,                      \
+                                                 zvx_list_data_##T data)                                               \
+    {                                                                                                                  \
+        zvx_list_impl_##T::insert_before(it, &data);                                                                   \
+    }                                                                                                                  \
+    inline void zvx_list_push_back_value_##T(struct zvx_list_##T *list, zvx_list_data_##T data)                        \
+    {                                                                                                                  \
+        zvx_list_impl_##T::insert_before(&list->node, &data);                                                          \
+    }                                                                                                                  \
+    inline void zvx_list_push_front_value_##T(struct zvx_list_##T *list, zvx_list_data_##T data)                       \
+    {                                                                                                                  \
+        zvx_list_impl_##T::insert_before(list->node.next, &data);                                                      \
+    }                                                                                                                  \
+    inline void zvx_list_remove_##T(struct zvx_list_##T *list, const zvx_list_data_##T *data)                          \
+    {                                                                                                                  \
+        zvx_list_impl_##T::remove(list, data);                                                                         \
+    }                                                                                                                  \
+    inline void zvx_list_remove_value_##T(struct zvx_list_##T *list, zvx_list_data_##T data)                           \
+    {                                                                                                                  \
+        zvx_list_impl_##T::remove(list, &data);                                                                        \
+    }                                                                                                                  \
+    inline size_t zvx_list_size_##T(const struct zvx_list_##T *list)                                                   \
+    {                                                                                                                  \
+        return zvx_list_impl_##T::size(list);                                                                          \
+    }                                                                                                                  \
+    inline void zvx_list_splice_range_##T(struct zvx_list_##T *, zvx_list_iterator_##T it, struct zvx_list_##T *,      \
+                                          zvx_list_iterator_##T first, zvx_list_iterator_##T last)                     \
+    {                                                                                                                  \
+        zvx_list_impl_##T::splice_range(it, first, last);                                                              \
     }
 
 #endif

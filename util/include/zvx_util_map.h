@@ -15,8 +15,7 @@ typedef void (*zvx_map_key_destruct_fptr)(zvx_map_pointer key);
 typedef void (*zvx_map_value_destruct_fptr)(zvx_map_pointer value);
 // foreach stops when the callback returns false; foreach_erase erases the pairs it returns true for.
 typedef bool (*zvx_map_foreach_fptr)(zvx_map_constpointer key, zvx_map_pointer value, void *user_arg);
-typedef bool (*zvx_map_foreach_erase_fptr)(zvx_map_constpointer key, zvx_map_pointer value,
-                                           void *user_arg);
+typedef bool (*zvx_map_foreach_erase_fptr)(zvx_map_constpointer key, zvx_map_pointer value, void *user_arg);
 
 struct zvx_map_pair {
     zvx_map_pointer key;
@@ -36,8 +35,7 @@ struct zvx_map {
 
 // False when the table cannot be allocated.
 bool zvx_map_construct(struct zvx_map *map, zvx_map_hash_fptr hash, zvx_map_equal_fptr equal,
-                       zvx_map_key_destruct_fptr key_destruct,
-                       zvx_map_value_destruct_fptr value_destruct);
+                       zvx_map_key_destruct_fptr key_destruct, zvx_map_value_destruct_fptr value_destruct);
 void zvx_map_destruct(struct zvx_map *map);
 void zvx_map_clear(struct zvx_map *map);
 zvx_map_pointer zvx_map_find(struct zvx_map *map, zvx_map_constpointer key);

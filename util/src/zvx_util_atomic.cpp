@@ -10,8 +10,7 @@ std::atomic_ref<uint32_t> word(zvxu_atomic *atomic)
 
 // Add and sub go through cmpxchg, so all of them share its sequentially consistent
 // ordering; a lost race retries with the value that won.
-template <typename Update>
-void update(zvxu_atomic *atomic, Update next_value)
+template <typename Update> void update(zvxu_atomic *atomic, Update next_value)
 {
     uint32_t old = zvxu_atomic_get(atomic);
     for (;;) {

@@ -78,8 +78,7 @@ void zvx_map_erase_pair(zvx_map *map, zvx_map_pair **slot)
 } // namespace
 
 bool zvx_map_construct(struct zvx_map *map, zvx_map_hash_fptr hash, zvx_map_equal_fptr equal,
-                       zvx_map_key_destruct_fptr key_destruct,
-                       zvx_map_value_destruct_fptr value_destruct)
+                       zvx_map_key_destruct_fptr key_destruct, zvx_map_value_destruct_fptr value_destruct)
 {
     map->size = 0;
     map->deleted = 0;

@@ -70,8 +70,7 @@ TEST_F(TypedList, SpliceMovesAHalfOpenRangeBetweenLists)
     EXPECT_EQ(contents(other), (std::vector<int *>{&values[1], &values[2], &values[4]}));
 
     zvx_list_splice_range_intptr(&list, &list.node, &other, other.node.next, &other.node);
-    EXPECT_EQ(contents(list),
-              (std::vector<int *>{&values[0], &values[3], &values[1], &values[2], &values[4]}));
+    EXPECT_EQ(contents(list), (std::vector<int *>{&values[0], &values[3], &values[1], &values[2], &values[4]}));
     EXPECT_EQ(zvx_list_size_intptr(&other), 0u);
     EXPECT_EQ(other.node.prev, &other.node);
     zvx_list_destruct_intptr(&other);

@@ -9,11 +9,26 @@
 namespace {
 std::vector<std::string> destructed;
 
-void *key(uintptr_t k) { return reinterpret_cast<void *>(k); }
-uintptr_t number(zvx_map_constpointer p) { return reinterpret_cast<uintptr_t>(p); }
-size_t identity_hash(zvx_map_constpointer k) { return number(k); }
-void record_key(zvx_map_pointer k) { destructed.push_back("key " + std::to_string(number(k))); }
-void record_value(zvx_map_pointer v) { destructed.push_back("value " + std::to_string(number(v))); }
+void *key(uintptr_t k)
+{
+    return reinterpret_cast<void *>(k);
+}
+uintptr_t number(zvx_map_constpointer p)
+{
+    return reinterpret_cast<uintptr_t>(p);
+}
+size_t identity_hash(zvx_map_constpointer k)
+{
+    return number(k);
+}
+void record_key(zvx_map_pointer k)
+{
+    destructed.push_back("key " + std::to_string(number(k)));
+}
+void record_value(zvx_map_pointer v)
+{
+    destructed.push_back("value " + std::to_string(number(v)));
+}
 
 class Map : public ::testing::Test {
 protected:
@@ -122,8 +137,7 @@ TEST_F(Map, ForeachStopsOnFalseAndForeachEraseErasesOnTrue)
     EXPECT_EQ(seen, (std::vector<uintptr_t>{1, 2, 3}));
 
     zvx_map_foreach_erase(
-        &map, [](zvx_map_constpointer k, zvx_map_pointer, void *) { return number(k) % 2 == 0; },
-        nullptr);
+        &map, [](zvx_map_constpointer k, zvx_map_pointer, void *) { return number(k) % 2 == 0; }, nullptr);
     EXPECT_EQ(zvx_map_size(&map), 3u);
     EXPECT_EQ(zvx_map_find(&map, key(4)), nullptr);
     EXPECT_EQ(number(zvx_map_find(&map, key(5))), 5u);

@@ -11,7 +11,7 @@
 #define ZVX_COMPONENT_TEST_FILTER 64u
 
 /* Leaves the test when actual differs from expected; the message names both expressions. */
-#define ZVX_REQUIRE_EQ(actual, expected)                                                             \
+#define ZVX_REQUIRE_EQ(actual, expected)                                                                               \
     QURO_UTF_ASSERT_MSG(fail_ex, (actual) == (expected), "%s == %s", #actual, #expected)
 #define ZVX_REQUIRE(cond) QURO_UTF_FAIL_EX(cond)
 
@@ -49,8 +49,7 @@ inline OMX_BOOL zvx_role_enabled_except(const char *role, const char *rejected)
 /* Test 1 of the decoder and encoder suites: an init missing the handle or the record writes nothing
  * (both are prefilled with 0xFD); a full init stores the record, the callbacks and the application data. */
 template <typename Component>
-void zvx_check_init_destroy(OMX_ERRORTYPE (*init)(struct zvx_omx_component *, Component *, OMX_PTR,
-                                                  OMX_CALLBACKTYPE *),
+void zvx_check_init_destroy(OMX_ERRORTYPE (*init)(struct zvx_omx_component *, Component *, OMX_PTR, OMX_CALLBACKTYPE *),
                             void (*destroy)(Component *))
 {
     const std::uintptr_t callback_marker = 0xdeadbeef;

@@ -9,17 +9,19 @@ namespace {
 constexpr int kMaxFrames = 10;
 }
 
-void zvx_backtrace_signal_handler(int signal_number) {
-  void* frames[kMaxFrames];
-  const int count = backtrace(frames, kMaxFrames);
-  fprintf(stderr, "Error: signal %d\n", signal_number);
-  backtrace_symbols_fd(frames, count, 2);
-  exit(signal_number);
+void zvx_backtrace_signal_handler(int signal_number)
+{
+    void *frames[kMaxFrames];
+    const int count = backtrace(frames, kMaxFrames);
+    fprintf(stderr, "Error: signal %d\n", signal_number);
+    backtrace_symbols_fd(frames, count, 2);
+    exit(signal_number);
 }
 
-void zvx_backtrace_init(void) {
-  // The first backtrace() loads the unwinder, which allocates: do it now rather than in the handler.
-  void* frame = nullptr;
-  backtrace(&frame, 1);
-  signal(SIGSEGV, zvx_backtrace_signal_handler);
+void zvx_backtrace_init(void)
+{
+    // The first backtrace() loads the unwinder, which allocates: do it now rather than in the handler.
+    void *frame = nullptr;
+    backtrace(&frame, 1);
+    signal(SIGSEGV, zvx_backtrace_signal_handler);
 }

@@ -219,6 +219,5 @@ constexpr zvx_component_suite_test zvxp_tests[] = {
 quro_utf_suite *zvx_create_suite_translate(quro_utf_mempool *pool, quro_utf_result_set *results,
                                            quro_utf_suite *prev_suite)
 {
-    return zvx_component_suite_build(pool, results, prev_suite, "Data Translations", zvxp_tests,
-                                     std::size(zvxp_tests));
+    return zvx_component_suite_build(pool, results, prev_suite, "Data Translations", zvxp_tests, std::size(zvxp_tests));
 }
