@@ -79,6 +79,14 @@ typedef struct zvx_omx_common_component {
     struct zvx_base_buffer_param_colour_description prev_color_desc;
 } zvx_omx_common_component;
 
+/* The component record behind a client's handle; null for a null handle. */
+inline zvx_omx_common_component *zvx_omx_common_component_from_handle(OMX_HANDLETYPE handle)
+{
+    if (handle == nullptr)
+        return nullptr;
+    return static_cast<zvx_omx_common_component *>(static_cast<OMX_COMPONENTTYPE *>(handle)->pComponentPrivate);
+}
+
 /* Leaves the component loaded, device open, no session, command thread not started. On failure the
  * caller destroys the component. */
 OMX_ERRORTYPE zvx_omx_common_component_init(struct zvx_omx_component *handle, zvx_omx_common_component *comp,

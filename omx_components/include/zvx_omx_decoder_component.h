@@ -5,11 +5,13 @@
 
 #include "zvx_omx_common_component.h"
 
+typedef OMX_ERRORTYPE (*zvx_omx_get_extension_index_fptr)(OMX_HANDLETYPE hComponent, OMX_STRING cParameterName,
+                                                          OMX_INDEXTYPE *pIndexType);
+
 struct zvx_omx_decoder_component {
     struct zvx_omx_common_component common;
     /* The handle's get-extension-index before the decoder put its own in front of it. */
-    OMX_ERRORTYPE (*InheritedGetExtensionIndex)
-    (OMX_HANDLETYPE hComponent, OMX_STRING cParameterName, OMX_INDEXTYPE *pIndexType);
+    zvx_omx_get_extension_index_fptr InheritedGetExtensionIndex;
 };
 
 OMX_ERRORTYPE zvx_omx_decoder_component_init(struct zvx_omx_component *handle, struct zvx_omx_decoder_component *comp,

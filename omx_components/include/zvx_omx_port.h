@@ -1,6 +1,7 @@
 #ifndef ZVX_OMX_PORT_H
 #define ZVX_OMX_PORT_H
 
+#include <OMX_Component.h>
 #include <OMX_Core.h>
 #include <stdint.h>
 
@@ -99,5 +100,7 @@ void zvx_omx_port_free_mapped_buffer(zvx_map_pointer mapped_buffer);
 OMX_ERRORTYPE zvx_omx_port_init(zvx_omx_port *port);
 /* Frees whatever the tables still hold. */
 void zvx_omx_port_destroy(zvx_omx_port *port);
+/* The port's OMX_IndexParamPortDefinition setting; null if the store has none. */
+OMX_PARAM_PORTDEFINITIONTYPE *zvx_omx_port_get_definition(zvx_omx_port *port);
 
 #endif

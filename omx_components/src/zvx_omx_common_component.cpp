@@ -218,8 +218,7 @@ void zvx_omx_common_component_send_current_settings(zvx_omx_common_component *co
 {
     const bool decoder = comp->type == ZVX_OMX_DECODER;
     for (zvx_omx_port &port : comp->ports) {
-        auto *definition = static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(
-            zvx_omx_config_find(&port.config_and_params, OMX_IndexParamPortDefinition, 0));
+        OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&port);
         if (definition == nullptr)
             continue;
         kern_omx120_param_portdefinitiontype session_definition;

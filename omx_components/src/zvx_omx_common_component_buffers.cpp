@@ -5,7 +5,6 @@
 #include "zvx_mem.h"
 #include "zvx_omx_api_call_record.h"
 #include "zvx_omx_common_component.h"
-#include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
 #include "zvx_session_interface.h"
 
@@ -26,30 +25,16 @@ constexpr zvxp_buffer_direction ZVXP_EMPTY = {0, code_OMX_EmptyThisBuffer, zvx_e
 constexpr zvxp_buffer_direction ZVXP_FILL = {1, code_OMX_FillThisBuffer, zvx_fill_this_buffer, "OMX_FillThisBuffer",
                                              false};
 
-struct zvx_omx_common_component *zvxp_component_of(OMX_HANDLETYPE handle)
-{
-    if (handle == nullptr) {
-        return nullptr;
-    }
-    return static_cast<struct zvx_omx_common_component *>(static_cast<OMX_COMPONENTTYPE *>(handle)->pComponentPrivate);
-}
-
-OMX_PARAM_PORTDEFINITIONTYPE *zvxp_port_definition(struct zvx_omx_port &port)
-{
-    return static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(
-        zvx_omx_config_find(&port.config_and_params, OMX_IndexParamPortDefinition, 0));
-}
-
 bool zvxp_port_enabled(struct zvx_omx_port &port)
 {
-    const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvxp_port_definition(port);
+    const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&port);
     return definition == nullptr || definition->bEnabled != OMX_FALSE;
 }
 
 /* Caller holds the component lock. */
 void zvxp_update_populated(struct zvx_omx_port &port)
 {
-    OMX_PARAM_PORTDEFINITIONTYPE *definition = zvxp_port_definition(port);
+    OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&port);
     if (definition != nullptr) {
         const bool populated = zvx_map_size(&port.registered_buffers) >= definition->nBufferCountActual;
         definition->bPopulated = populated ? OMX_TRUE : OMX_FALSE;
@@ -75,7 +60,7 @@ zvx_base_buffer_handle_t zvxp_buffer_id(const struct zvx_omx_common_bufferheader
 
 void zvxp_describe(struct zvx_omx_common_component *comp, OMX_U32 port, struct zvx_omx_common_bufferheadertype *header)
 {
-    const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvxp_port_definition(comp->ports[port]);
+    const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&comp->ports[port]);
     struct zvx_base_buffer_userspace &desc = header->priv.desc;
     desc.buffer_id = zvxp_buffer_id(header);
     desc.handle = reinterpret_cast<zvx_base_buffer_handle_t>(header->pub.pBuffer);
@@ -93,7 +78,7 @@ void zvxp_describe(struct zvx_omx_common_component *comp, OMX_U32 port, struct z
 OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE **out, OMX_U32 port, OMX_PTR app_private,
                                    OMX_U32 size, OMX_U8 *client_memory)
 {
-    struct zvx_omx_common_component *comp = zvxp_component_of(handle);
+    struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(handle);
     if (comp == nullptr || out == nullptr) {
         return OMX_ErrorBadParameter;
     }
@@ -192,7 +177,7 @@ OMX_ERRORTYPE zvxp_queue_buffer(const zvxp_buffer_direction &direction, OMX_HAND
     record.append_argument(buffer);
     record.write();
 
-    struct zvx_omx_common_component *comp = zvxp_component_of(handle);
+    struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(handle);
     if (comp == nullptr || buffer == nullptr) {
         return OMX_ErrorBadParameter;
     }
@@ -257,7 +242,7 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_FreeBuffer(handle=%p, port=%u, hdr=%p). (%s:%d)", hComponent,
             nPortIndex, pBufferHdr);
-    struct zvx_omx_common_component *comp = zvxp_component_of(hComponent);
+    struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(hComponent);
     if (comp == nullptr || pBufferHdr == nullptr) {
         return OMX_ErrorBadParameter;
     }

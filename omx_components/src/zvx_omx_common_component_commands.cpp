@@ -53,14 +53,6 @@ constexpr const char *zvxp_command_name(OMX_COMMANDTYPE command)
     }
 }
 
-struct zvx_omx_common_component *zvxp_component_of(OMX_HANDLETYPE handle)
-{
-    if (handle == nullptr) {
-        return nullptr;
-    }
-    return static_cast<struct zvx_omx_common_component *>(static_cast<OMX_COMPONENTTYPE *>(handle)->pComponentPrivate);
-}
-
 void zvxp_instrument_send_command(OMX_HANDLETYPE handle, OMX_COMMANDTYPE command, OMX_U32 param, OMX_PTR data)
 {
     zvx_omx_api_call_record record(code_OMX_SendCommand, 4);
@@ -199,7 +191,7 @@ OMX_ERRORTYPE zvx_omx_common_component_send_command(OMX_HANDLETYPE hComponent, O
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_SendCommand(handle=%p, cmd=%s (0x%x), param=0x%x, data=%p). (%s:%d)",
             hComponent, zvxp_command_name(Cmd), Cmd, nParam1, pCmdData);
     zvxp_instrument_send_command(hComponent, Cmd, nParam1, pCmdData);
-    struct zvx_omx_common_component *comp = zvxp_component_of(hComponent);
+    struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(hComponent);
     if (comp == nullptr) {
         return OMX_ErrorBadParameter;
     }
@@ -216,7 +208,7 @@ OMX_ERRORTYPE zvx_omx_common_component_send_command(OMX_HANDLETYPE hComponent, O
 OMX_ERRORTYPE zvx_omx_common_component_get_state(OMX_HANDLETYPE hComponent, OMX_STATETYPE *pState)
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_GetState(handle=%p) (%s:%d)", hComponent);
-    struct zvx_omx_common_component *comp = zvxp_component_of(hComponent);
+    struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(hComponent);
     if (comp != nullptr && pState != nullptr) {
         *pState = static_cast<OMX_STATETYPE>(zvxu_atomic_get(&comp->omx_state));
     }
@@ -249,7 +241,7 @@ OMX_ERRORTYPE zvx_omx_common_component_set_callbacks(OMX_HANDLETYPE hComponent, 
         return OMX_ErrorBadParameter;
     }
     auto *handle = static_cast<OMX_COMPONENTTYPE *>(hComponent);
-    struct zvx_omx_common_component *comp = zvxp_component_of(hComponent);
+    struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(hComponent);
     if (comp == nullptr) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Component is NULL. (%s:%d)");
         return OMX_ErrorBadParameter;
@@ -272,7 +264,7 @@ OMX_ERRORTYPE zvx_omx_common_component_get_extension_index(OMX_HANDLETYPE hCompo
     if (pIndexType == nullptr || cParameterName == nullptr) {
         return OMX_ErrorBadParameter;
     }
-    const struct zvx_omx_common_component *comp = zvxp_component_of(hComponent);
+    const struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(hComponent);
     const OMX_U32 hw_version = zvx_get_hw_version(comp != nullptr ? comp->driver_fd : -1);
     const bool colour_extensions = hw_version != ZVXP_HW_VERSION_WITHOUT_COLOUR_EXTENSIONS;
     const std::string_view name(cParameterName);

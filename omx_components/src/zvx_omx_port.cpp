@@ -54,3 +54,9 @@ void zvx_omx_port_destroy(zvx_omx_port *port)
     zvxu_semaphore_destroy(&port->buffer_sem);
     port->hdr = nullptr;
 }
+
+OMX_PARAM_PORTDEFINITIONTYPE *zvx_omx_port_get_definition(zvx_omx_port *port)
+{
+    return static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(
+        zvx_omx_config_find(&port->config_and_params, OMX_IndexParamPortDefinition, 0));
+}
