@@ -5,6 +5,7 @@
 #include "zvx_mem.h"
 #include "zvx_omx_api_call_record.h"
 #include "zvx_omx_common_component.h"
+#include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
 #include "zvx_session_interface.h"
 
@@ -101,8 +102,7 @@ OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE *
         }
     }
     OMX_BUFFERHEADERTYPE &pub = header->pub;
-    pub.nSize = sizeof(OMX_BUFFERHEADERTYPE);
-    pub.nVersion.nVersion = 0x00020101; /* 1.1.2.0 */
+    zvx_omx_config_init_header(&pub, sizeof(pub));
     pub.pBuffer = client_memory != nullptr ? client_memory : static_cast<OMX_U8 *>(header->priv.alloc_buffer);
     pub.nAllocLen = size;
     pub.pAppPrivate = app_private;
