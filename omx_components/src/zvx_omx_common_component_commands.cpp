@@ -65,7 +65,22 @@ void zvxp_instrument_send_command(OMX_HANDLETYPE handle, OMX_COMMANDTYPE command
 
 template <typename Command> Command *zvxp_allocate_command()
 {
-    return static_cast<Command *>(zvx_mem_malloc(sizeof(Command)));
+    auto *command = static_cast<Command *>(zvx_mem_malloc(sizeof(Command)));
+    if (command == nullptr) {
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Memory allocation failed. (%s:%d)");
+    }
+    return command;
+}
+
+/* From here the command thread owns the record; one that cannot be queued is freed, not leaked. */
+OMX_ERRORTYPE zvxp_queue_new_command(struct zvx_omx_common_component *comp,
+                                     struct zvx_omx_common_cproc_command_data *command)
+{
+    if (!zvx_omx_common_component_queue_command(comp, command)) {
+        zvx_mem_free(command);
+        return OMX_ErrorUndefined;
+    }
+    return OMX_ErrorNone;
 }
 
 OMX_ERRORTYPE zvxp_send_state_set(struct zvx_omx_common_component *comp, OMX_U32 target)
@@ -77,7 +92,6 @@ OMX_ERRORTYPE zvxp_send_state_set(struct zvx_omx_common_component *comp, OMX_U32
     }
     auto *command = zvxp_allocate_command<struct command_state_change_data>();
     if (command == nullptr) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Memory allocation failed. (%s:%d)");
         return OMX_ErrorInsufficientResources;
     }
     command->command_data.function = common_component_cmd_state_change;
@@ -86,11 +100,7 @@ OMX_ERRORTYPE zvxp_send_state_set(struct zvx_omx_common_component *comp, OMX_U32
     if (current == OMX_StateIdle && target == OMX_StateLoaded) {
         std::atomic_ref(comp->sw_state_trying_to_stop).store(true);
     }
-    if (!zvx_omx_common_component_queue_command(comp, &command->command_data)) {
-        zvx_mem_free(command);
-        return OMX_ErrorUndefined;
-    }
-    return OMX_ErrorNone;
+    return zvxp_queue_new_command(comp, &command->command_data);
 }
 
 void zvxp_flush_port_now(struct zvx_omx_common_component *comp, OMX_U32 port)
@@ -123,7 +133,6 @@ OMX_ERRORTYPE zvxp_send_flush(struct zvx_omx_common_component *comp, OMX_U32 por
     }
     auto *command = zvxp_allocate_command<struct command_flush_buffers_in_executing_state>();
     if (command == nullptr) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Memory allocation failed. (%s:%d)");
         return OMX_ErrorInsufficientResources;
     }
     command->command_data.function = common_component_cmd_flush_buffers_in_executing_state;
@@ -132,11 +141,7 @@ OMX_ERRORTYPE zvxp_send_flush(struct zvx_omx_common_component *comp, OMX_U32 por
     command->hw_state = 0;
     command->timeout = ZVX_OMX_FLUSH_IN_EXECUTING_TIMEOUT_MS;
     clock_gettime(CLOCK_MONOTONIC, &command->start_time);
-    if (!zvx_omx_common_component_queue_command(comp, &command->command_data)) {
-        zvx_mem_free(command);
-        return OMX_ErrorUndefined;
-    }
-    return OMX_ErrorNone;
+    return zvxp_queue_new_command(comp, &command->command_data);
 }
 
 OMX_ERRORTYPE zvxp_not_implemented(OMX_COMMANDTYPE command)
@@ -145,10 +150,13 @@ OMX_ERRORTYPE zvxp_not_implemented(OMX_COMMANDTYPE command)
     return OMX_ErrorNotImplemented;
 }
 
-/* Executors that this build lacks still finish their command, and say so to the client. */
+/* Executors that this build lacks still finish their command, and say so to a client that listens. */
 void zvxp_report_not_carried_out(struct zvx_omx_common_component *comp, OMX_U32 data)
 {
     OMX_HANDLETYPE handle = comp->omx_component;
+    if (handle == nullptr || comp->omx_callbacks.EventHandler == nullptr) {
+        return;
+    }
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR,
             "EventHandler(handle=%p, event=OMX_EventError, error=OMX_ErrorNotImplemented, data=0x%x). (%s:%d)", handle,
             data);
@@ -165,7 +173,7 @@ bool common_component_cmd_state_change(struct zvx_omx_common_component *comp,
         return true;
     }
     std::atomic_ref(comp->sw_state_trying_to_stop).store(false);
-    if (command != nullptr && comp->omx_callbacks.EventHandler != nullptr && comp->omx_component != nullptr) {
+    if (command != nullptr) {
         const auto *state_change = reinterpret_cast<const struct command_state_change_data *>(command);
         zvxp_report_not_carried_out(comp, static_cast<OMX_U32>(state_change->state));
     }
@@ -176,12 +184,10 @@ bool common_component_cmd_flush_buffers_in_executing_state(struct zvx_omx_common
                                                            struct zvx_omx_common_cproc_command_data *command)
 {
     if (comp == nullptr || command == nullptr) {
-        return false;
+        return true;
     }
-    if (comp->omx_callbacks.EventHandler != nullptr && comp->omx_component != nullptr) {
-        const auto *flush = reinterpret_cast<const struct command_flush_buffers_in_executing_state *>(command);
-        zvxp_report_not_carried_out(comp, flush->nParam);
-    }
+    const auto *flush = reinterpret_cast<const struct command_flush_buffers_in_executing_state *>(command);
+    zvxp_report_not_carried_out(comp, flush->nParam);
     return true;
 }
 
