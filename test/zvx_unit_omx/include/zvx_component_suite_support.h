@@ -10,10 +10,28 @@
 /* Every test of the component suites carries this filter value. */
 #define ZVX_COMPONENT_TEST_FILTER 64u
 
-/* Leaves the test when actual differs from expected; the message names both expressions. */
-#define ZVX_REQUIRE_EQ(actual, expected)                                                                               \
-    QURO_UTF_ASSERT_MSG(fail_ex, (actual) == (expected), "%s == %s", #actual, #expected)
-#define ZVX_REQUIRE(cond) QURO_UTF_FAIL_EX(cond)
+/* A decoder or encoder runs its command thread over the test's own stack record. A failed requirement
+ * leaves the test by longjmp, past the test's own destroy, so the component the test holds is destroyed
+ * first, while its record still exists: no thread outlives the frame it works on. The test ends by
+ * destroying the held component with zvx_component_suite_release. */
+void zvx_component_suite_hold_erased(void (*destroy)(void *), void *component);
+template <auto Destroy, typename Component> void zvx_component_suite_hold(Component *component)
+{
+    zvx_component_suite_hold_erased([](void *held) { Destroy(static_cast<Component *>(held)); }, component);
+}
+void zvx_component_suite_release();
+
+#define ZVXP_REQUIRE_MSG(ok_expr, format, ...)                                                                         \
+    do {                                                                                                               \
+        const bool zvxp_ok_ = static_cast<bool>(ok_expr);                                                              \
+        if (!zvxp_ok_)                                                                                                 \
+            zvx_component_suite_release();                                                                             \
+        QURO_UTF_ASSERT_MSG(fail_ex, zvxp_ok_, format, __VA_ARGS__);                                                   \
+    } while (0)
+
+/* Leave the test when the condition is false; the message names the expressions. */
+#define ZVX_REQUIRE_EQ(actual, expected) ZVXP_REQUIRE_MSG((actual) == (expected), "%s == %s", #actual, #expected)
+#define ZVX_REQUIRE(cond) ZVXP_REQUIRE_MSG(cond, "%s", #cond)
 
 /* Suites built over the component share one fixture: a record the tests never read, whose
  * creation clears the session stub's callbacks so that nothing leaks from one test to the next. */
@@ -48,9 +66,7 @@ inline OMX_BOOL zvx_role_enabled_except(const char *role, const char *rejected)
 
 /* Test 1 of the decoder and encoder suites: an init missing the handle or the record writes nothing
  * (both are prefilled with 0xFD); a full init stores the record, the callbacks and the application data. */
-template <typename Component>
-void zvx_check_init_destroy(OMX_ERRORTYPE (*init)(struct zvx_omx_component *, Component *, OMX_PTR, OMX_CALLBACKTYPE *),
-                            void (*destroy)(Component *))
+template <typename Component, auto init, auto destroy> void zvx_check_init_destroy()
 {
     const std::uintptr_t callback_marker = 0xdeadbeef;
     const OMX_PTR app_data = zvx_marker<OMX_PTR>(0xfacebee7);
@@ -74,12 +90,13 @@ void zvx_check_init_destroy(OMX_ERRORTYPE (*init)(struct zvx_omx_component *, Co
     std::memset(&component, 0xFD, sizeof(component));
     std::memset(&handle, 0xFD, sizeof(handle));
     ZVX_REQUIRE_EQ(init(&handle, &component, app_data, &callbacks), OMX_ErrorNone);
+    zvx_component_suite_hold<destroy>(&component);
     ZVX_REQUIRE(handle.omx.pComponentPrivate == &component);
     ZVX_REQUIRE(component.common.omx_callbacks.EventHandler == callbacks.EventHandler);
     ZVX_REQUIRE(component.common.omx_callbacks.EmptyBufferDone == callbacks.EmptyBufferDone);
     ZVX_REQUIRE(component.common.omx_callbacks.FillBufferDone == callbacks.FillBufferDone);
     ZVX_REQUIRE_EQ(handle.omx.pApplicationPrivate, app_data);
-    destroy(&component);
+    zvx_component_suite_release();
 }
 
 #endif

@@ -2,6 +2,28 @@
 
 #include "zvx_blackbox.h"
 
+namespace {
+
+struct zvxp_held_component {
+    void (*destroy)(void *component);
+    void *component;
+} zvxp_held;
+
+} // namespace
+
+void zvx_component_suite_hold_erased(void (*destroy)(void *), void *component)
+{
+    zvxp_held = {destroy, component};
+}
+
+void zvx_component_suite_release()
+{
+    const zvxp_held_component held = zvxp_held;
+    zvxp_held = {};
+    if (held.destroy != nullptr)
+        held.destroy(held.component);
+}
+
 void *zvx_component_suite_create_fixture(quro_utf_suite *suite)
 {
     void *fixture = quro_utf_mempool_alloc(&suite->fixture_pool, sizeof(struct zvx_component_suite_fixture));

@@ -75,8 +75,9 @@ void zvx_test_decoder_set_tcx_enable(quro_utf_suite *)
     zvx_omx_decoder_component decoder;
     zvx_omx_component handle;
     ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_decoder_component_destroy>(&decoder);
     zvxp_check_tcx_enable(&decoder.common, 1, 0, false);
-    zvx_omx_decoder_component_destroy(&decoder);
+    zvx_component_suite_release();
 }
 
 void zvx_test_encoder_set_tcx_enable(quro_utf_suite *)
@@ -84,8 +85,9 @@ void zvx_test_encoder_set_tcx_enable(quro_utf_suite *)
     zvx_omx_encoder_component encoder;
     zvx_omx_component handle;
     ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_encoder_component_destroy>(&encoder);
     zvxp_check_tcx_enable(&encoder.common, 0, 1, true);
-    zvx_omx_encoder_component_destroy(&encoder);
+    zvx_component_suite_release();
 }
 
 void zvx_test_get_bitstream_port_null_component(quro_utf_suite *)
@@ -228,6 +230,7 @@ void zvx_test_get_extension_index(quro_utf_suite *)
     char name[] = "OMX.DHQ.video.k7nn.tcx";
     char missing[] = "this won't exist";
     ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_decoder_component_destroy>(&decoder);
 
     ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(nullptr, name, &index), OMX_ErrorBadParameter);
     handle.omx.pComponentPrivate = nullptr;
@@ -250,7 +253,7 @@ void zvx_test_get_extension_index(quro_utf_suite *)
         ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, const_cast<char *>(entry.name), &index), OMX_ErrorNone);
         ZVX_REQUIRE_EQ(index, entry.index);
     }
-    zvx_omx_decoder_component_destroy(&decoder);
+    zvx_component_suite_release();
 }
 
 void zvx_test_set_callbacks(quro_utf_suite *)

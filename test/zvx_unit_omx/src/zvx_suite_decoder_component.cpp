@@ -17,7 +17,8 @@ OMX_BOOL cb_role_enable(const char *role)
 
 void zvx_test_init_destroy(quro_utf_suite *)
 {
-    zvx_check_init_destroy(zvx_omx_decoder_component_init, zvx_omx_decoder_component_destroy);
+    zvx_check_init_destroy<zvx_omx_decoder_component, zvx_omx_decoder_component_init,
+                           zvx_omx_decoder_component_destroy>();
 }
 
 void zvx_test_destroy(quro_utf_suite *)
@@ -38,6 +39,7 @@ void zvx_test_get_extension_index(quro_utf_suite *)
     char empty[] = "";
     char missing[] = "ThisDoesNotExist";
     ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_decoder_component_destroy>(&decoder);
 
     ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(nullptr, empty, &index), OMX_ErrorBadParameter);
     ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, empty, nullptr), OMX_ErrorBadParameter);
@@ -65,7 +67,7 @@ void zvx_test_get_extension_index(quro_utf_suite *)
         ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, const_cast<char *>(entry.name), &index), OMX_ErrorNone);
         ZVX_REQUIRE_EQ(index, entry.index);
     }
-    zvx_omx_decoder_component_destroy(&decoder);
+    zvx_component_suite_release();
 }
 
 void zvx_test_get_enabled_roles(quro_utf_suite *)
@@ -84,6 +86,7 @@ void zvx_test_role_enum(quro_utf_suite *)
     OMX_U8 role[OMX_MAX_STRINGNAME_SIZE];
     int nroles = 0;
     ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_decoder_component_destroy>(&decoder);
     ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, nullptr, 0), OMX_ErrorBadParameter);
 
     bb_cb.bbcb_role_enabled = cb_role_enable;
@@ -92,7 +95,7 @@ void zvx_test_role_enum(quro_utf_suite *)
         ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, role, static_cast<OMX_U32>(i)), OMX_ErrorNone);
     }
     ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, role, static_cast<OMX_U32>(nroles)), OMX_ErrorNoMore);
-    zvx_omx_decoder_component_destroy(&decoder);
+    zvx_component_suite_release();
 }
 
 /* Test 6 ("Buffer param") arrives with the stream-setting events. */

@@ -19,7 +19,8 @@ OMX_BOOL cb_role_enable(const char *role)
 
 void zvx_test_init_destroy(quro_utf_suite *)
 {
-    zvx_check_init_destroy(zvx_omx_encoder_component_init, zvx_omx_encoder_component_destroy);
+    zvx_check_init_destroy<zvx_omx_encoder_component, zvx_omx_encoder_component_init,
+                           zvx_omx_encoder_component_destroy>();
 }
 
 void zvx_test_destroy(quro_utf_suite *)
@@ -42,6 +43,7 @@ void zvx_test_get_extension_index(quro_utf_suite *)
     char tcx[] = "OMX.DHQ.video.k7nn.tcx";
     char enable_tcx[] = "OMX.DHQ.video.k7nn.enable.tcx";
     ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_encoder_component_destroy>(&encoder);
 
     /* Unlike the decoder's, the encoder's lookup does not check the handle. */
     ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(nullptr, empty, &index), OMX_ErrorUnsupportedIndex);
@@ -52,7 +54,7 @@ void zvx_test_get_extension_index(quro_utf_suite *)
     ZVX_REQUIRE_EQ(index, OMX_IndexParamTCX);
     ZVX_REQUIRE_EQ(handle.omx.GetExtensionIndex(&handle, enable_tcx, &index), OMX_ErrorNone);
     ZVX_REQUIRE_EQ(index, OMX_IndexParamEnableTCX);
-    zvx_omx_encoder_component_destroy(&encoder);
+    zvx_component_suite_release();
 }
 
 void zvx_test_get_enabled_roles(quro_utf_suite *)
@@ -71,6 +73,7 @@ void zvx_test_role_enum(quro_utf_suite *)
     OMX_U8 role[OMX_MAX_STRINGNAME_SIZE];
     int nroles = 0;
     ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_encoder_component_destroy>(&encoder);
     ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, nullptr, 0), OMX_ErrorBadParameter);
 
     bb_cb.bbcb_role_enabled = cb_role_enable;
@@ -79,7 +82,7 @@ void zvx_test_role_enum(quro_utf_suite *)
         ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, role, static_cast<OMX_U32>(i)), OMX_ErrorNone);
     }
     ZVX_REQUIRE_EQ(handle.omx.ComponentRoleEnum(nullptr, role, static_cast<OMX_U32>(nroles)), OMX_ErrorNoMore);
-    zvx_omx_encoder_component_destroy(&encoder);
+    zvx_component_suite_release();
 }
 
 void zvx_test_create_handle(quro_utf_suite *)
@@ -88,12 +91,13 @@ void zvx_test_create_handle(quro_utf_suite *)
     zvx_omx_component handle;
     zvx_omx_common_bufferheadertype header;
     ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_encoder_component_destroy>(&encoder);
     std::memset(&header, 0, sizeof(header));
     header.pub.nInputPortIndex = 0;
     header.pub.nFlags |= OMX_BUFFERFLAG_EOS;
     header.priv.rgb_to_yuv = false;
     ZVX_REQUIRE_EQ(handle.omx.EmptyThisBuffer(&handle, &header.pub), OMX_ErrorNone);
-    zvx_omx_encoder_component_destroy(&encoder);
+    zvx_component_suite_release();
 }
 
 /* Test 7 ("Color aspects") arrives with the set-parameter handler. */
