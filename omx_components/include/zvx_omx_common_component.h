@@ -94,11 +94,6 @@ OMX_ERRORTYPE zvx_omx_common_component_init(struct zvx_omx_component *handle, zv
 /* The command thread must already be stopped. */
 void zvx_omx_common_component_destroy(zvx_omx_common_component *comp);
 
-bool zvx_omx_common_component_create_session(zvx_omx_common_component *comp);
-void zvx_omx_common_component_destroy_session(zvx_omx_common_component *comp);
-/* Pushes every port definition to the session. */
-void zvx_omx_common_component_send_current_settings(zvx_omx_common_component *comp);
-
 zvx_omx_component_type_t zvx_omx_common_component_get_type(const zvx_omx_common_component *comp);
 void zvx_omx_common_component_set_type(zvx_omx_common_component *comp, zvx_omx_component_type_t type);
 

@@ -6,6 +6,7 @@
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
+#include "zvx_omx_session.h"
 #include "zvx_session_interface.h"
 
 namespace {

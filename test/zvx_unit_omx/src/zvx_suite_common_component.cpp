@@ -9,6 +9,7 @@
 #include "zvx_omx_decoder_component.h"
 #include "zvx_omx_encoder_component.h"
 #include "zvx_omx_extensions.h"
+#include "zvx_omx_session.h"
 
 namespace {
 

@@ -1,0 +1,13 @@
+#ifndef ZVX_OMX_SESSION_H
+#define ZVX_OMX_SESSION_H
+
+#include "zvx_omx_common_component.h"
+
+/* Creates and activates a session for the stored role and sends it the current settings. */
+bool zvx_omx_common_component_create_session(zvx_omx_common_component *comp);
+/* Only a created session on an open device is destroyed, so a second call does nothing. */
+void zvx_omx_common_component_destroy_session(zvx_omx_common_component *comp);
+/* Pushes every port definition to the session. */
+void zvx_omx_common_component_send_current_settings(zvx_omx_common_component *comp);
+
+#endif

@@ -1,0 +1,66 @@
+// The codec session's lifetime: created for the stored role when the component leaves Loaded,
+// destroyed on the way back, on a role change and at destruction.
+#include "zvx_omx_session.h"
+
+#include <pthread.h>
+
+#include "zvx_omx_config.h"
+#include "zvx_omx_log.h"
+#include "zvx_omx_translate.h"
+#include "zvx_session_interface.h"
+
+bool zvx_omx_common_component_create_session(zvx_omx_common_component *comp)
+{
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "zvx_omx_common_component_create_session(comp=%p, secure=%d). (%s:%d)",
+            static_cast<void *>(comp), comp != nullptr ? static_cast<int>(comp->secure) : 0);
+    if (comp == nullptr)
+        return false;
+    const auto *standard_role = static_cast<const OMX_PARAM_COMPONENTROLETYPE *>(
+        zvx_omx_config_find(&comp->config_and_params, OMX_IndexParamStandardComponentRole, 0));
+    if (standard_role == nullptr)
+        return false;
+    const char *role = reinterpret_cast<const char *>(standard_role->cRole);
+
+    comp->session_created = zvx_create_session(comp->driver_fd, role) == OMX_TRUE;
+    if (!comp->session_created)
+        return false;
+    zvx_instr_write_msg(ZVX_INSTR_SESSION_CREATED, sizeof(comp->driver_fd), &comp->driver_fd);
+
+    void *prot_buf = nullptr;
+    if (zvx_activate_session(comp->driver_fd, role, comp->secure ? &prot_buf : nullptr) != OMX_TRUE)
+        return false;
+    if (prot_buf != nullptr) {
+        pthread_mutex_lock(&comp->lock);
+        if (comp->num_prot_bufs < ZVX_OMX_MAX_PROT_BUFS)
+            comp->prot_bufs[comp->num_prot_bufs++] = prot_buf;
+        pthread_mutex_unlock(&comp->lock);
+    }
+
+    zvx_omx_common_component_send_current_settings(comp);
+    return true;
+}
+
+void zvx_omx_common_component_destroy_session(zvx_omx_common_component *comp)
+{
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "zvx_omx_common_component_destroy_session(comp=%p). (%s:%d)",
+            static_cast<void *>(comp));
+    if (comp == nullptr || comp->driver_fd == -1 || !comp->session_created)
+        return;
+    zvx_instr_write_msg(ZVX_INSTR_SESSION_DESTROYED, sizeof(comp->driver_fd), &comp->driver_fd);
+    zvx_destroy_session(comp->driver_fd);
+    comp->session_created = false;
+}
+
+void zvx_omx_common_component_send_current_settings(zvx_omx_common_component *comp)
+{
+    const bool decoder = comp->type == ZVX_OMX_DECODER;
+    for (zvx_omx_port &port : comp->ports) {
+        OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&port);
+        if (definition == nullptr)
+            continue;
+        kern_omx120_param_portdefinitiontype session_definition;
+        zvx_omx_translate_112_to_120_IndexParamPortDefinition(&session_definition, definition, decoder);
+        zvx_set_parameter(comp->driver_fd, OMX_IndexParamPortDefinition, sizeof(session_definition),
+                          &session_definition);
+    }
+}
