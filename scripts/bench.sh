@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/setup.sh
+scripts/setup.sh bench
 cmake --preset release >/dev/null
 cmake --build --preset release
 for bench in utf/quro_utf_bench util/zvx_util_bench log/zvx_log_bench omx_components/zvx_omx_cproc_bench; do

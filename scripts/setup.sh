@@ -1,9 +1,16 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and the tests need, only those that are missing.
+# `scripts/setup.sh bench` also installs the benchmarks' comparison peers.
 set -euo pipefail
 
 packages=(cmake ninja-build g++ clang libgtest-dev libgmock-dev libbenchmark-dev
           libomxil-bellagio-dev gdb valgrind)
+for group in "$@"; do
+  case "$group" in
+    bench) packages+=(libomxil-bellagio0 libomxil-bellagio0-components-base) ;;
+    *) echo "setup: unknown package group '$group'" >&2; exit 2 ;;
+  esac
+done
 
 missing=()
 for pkg in "${packages[@]}"; do

@@ -3,9 +3,7 @@
 // with poll and through an eventfd.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstring>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -13,20 +11,14 @@
 #include <unistd.h>
 #include <vector>
 
+#include "zvx_bench_latency.h"
 #include "zvx_mem.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_common_cproc.h"
 
 namespace {
 
-using bench_clock = std::chrono::steady_clock;
-
 std::atomic<int64_t> woken_at_ns{-1};
-
-int64_t now_ns()
-{
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(bench_clock::now().time_since_epoch()).count();
-}
 
 void wait_for_wake_up()
 {
@@ -35,19 +27,9 @@ void wait_for_wake_up()
     }
 }
 
-void report(benchmark::State &state, std::vector<int64_t> &latencies_ns)
-{
-    std::sort(latencies_ns.begin(), latencies_ns.end());
-    const auto at = [&](double fraction) {
-        return static_cast<double>(latencies_ns[static_cast<size_t>(fraction * (latencies_ns.size() - 1))]) / 1000.0;
-    };
-    state.counters["median_us"] = at(0.5);
-    state.counters["p99_us"] = at(0.99);
-}
-
 bool mark_woken(struct zvx_omx_common_component *, struct zvx_omx_common_cproc_command_data *)
 {
-    woken_at_ns.store(now_ns(), std::memory_order_release);
+    woken_at_ns.store(zvx_bench_now_ns(), std::memory_order_release);
     return true;
 }
 
@@ -73,14 +55,14 @@ void BM_CommandDispatch(benchmark::State &state)
             static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
         command->function = mark_woken;
         woken_at_ns = -1;
-        const int64_t queued_at = now_ns();
+        const int64_t queued_at = zvx_bench_now_ns();
         zvx_omx_common_component_queue_command(&comp, command);
         wait_for_wake_up();
         latencies_ns.push_back(woken_at_ns.load() - queued_at);
     }
     zvx_omx_common_cproc_invoker_exit(&comp);
     zvx_omx_common_cproc_command_queue_destroy(&comp.cproc_queue);
-    report(state, latencies_ns);
+    zvx_bench_report_latencies(state, latencies_ns);
 }
 
 // The floor: a second thread blocked in poll on one descriptor, woken by one write.
@@ -92,14 +74,14 @@ template <typename Wake, typename Drain> void ping_pong(benchmark::State &state,
         while (!stop.load()) {
             if (poll(&entry, 1, -1) > 0) {
                 drain();
-                woken_at_ns.store(now_ns(), std::memory_order_release);
+                woken_at_ns.store(zvx_bench_now_ns(), std::memory_order_release);
             }
         }
     });
     std::vector<int64_t> latencies_ns;
     for (auto _ : state) {
         woken_at_ns = -1;
-        const int64_t sent_at = now_ns();
+        const int64_t sent_at = zvx_bench_now_ns();
         wake();
         wait_for_wake_up();
         latencies_ns.push_back(woken_at_ns.load() - sent_at);
@@ -107,7 +89,7 @@ template <typename Wake, typename Drain> void ping_pong(benchmark::State &state,
     stop = true;
     wake();
     sleeper.join();
-    report(state, latencies_ns);
+    zvx_bench_report_latencies(state, latencies_ns);
 }
 
 void BM_PipePollFloor(benchmark::State &state)
