@@ -19,6 +19,9 @@ namespace {
 constexpr int ZVXP_STARTUP_POLL_MS = 1;
 constexpr OMX_U32 ZVXP_EVENT_TIMEOUT = 10;
 
+/* The component whose command thread this is; null on every other thread. */
+thread_local const struct zvx_omx_common_component *zvxp_command_thread_of = nullptr;
+
 bool zvxp_make_fd_nonblocking(int fd)
 {
     const int flags = fcntl(fd, F_GETFL);
@@ -74,6 +77,7 @@ void zvxp_handle_one_event(struct zvx_omx_common_component *comp)
 void *zvxp_invoker_thread(void *arg)
 {
     auto *comp = static_cast<struct zvx_omx_common_component *>(arg);
+    zvxp_command_thread_of = comp;
     struct zvx_omx_common_cproc_invoker &invoker = comp->cproc_invoker;
     zvxp_make_fd_nonblocking(invoker.pipe_fd[0]);
     int timeout_ms = ZVXP_STARTUP_POLL_MS;
@@ -162,6 +166,11 @@ void zvx_omx_common_cproc_invoker_exit(struct zvx_omx_common_component *comp)
     }
     invoker.invoker_thread = 0;
     invoker.exit = 0;
+}
+
+bool zvx_omx_common_cproc_on_command_thread(const struct zvx_omx_common_component *comp)
+{
+    return comp != nullptr && zvxp_command_thread_of == comp;
 }
 
 void zvx_omx_common_cproc_invoker_signal(struct zvx_omx_common_cproc_invoker *invoker)

@@ -186,6 +186,28 @@ TEST_F(CommandProcessor, EverythingQueuedBeforeExitRunsAndTheThreadCanStartAgain
     EXPECT_EQ(take_run_log(), std::vector<int>{7});
 }
 
+std::atomic<int> seen_on_command_thread;
+
+bool note_thread(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *)
+{
+    seen_on_command_thread = zvx_omx_common_cproc_on_command_thread(comp) ? 1 : 0;
+    return true;
+}
+
+TEST_F(CommandProcessor, OnlyTheComponentsOwnThreadIsItsCommandThread)
+{
+    seen_on_command_thread = -1;
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    auto *command =
+        static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+    command->function = note_thread;
+    ASSERT_TRUE(zvx_omx_common_component_queue_command(&comp_, command));
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    EXPECT_EQ(seen_on_command_thread.load(), 1);
+    EXPECT_FALSE(zvx_omx_common_cproc_on_command_thread(&comp_));
+    EXPECT_FALSE(zvx_omx_common_cproc_on_command_thread(nullptr));
+}
+
 TEST_F(CommandProcessor, ExitWithoutThreadAndNullArgumentsAreHarmless)
 {
     zvx_omx_common_cproc_invoker_exit(&comp_);
