@@ -12,5 +12,6 @@ for preset in "${presets[@]}"; do
   echo "==== preset ${preset} ===="
   cmake --preset "${preset}"
   cmake --build --preset "${preset}"
-  ctest --preset "${preset}"
+  # A relative JUnit path lands in the preset's build folder: build/<preset>/junit.xml.
+  ctest --preset "${preset}" --output-junit junit.xml
 done
