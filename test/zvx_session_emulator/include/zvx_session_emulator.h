@@ -111,8 +111,9 @@ struct zvx_emu_stats {
     int32_t hw_state;
     std::array<uint32_t, 2> registered_buffers; /* by port */
     std::array<uint32_t, 2> held_buffers;       /* queued with the session and not yet returned */
-    uint64_t pictures_consumed;
-    uint64_t pictures_output;                              /* decode: pictures; encode: pictures fully written */
+    uint64_t pictures_consumed;                 /* by the current session */
+    uint64_t pictures_output;                   /* by the current session; encode: pictures fully written */
+    /* The rest since the device opened. */
     std::array<uint64_t, ZVX_EMU_EVENT_CODES> events_sent; /* by event code, as queued for the host */
     uint64_t events_pending;
     uint64_t buffers_dropped; /* held buffers forgotten without an event: unregistered or session ended */
@@ -134,7 +135,7 @@ struct zvx_emu_totals {
 void zvx_emu_set_default_script(const zvx_emu_script &script);
 /* Replaces an open device's script for what it has not done yet; false for an unknown descriptor. */
 bool zvx_emu_set_script(int fd, const zvx_emu_script &script);
-/* Fires a fault now (at_frame is ignored); false for an unknown descriptor. */
+/* Fires a fault now (at_frame is ignored); false for an unknown descriptor or without an active session. */
 bool zvx_emu_inject_fault(int fd, const zvx_emu_fault &fault);
 
 /* Open devices, oldest first. */

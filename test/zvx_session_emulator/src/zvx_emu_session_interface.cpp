@@ -1,5 +1,8 @@
 // The session interface over the emulated devices: each call finds its device by descriptor and
 // answers as a device without it would when there is none.
+#include <exception>
+#include <memory>
+
 #include "zvx_emu_registry.h"
 #include "zvx_emu_roles.h"
 #include "zvx_session_interface.h"
@@ -21,9 +24,24 @@ OMX_ERRORTYPE zvxp_remember(OMX_ERRORTYPE error)
     return error;
 }
 
-std::shared_ptr<zvx_emu::Device> zvxp_device(int fd)
+/* Runs call on the open device fd; failure when there is none, and when the emulator runs out of
+ * memory: that reads to the host as the device failing the call, never as an exception. */
+template <typename Result, typename Call> Result zvxp_on_device(int fd, Result failure, Call call)
 {
-    return Registry::instance().find(fd);
+    try {
+        const std::shared_ptr<zvx_emu::Device> device = Registry::instance().find(fd);
+        return device != nullptr ? call(*device) : failure;
+    } catch (const std::exception &) {
+        return failure;
+    }
+}
+
+template <typename Call> void zvxp_on_device(int fd, Call call)
+{
+    zvxp_on_device(fd, 0, [&](zvx_emu::Device &device) {
+        call(device);
+        return 0;
+    });
 }
 
 } // namespace
@@ -32,7 +50,11 @@ int zvx_init(const char *filename)
 {
     if (filename == nullptr || filename[0] == '\0')
         return -1;
-    return Registry::instance().open_device();
+    try {
+        return Registry::instance().open_device();
+    } catch (const std::exception &) {
+        return -1;
+    }
 }
 
 void zvx_close(int fd)
@@ -47,113 +69,94 @@ OMX_ERRORTYPE zvx_get_error_code(void)
 
 OMX_BOOL zvx_create_session(int fd, const char *role)
 {
-    const auto device = zvxp_device(fd);
-    return device != nullptr && device->create_session(role) ? OMX_TRUE : OMX_FALSE;
+    return zvxp_on_device(fd, OMX_FALSE,
+                          [&](zvx_emu::Device &device) { return device.create_session(role) ? OMX_TRUE : OMX_FALSE; });
 }
 
 void zvx_destroy_session(int fd)
 {
-    if (const auto device = zvxp_device(fd))
-        device->destroy_session();
+    zvxp_on_device(fd, [](zvx_emu::Device &device) { device.destroy_session(); });
 }
 
 OMX_BOOL zvx_activate_session(int fd, const char *role, void **p_prot_buf)
 {
-    const auto device = zvxp_device(fd);
-    return device != nullptr && device->activate_session(role, p_prot_buf) ? OMX_TRUE : OMX_FALSE;
+    return zvxp_on_device(fd, OMX_FALSE, [&](zvx_emu::Device &device) {
+        return device.activate_session(role, p_prot_buf) ? OMX_TRUE : OMX_FALSE;
+    });
 }
 
 void zvx_enqueue_flush_buffers(int fd, OMX_U32 flush)
 {
-    if (const auto device = zvxp_device(fd))
-        device->enqueue_flush(flush);
+    zvxp_on_device(fd, [&](zvx_emu::Device &device) { device.enqueue_flush(flush); });
 }
 
 void zvx_enqueue_state_change(int fd, enum zvx_base_hw_state state)
 {
-    if (const auto device = zvxp_device(fd))
-        device->enqueue_state_change(state);
+    zvxp_on_device(fd, [&](zvx_emu::Device &device) { device.enqueue_state_change(state); });
 }
 
 struct zvx_base_event_header *zvx_get_event(int fd, OMX_U32 timeout)
 {
-    const auto device = zvxp_device(fd);
-    return device != nullptr ? device->get_event(timeout).release() : nullptr;
+    return zvxp_on_device(fd, static_cast<zvx_base_event_header *>(nullptr),
+                          [&](zvx_emu::Device &device) { return device.get_event(timeout).release(); });
 }
 
 /* The record is the caller's to fill, whatever the declaration's const says. */
 OMX_ERRORTYPE zvx_get_parameter(int fd, OMX_INDEXTYPE index, OMX_U32 size, const void *param)
 {
-    const auto device = zvxp_device(fd);
-    if (device == nullptr)
-        return zvxp_remember(OMX_ErrorHardware);
-    return zvxp_remember(device->get_parameter(index, size, const_cast<void *>(param)));
+    return zvxp_remember(zvxp_on_device(fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) {
+        return device.get_parameter(index, size, const_cast<void *>(param));
+    }));
 }
 
 OMX_ERRORTYPE zvx_set_parameter(int fd, OMX_INDEXTYPE index, OMX_U32 size, void *param)
 {
-    const auto device = zvxp_device(fd);
-    if (device == nullptr)
-        return zvxp_remember(OMX_ErrorHardware);
-    return zvxp_remember(device->set_parameter(index, size, param));
+    return zvxp_remember(zvxp_on_device(
+        fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) { return device.set_parameter(index, size, param); }));
 }
 
 OMX_ERRORTYPE zvx_get_config(int fd, OMX_INDEXTYPE index, OMX_U32 size, const void *param)
 {
-    const auto device = zvxp_device(fd);
-    if (device == nullptr)
-        return zvxp_remember(OMX_ErrorHardware);
-    return zvxp_remember(device->get_config(index, size, const_cast<void *>(param)));
+    return zvxp_remember(zvxp_on_device(fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) {
+        return device.get_config(index, size, const_cast<void *>(param));
+    }));
 }
 
 OMX_ERRORTYPE zvx_set_config(int fd, OMX_INDEXTYPE index, OMX_U32 size, void *param)
 {
-    const auto device = zvxp_device(fd);
-    if (device == nullptr)
-        return zvxp_remember(OMX_ErrorHardware);
-    return zvxp_remember(device->set_config(index, size, param));
+    return zvxp_remember(zvxp_on_device(
+        fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) { return device.set_config(index, size, param); }));
 }
 
 OMX_ERRORTYPE zvx_register_buffer(int fd, OMX_U32 port_index, const struct zvx_base_buffer_userspace *descriptor)
 {
-    const auto device = zvxp_device(fd);
-    if (device == nullptr)
-        return OMX_ErrorHardware;
-    if (descriptor == nullptr)
-        return OMX_ErrorBadParameter;
-    return device->register_buffer(port_index, *descriptor);
+    return zvxp_on_device(fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) {
+        return descriptor != nullptr ? device.register_buffer(port_index, *descriptor) : OMX_ErrorBadParameter;
+    });
 }
 
 void zvx_unregister_buffer(int fd, zvx_base_buffer_handle_t buffer_id)
 {
-    if (const auto device = zvxp_device(fd))
-        device->unregister_buffer(buffer_id);
+    zvxp_on_device(fd, [&](zvx_emu::Device &device) { device.unregister_buffer(buffer_id); });
 }
 
 OMX_ERRORTYPE zvx_fill_this_buffer(int fd, struct zvx_base_buffer_details *param)
 {
-    const auto device = zvxp_device(fd);
-    if (device == nullptr)
-        return OMX_ErrorHardware;
-    if (param == nullptr)
-        return OMX_ErrorBadParameter;
-    return device->queue_buffer(zvx_emu::OUTPUT_PORT, *param);
+    return zvxp_on_device(fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) {
+        return param != nullptr ? device.queue_buffer(zvx_emu::OUTPUT_PORT, *param) : OMX_ErrorBadParameter;
+    });
 }
 
 OMX_ERRORTYPE zvx_empty_this_buffer(int fd, struct zvx_base_buffer_details *param)
 {
-    const auto device = zvxp_device(fd);
-    if (device == nullptr)
-        return OMX_ErrorHardware;
-    if (param == nullptr)
-        return OMX_ErrorBadParameter;
-    return device->queue_buffer(zvx_emu::INPUT_PORT, *param);
+    return zvxp_on_device(fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) {
+        return param != nullptr ? device.queue_buffer(zvx_emu::INPUT_PORT, *param) : OMX_ErrorBadParameter;
+    });
 }
 
 void zvx_notify_ref_frame_release(int fd, zvx_base_buffer_handle_t handle)
 {
-    if (const auto device = zvxp_device(fd))
-        device->notify_ref_frame_release(handle);
+    zvxp_on_device(fd, [&](zvx_emu::Device &device) { device.notify_ref_frame_release(handle); });
 }
 
 /* Clock, hardware information and firmware memory: the emulated device needs none of them. */
