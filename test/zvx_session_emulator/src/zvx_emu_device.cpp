@@ -314,6 +314,8 @@ void Device::set_script(const zvx_emu_script &script)
     std::lock_guard guard(mutex_);
     script_ = script;
     stream_.set_reorder_depth(script_.reorder_depth);
+    if (next_picture_ == 0)
+        decode_geometry_ = {script_.stream_width, script_.stream_height};
     work_cv_.notify_one();
 }
 

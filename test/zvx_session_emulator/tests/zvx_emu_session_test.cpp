@@ -11,8 +11,12 @@
 
 #include "zvx_emu_host.h"
 #include "zvx_emu_picture.h"
+#include "zvx_omx_extensions.h"
 
 namespace {
+
+static_assert(ZVX_EMU_INDEX_SEQUENCE_PARAMETERS == static_cast<uint32_t>(QURO_IndexParamSequenceParameters),
+              "the session answers the index the component asks with");
 
 constexpr uint32_t YUV420_PLANAR = 19;
 
@@ -75,12 +79,13 @@ TEST_F(EmuSession, DescriptorIsReadableExactlyWhileEventsWait)
 
 TEST_F(EmuSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPresentationOrder)
 {
+    EmuHost host("video_decoder.avc");
+    ASSERT_TRUE(host.session);
     zvx_emu_script script;
     script.stream_width = 60;
     script.stream_height = 40;
     script.reorder_depth = 2;
-    EmuHost host("video_decoder.avc", script);
-    ASSERT_TRUE(host.session);
+    ASSERT_TRUE(zvx_emu_set_script(host.fd, script)) << "an open session takes a new stream before its first picture";
     host.set_port(1, 64, 48, YUV420_PLANAR, 6);
     const zvx_emu_picture_layout layout = zvx_emu_layout_picture(YUV420_PLANAR, 64, 48, 64, 48);
     const auto inputs = add_buffers(host, 0, 4, 16);
