@@ -6,7 +6,11 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh bench
 cmake --preset release >/dev/null
 cmake --build --preset release
-for bench in utf/quro_utf_bench util/zvx_util_bench log/zvx_log_bench omx_components/zvx_omx_cproc_bench; do
+for bench in utf/quro_utf_bench util/zvx_util_bench log/zvx_log_bench omx_components/zvx_omx_cproc_bench \
+  omx_components/zvx_omx_round_trip_bench; do
   echo "==== ${bench##*/} ===="
   "build/release/${bench}" "$@"
 done
+# The client round trip again with the client and the command thread sharing one CPU.
+echo "==== zvx_omx_round_trip_bench, pinned to CPU 0 ===="
+taskset -c 0 build/release/omx_components/zvx_omx_round_trip_bench "$@"

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "zvx_bench_latency.h"
+#include "zvx_bench_wake_floor.h"
 #include "zvx_mem.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_common_cproc.h"
@@ -65,49 +66,9 @@ void BM_CommandDispatch(benchmark::State &state)
     zvx_bench_report_latencies(state, latencies_ns);
 }
 
-// The floor: a second thread blocked in poll on one descriptor, woken by one write.
-template <typename Wake, typename Drain> void ping_pong(benchmark::State &state, int fd, Wake wake, Drain drain)
-{
-    std::atomic<bool> stop{false};
-    std::thread sleeper([&] {
-        struct pollfd entry = {fd, POLLIN, 0};
-        while (!stop.load()) {
-            if (poll(&entry, 1, -1) > 0) {
-                drain();
-                woken_at_ns.store(zvx_bench_now_ns(), std::memory_order_release);
-            }
-        }
-    });
-    std::vector<int64_t> latencies_ns;
-    for (auto _ : state) {
-        woken_at_ns = -1;
-        const int64_t sent_at = zvx_bench_now_ns();
-        wake();
-        wait_for_wake_up();
-        latencies_ns.push_back(woken_at_ns.load() - sent_at);
-    }
-    stop = true;
-    wake();
-    sleeper.join();
-    zvx_bench_report_latencies(state, latencies_ns);
-}
-
 void BM_PipePollFloor(benchmark::State &state)
 {
-    int fds[2];
-    if (pipe(fds) != 0) {
-        state.SkipWithError("pipe failed");
-        return;
-    }
-    const uint32_t word = 0;
-    ping_pong(
-        state, fds[0], [&] { benchmark::DoNotOptimize(write(fds[1], &word, sizeof(word))); },
-        [&] {
-            uint32_t got;
-            benchmark::DoNotOptimize(read(fds[0], &got, sizeof(got)));
-        });
-    close(fds[0]);
-    close(fds[1]);
+    zvx_bench_pipe_poll_floor(state);
 }
 
 void BM_EventfdPollFloor(benchmark::State &state)
@@ -117,13 +78,17 @@ void BM_EventfdPollFloor(benchmark::State &state)
         state.SkipWithError("eventfd failed");
         return;
     }
-    const uint64_t one = 1;
-    ping_pong(
-        state, fd, [&] { benchmark::DoNotOptimize(write(fd, &one, sizeof(one))); },
-        [&] {
+    zvx_bench_poll_ping_pong(
+        state, fd,
+        [](int counter) {
+            const uint64_t one = 1;
+            benchmark::DoNotOptimize(write(counter, &one, sizeof(one)));
+        },
+        [](int counter) {
             uint64_t count;
-            benchmark::DoNotOptimize(read(fd, &count, sizeof(count)));
-        });
+            benchmark::DoNotOptimize(read(counter, &count, sizeof(count)));
+        },
+        fd);
     close(fd);
 }
 

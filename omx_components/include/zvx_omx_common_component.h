@@ -18,6 +18,8 @@
 #define ZVX_OMX_MAX_PROT_BUFS 1024
 #define ZVX_OMX_PORT_COUNT 2
 #define ZVX_OMX_DEVICE_PATH "/dev/kdev0"
+/* hw_state holds a requested state plus this while the session has not confirmed it. */
+#define ZVX_OMX_HW_STATE_REQUESTED 10
 
 typedef enum zvx_omx_component_type_t {
     ZVX_OMX_DECODER = 0,
@@ -49,35 +51,65 @@ struct zvx_omx_component {
     OMX_COMPONENTTYPE omx;
 };
 
+/*
+ * Shared state. Client threads run the entry points; the component's command thread runs every
+ * command, every session event and the client callbacks they make; init and destroy run while no
+ * command thread does. Each field below names its guard:
+ * - "command thread": only the command thread reads or writes it. An entry point that needs it
+ *   changed queues a command instead.
+ * - "command thread writes": only the command thread writes it; any thread reads it, every access
+ *   (the command thread's too) through zvxu_atomic or std::atomic_ref.
+ * - "atomic_ref": any thread changes it, every access through std::atomic_ref.
+ * - "lock": every access from any thread holds `lock`, the command thread's too; the record's setting
+ *   queries below expect their caller to hold it. Nobody holds it across a client callback, so a
+ *   client may call any entry point from inside a callback.
+ * - "callbacks_lock": written by SetCallbacks; the command thread reads the callbacks and the
+ *   application data as one pair (zvx_omx_client_get) before each callback, never holding it across one.
+ * - "init": set by init, constant until destroy.
+ */
 typedef struct zvx_omx_common_component {
-    char name[ZVX_OMX_COMPONENT_NAME_SIZE];
-    struct zvx_omx_common_cproc_invoker cproc_invoker;
-    zvx_omx_common_cproc_command_queue_lockfree_ts cproc_queue;
-    zvxu_atomic omx_state; /* OMX_STATETYPE */
-    struct zvx_map config_and_params;
-    int driver_fd; /* -1 while the device is not open */
-    bool secure;
-    void *prot_bufs[ZVX_OMX_MAX_PROT_BUFS];
-    int num_prot_bufs;
-    pthread_mutex_t lock; /* protected buffers and buffer bookkeeping */
-    bool session_created;
-    bool hw_state_change_received;
-    bool sw_state_trying_to_stop;
-    zvx_omx_component_type_t type;
-    zvx_omx_port ports[ZVX_OMX_PORT_COUNT]; /* 0 input, 1 output */
-    OMX_CALLBACKTYPE omx_callbacks;
-    struct zvx_omx_component *omx_component;
-    zvx_omx_component_role_t role;
-    int32_t hw_state; /* enum zvx_base_hw_state, as last reported */
-    OMX_TICKS prev_ts;
-    zvxu_circular_list *prev_fps; /* recent frame intervals */
-    bool vp9_alloc_params_changed;
-    struct zvx_base_fw_frame_alloc_parameters alloc_params;
-    bool force_yuv;
-    zvx_alloc_params_state_t alloc_params_state;
-    bool android_client;
-    struct zvx_base_buffer_param_colour_description prev_color_desc;
+    char name[ZVX_OMX_COMPONENT_NAME_SIZE];                     /* init */
+    struct zvx_omx_common_cproc_invoker cproc_invoker;          /* zvx_omx_common_cproc.h */
+    zvx_omx_common_cproc_command_queue_lockfree_ts cproc_queue; /* lock-free: any producer, command thread consumes */
+    zvxu_atomic omx_state;                                      /* command thread writes; OMX_STATETYPE */
+    struct zvx_map config_and_params;                           /* lock */
+    int driver_fd;                                              /* init; -1 while the device is not open */
+    bool secure;                                                /* lock */
+    void *prot_bufs[ZVX_OMX_MAX_PROT_BUFS];                     /* lock */
+    int num_prot_bufs;                                          /* lock */
+    pthread_mutex_t lock;
+    bool session_created;                    /* command thread writes */
+    bool hw_state_change_received;           /* command thread */
+    bool sw_state_trying_to_stop;            /* atomic_ref: set by SendCommand, cleared by the command */
+    zvx_omx_component_type_t type;           /* init */
+    zvx_omx_port ports[ZVX_OMX_PORT_COUNT];  /* 0 input, 1 output; guards in zvx_omx_port.h */
+    OMX_CALLBACKTYPE omx_callbacks;          /* callbacks_lock */
+    struct zvx_omx_component *omx_component; /* init */
+    zvx_omx_component_role_t role;           /* lock */
+    int32_t hw_state;              /* command thread writes; enum zvx_base_hw_state as last reported, or a requested
+                                      state + ZVX_OMX_HW_STATE_REQUESTED while the request is outstanding */
+    OMX_TICKS prev_ts;             /* lock */
+    zvxu_circular_list *prev_fps;  /* lock; recent frame intervals */
+    bool vp9_alloc_params_changed; /* command thread writes */
+    struct zvx_base_fw_frame_alloc_parameters alloc_params;          /* lock */
+    bool force_yuv;                                                  /* command thread */
+    zvx_alloc_params_state_t alloc_params_state;                     /* lock */
+    bool android_client;                                             /* lock */
+    struct zvx_base_buffer_param_colour_description prev_color_desc; /* command thread */
+    pthread_mutex_t callbacks_lock;
 } zvx_omx_common_component;
+
+/* Holds a mutex of the component for one scope. */
+class zvx_omx_mutex_guard {
+public:
+    explicit zvx_omx_mutex_guard(pthread_mutex_t *mutex) : mutex_(mutex) { pthread_mutex_lock(mutex_); }
+    ~zvx_omx_mutex_guard() { pthread_mutex_unlock(mutex_); }
+    zvx_omx_mutex_guard(const zvx_omx_mutex_guard &) = delete;
+    zvx_omx_mutex_guard &operator=(const zvx_omx_mutex_guard &) = delete;
+
+private:
+    pthread_mutex_t *mutex_;
+};
 
 /* The component record behind a client's handle; null for a null handle. */
 inline zvx_omx_common_component *zvx_omx_common_component_from_handle(OMX_HANDLETYPE handle)

@@ -72,23 +72,36 @@ ZVX_LIST_DECLARE(omxbufferhdrptr, struct zvx_omx_common_bufferheadertype *)
 /* Input headers in the order the client queued them; they go back to the client in that order. */
 ZVX_LIST_DECLARE(port_buffers, struct zvx_omx_common_bufferheadertype *)
 
+/* The client command a port is carrying out; STABLE when none is. */
+typedef enum zvx_omx_port_transition {
+    ZVX_OMX_PORT_STABLE = 0,
+    ZVX_OMX_PORT_ENABLING = 1,
+    ZVX_OMX_PORT_DISABLING = 2,
+    ZVX_OMX_PORT_FLUSHING = 3,
+} zvx_omx_port_transition;
+
+/* Bit of pFlag: a client flush handed to the session waits for the session's flush event. */
+#define ZVX_OMX_PORT_FLAG_CLIENT_FLUSH 0x1
+
+/* Guards follow the rule in zvx_omx_common_component.h; "comp lock" is the component's `lock`. */
 typedef struct zvx_omx_port {
-    struct zvx_map config_and_params;
-    int32_t nr_pending_flushes;
-    bool flush_without_stop;
-    bool buffer_produced;
-    int32_t pFlag;
-    struct zvx_map registered_buffers; /* buffer identity -> header; erasing frees the buffer */
-    struct zvx_map mapped_buffers;     /* memory handle -> zvx_omx_common_mapped_buffer */
-    struct zvx_list_omxbufferhdrptr tracked_buffers;
-    struct zvx_list_port_buffers buffer_list;
-    struct zvx_util_semaphore_t buffer_sem; /* guards the lists; released around client callbacks */
-    int32_t conf_buffers_queued;
-    int32_t nr_enqueue; /* buffers passed to the session */
-    int32_t nr_dequeue; /* buffers the session returned */
-    uint32_t port_format_index;
-    OMX_BUFFERHEADERTYPE *hdr; /* a buffer the port holds back */
-    uint32_t zvx_flags;
+    struct zvx_map config_and_params;  /* comp lock */
+    int32_t nr_pending_flushes;        /* command thread: session flushes not yet reported done */
+    bool flush_without_stop;           /* command thread */
+    bool buffer_produced;              /* command thread */
+    int32_t pFlag;                     /* command thread; ZVX_OMX_PORT_FLAG_CLIENT_FLUSH and event bits */
+    struct zvx_map registered_buffers; /* comp lock; buffer identity -> header; erasing frees the buffer */
+    struct zvx_map mapped_buffers;     /* comp lock; memory handle -> zvx_omx_common_mapped_buffer */
+    struct zvx_list_omxbufferhdrptr tracked_buffers; /* buffer_sem */
+    struct zvx_list_port_buffers buffer_list;        /* buffer_sem */
+    struct zvx_util_semaphore_t buffer_sem;          /* released around every client callback */
+    int32_t conf_buffers_queued;                     /* buffer_sem */
+    int32_t nr_enqueue;         /* atomic_ref: buffers passed to the session since the last flush */
+    int32_t nr_dequeue;         /* atomic_ref: buffers the session returned since the last flush */
+    uint32_t port_format_index; /* comp lock */
+    OMX_BUFFERHEADERTYPE *hdr;  /* command thread: a buffer the port holds back */
+    uint32_t zvx_flags;         /* comp lock */
+    int32_t transition;         /* zvx_omx_port_transition; command thread writes, atomic_ref */
 } zvx_omx_port;
 
 /* Value destructors of the two buffer maps: free the header (with the memory the component

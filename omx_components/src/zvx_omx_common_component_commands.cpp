@@ -5,9 +5,12 @@
 
 #include "zvx_mem.h"
 #include "zvx_omx_api_call_record.h"
+#include "zvx_omx_client.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_extensions.h"
 #include "zvx_omx_log.h"
+#include "zvx_omx_port_commands.h"
+#include "zvx_omx_state.h"
 #include "zvx_session_interface.h"
 
 namespace {
@@ -85,7 +88,7 @@ OMX_ERRORTYPE zvxp_queue_new_command(struct zvx_omx_common_component *comp,
 
 OMX_ERRORTYPE zvxp_send_state_set(struct zvx_omx_common_component *comp, OMX_U32 target)
 {
-    const auto current = static_cast<OMX_STATETYPE>(zvxu_atomic_get(&comp->omx_state));
+    const OMX_STATETYPE current = zvx_omx_state_get(comp);
     if (current == OMX_StateInvalid) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "OMX component state is InvalidState. (%s:%d)");
         return OMX_ErrorInvalidState;
@@ -103,45 +106,34 @@ OMX_ERRORTYPE zvxp_send_state_set(struct zvx_omx_common_component *comp, OMX_U32
     return zvxp_queue_new_command(comp, &command->command_data);
 }
 
-void zvxp_flush_port_now(struct zvx_omx_common_component *comp, OMX_U32 port)
-{
-    const bool input = port == 0 || port == OMX_ALL;
-    const bool output = port == 1 || port == OMX_ALL;
-    OMX_U32 flush = 0;
-    if (input) {
-        zvx_instr_write_msg(ZVX_INSTR_FLUSHED_INPUT_SEND, 0, nullptr);
-        std::atomic_ref(comp->ports[0].pFlag).fetch_or(1);
-        flush |= ZVX_BASE_FLUSH_INPUT_PORT;
-    }
-    if (output) {
-        zvx_instr_write_msg(ZVX_INSTR_FLUSHED_OUTPUT_SEND, 0, nullptr);
-        std::atomic_ref(comp->ports[1].pFlag).fetch_or(1);
-        flush |= ZVX_BASE_FLUSH_OUTPUT_PORT;
-    }
-    zvx_enqueue_flush_buffers(comp->driver_fd, flush);
-}
-
 OMX_ERRORTYPE zvxp_send_flush(struct zvx_omx_common_component *comp, OMX_U32 port)
 {
     if (port != 0 && port != 1 && port != OMX_ALL) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Illegal port for flush command. port=0x%x. (%s:%d)", port);
         return OMX_ErrorBadParameter;
     }
-    if (std::atomic_ref(comp->hw_state).load() != ZVX_BASE_HW_STATE_RUNNING) {
-        zvxp_flush_port_now(comp, port);
-        return OMX_ErrorNone;
-    }
     auto *command = zvxp_allocate_command<struct command_flush_buffers_in_executing_state>();
     if (command == nullptr) {
         return OMX_ErrorInsufficientResources;
     }
-    command->command_data.function = common_component_cmd_flush_buffers_in_executing_state;
+    command->command_data.function = common_component_cmd_flush_buffers;
     command->state = WAIT_FOR_CODEC_CONFIG;
     command->nParam = port;
-    command->hw_state = 0;
+    command->hw_state = ZVX_BASE_HW_STATE_STOPPED;
     command->timeout = ZVX_OMX_FLUSH_IN_EXECUTING_TIMEOUT_MS;
     clock_gettime(CLOCK_MONOTONIC, &command->start_time);
     return zvxp_queue_new_command(comp, &command->command_data);
+}
+
+OMX_ERRORTYPE zvxp_send_port_command(struct zvx_omx_common_component *comp, OMX_U32 port, bool enable)
+{
+    const OMX_ERRORTYPE error = common_component_cmd_port_enable_disable(comp, port, enable);
+    if (error != OMX_ErrorNone && enable) {
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Port is already enabled. (%s:%d)");
+    } else if (error != OMX_ErrorNone) {
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Port is already disabled. (%s:%d)");
+    }
+    return error;
 }
 
 OMX_ERRORTYPE zvxp_not_implemented(OMX_COMMANDTYPE command)
@@ -150,46 +142,7 @@ OMX_ERRORTYPE zvxp_not_implemented(OMX_COMMANDTYPE command)
     return OMX_ErrorNotImplemented;
 }
 
-/* Executors that this build lacks still finish their command, and say so to a client that listens. */
-void zvxp_report_not_carried_out(struct zvx_omx_common_component *comp, OMX_U32 data)
-{
-    OMX_HANDLETYPE handle = comp->omx_component;
-    if (handle == nullptr || comp->omx_callbacks.EventHandler == nullptr) {
-        return;
-    }
-    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR,
-            "EventHandler(handle=%p, event=OMX_EventError, error=OMX_ErrorNotImplemented, data=0x%x). (%s:%d)", handle,
-            data);
-    comp->omx_callbacks.EventHandler(handle, static_cast<OMX_COMPONENTTYPE *>(handle)->pApplicationPrivate,
-                                     OMX_EventError, static_cast<OMX_U32>(OMX_ErrorNotImplemented), data, nullptr);
-}
-
 } // namespace
-
-bool common_component_cmd_state_change(struct zvx_omx_common_component *comp,
-                                       struct zvx_omx_common_cproc_command_data *command)
-{
-    if (comp == nullptr) {
-        return true;
-    }
-    std::atomic_ref(comp->sw_state_trying_to_stop).store(false);
-    if (command != nullptr) {
-        const auto *state_change = reinterpret_cast<const struct command_state_change_data *>(command);
-        zvxp_report_not_carried_out(comp, static_cast<OMX_U32>(state_change->state));
-    }
-    return true;
-}
-
-bool common_component_cmd_flush_buffers_in_executing_state(struct zvx_omx_common_component *comp,
-                                                           struct zvx_omx_common_cproc_command_data *command)
-{
-    if (comp == nullptr || command == nullptr) {
-        return true;
-    }
-    const auto *flush = reinterpret_cast<const struct command_flush_buffers_in_executing_state *>(command);
-    zvxp_report_not_carried_out(comp, flush->nParam);
-    return true;
-}
 
 OMX_ERRORTYPE zvx_omx_common_component_send_command(OMX_HANDLETYPE hComponent, OMX_COMMANDTYPE Cmd, OMX_U32 nParam1,
                                                     OMX_PTR pCmdData)
@@ -206,6 +159,10 @@ OMX_ERRORTYPE zvx_omx_common_component_send_command(OMX_HANDLETYPE hComponent, O
         return zvxp_send_state_set(comp, nParam1);
     case OMX_CommandFlush:
         return zvxp_send_flush(comp, nParam1);
+    case OMX_CommandPortDisable:
+        return zvxp_send_port_command(comp, nParam1, false);
+    case OMX_CommandPortEnable:
+        return zvxp_send_port_command(comp, nParam1, true);
     default:
         return zvxp_not_implemented(Cmd);
     }
@@ -216,7 +173,7 @@ OMX_ERRORTYPE zvx_omx_common_component_get_state(OMX_HANDLETYPE hComponent, OMX_
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_GetState(handle=%p) (%s:%d)", hComponent);
     struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(hComponent);
     if (comp != nullptr && pState != nullptr) {
-        *pState = static_cast<OMX_STATETYPE>(zvxu_atomic_get(&comp->omx_state));
+        *pState = zvx_omx_state_get(comp);
     }
     return OMX_ErrorNone;
 }
@@ -246,18 +203,12 @@ OMX_ERRORTYPE zvx_omx_common_component_set_callbacks(OMX_HANDLETYPE hComponent, 
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Handle is NULL. (%s:%d)");
         return OMX_ErrorBadParameter;
     }
-    auto *handle = static_cast<OMX_COMPONENTTYPE *>(hComponent);
     struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(hComponent);
     if (comp == nullptr) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Component is NULL. (%s:%d)");
         return OMX_ErrorBadParameter;
     }
-    if (pCallbacks != nullptr) {
-        comp->omx_callbacks.EventHandler = pCallbacks->EventHandler;
-        comp->omx_callbacks.EmptyBufferDone = pCallbacks->EmptyBufferDone;
-        comp->omx_callbacks.FillBufferDone = pCallbacks->FillBufferDone;
-    }
-    handle->pApplicationPrivate = pAppData;
+    zvx_omx_client_set(comp, pCallbacks, pAppData);
     return OMX_ErrorNone;
 }
 

@@ -10,6 +10,7 @@
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_event.h"
 #include "zvx_omx_log.h"
+#include "zvx_omx_state.h"
 #include "zvx_session_interface.h"
 
 namespace {
@@ -94,12 +95,14 @@ void *zvxp_invoker_thread(void *arg)
         timeout_ms = -1;
         if ((fds[0].revents & POLLIN) != 0) {
             zvxp_run_one_command(comp);
+            zvx_omx_state_check_transitions(comp);
         }
         if (watch_device) {
             if ((fds[1].revents & POLLNVAL) != 0) {
                 device_pollable = false;
             } else if ((fds[1].revents & POLLIN) != 0 && std::atomic_ref(comp->session_created).load()) {
                 zvxp_handle_one_event(comp);
+                zvx_omx_state_check_transitions(comp);
             }
         }
     } while (zvxp_exit_flag(invoker).load() != 1);

@@ -58,6 +58,7 @@ void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *
     comp->alloc_params.planar_alloc_frame_width = zvxp_default_alloc_width;
     comp->alloc_params.planar_alloc_frame_height = zvxp_default_alloc_height;
     pthread_mutex_init(&comp->lock, nullptr);
+    pthread_mutex_init(&comp->callbacks_lock, nullptr);
 }
 
 } // namespace
@@ -120,6 +121,7 @@ void zvx_omx_common_component_destroy(zvx_omx_common_component *comp)
         zvx_close(comp->driver_fd);
     comp->num_prot_bufs = 0;
     pthread_mutex_destroy(&comp->lock);
+    pthread_mutex_destroy(&comp->callbacks_lock);
     zvx_omx_common_cproc_command_queue_destroy(&comp->cproc_queue);
     zvx_omx_config_destruct(&comp->config_and_params);
     zvx_instr_release();

@@ -2,6 +2,7 @@
 // destroyed on the way back, on a role change and at destruction.
 #include "zvx_omx_session.h"
 
+#include <atomic>
 #include <pthread.h>
 
 #include "zvx_omx_config.h"
@@ -21,8 +22,9 @@ bool zvx_omx_common_component_create_session(zvx_omx_common_component *comp)
         return false;
     const char *role = reinterpret_cast<const char *>(standard_role->cRole);
 
-    comp->session_created = zvx_create_session(comp->driver_fd, role) == OMX_TRUE;
-    if (!comp->session_created)
+    const bool created = zvx_create_session(comp->driver_fd, role) == OMX_TRUE;
+    std::atomic_ref(comp->session_created).store(created);
+    if (!created)
         return false;
     zvx_instr_write_msg(ZVX_INSTR_SESSION_CREATED, sizeof(comp->driver_fd), &comp->driver_fd);
 
@@ -44,11 +46,11 @@ void zvx_omx_common_component_destroy_session(zvx_omx_common_component *comp)
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "zvx_omx_common_component_destroy_session(comp=%p). (%s:%d)",
             static_cast<void *>(comp));
-    if (comp == nullptr || comp->driver_fd == -1 || !comp->session_created)
+    if (comp == nullptr || comp->driver_fd == -1 || !std::atomic_ref(comp->session_created).load())
         return;
     zvx_instr_write_msg(ZVX_INSTR_SESSION_DESTROYED, sizeof(comp->driver_fd), &comp->driver_fd);
     zvx_destroy_session(comp->driver_fd);
-    comp->session_created = false;
+    std::atomic_ref(comp->session_created).store(false);
 }
 
 void zvx_omx_common_component_send_current_settings(zvx_omx_common_component *comp)

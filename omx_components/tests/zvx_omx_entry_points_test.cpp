@@ -86,27 +86,20 @@ TEST_F(EntryPoints, SendCommandRefusesWhatItCannotCarryOut)
     zvxu_atomic_set(&comp_->omx_state, OMX_StateLoaded);
 }
 
-TEST_F(EntryPoints, FlushWhileStoppedGoesStraightToTheSession)
+TEST_F(EntryPoints, FlushWithoutSessionCompletesEachFlushedPortInputFirst)
 {
     ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandFlush, 1, nullptr), OMX_ErrorNone);
-    EXPECT_EQ(comp_->ports[0].pFlag, 0);
-    EXPECT_EQ(comp_->ports[1].pFlag, 1);
     ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandFlush, OMX_ALL, nullptr), OMX_ErrorNone);
-    EXPECT_EQ(comp_->ports[0].pFlag, 1);
-}
-
-TEST_F(EntryPoints, QueuedCommandsWithoutExecutorAreReportedAsNotCarriedOut)
-{
-    zvxu_atomic_set(&comp_->omx_state, OMX_StateIdle);
-    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateLoaded, nullptr), OMX_ErrorNone);
-    std::vector<client_event> seen = wait_for_events(1);
-    ASSERT_EQ(seen.size(), 1u);
-    EXPECT_EQ(seen[0].event, OMX_EventError);
-    EXPECT_EQ(seen[0].data1, static_cast<OMX_U32>(OMX_ErrorNotImplemented));
-    EXPECT_EQ(seen[0].data2, static_cast<OMX_U32>(OMX_StateLoaded));
-    zvx_omx_common_cproc_invoker_exit(comp_);
-    EXPECT_FALSE(comp_->sw_state_trying_to_stop);
-    EXPECT_EQ(zvxu_atomic_get(&comp_->omx_state), static_cast<uint32_t>(OMX_StateIdle));
+    std::vector<client_event> seen = wait_for_events(3);
+    ASSERT_EQ(seen.size(), 3u);
+    for (const client_event &event : seen) {
+        EXPECT_EQ(event.event, OMX_EventCmdComplete);
+        EXPECT_EQ(event.data1, static_cast<OMX_U32>(OMX_CommandFlush));
+    }
+    EXPECT_EQ(seen[0].data2, 1u);
+    EXPECT_EQ(seen[1].data2, 0u);
+    EXPECT_EQ(seen[2].data2, 1u);
+    EXPECT_EQ(comp_->ports[0].pFlag, 0);
 }
 
 TEST_F(EntryPoints, SetCallbacksWithoutTableKeepsTheOldOnesButStoresAppData)

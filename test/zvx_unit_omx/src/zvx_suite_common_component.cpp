@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cstring>
 #include <iterator>
 
@@ -5,10 +6,14 @@
 #include "zvx_component_suite_support.h"
 #include "zvx_component_suites.h"
 #include "zvx_omx_common_component.h"
+#include "zvx_omx_common_component_commands.h"
+#include "zvx_omx_common_component_role.h"
 #include "zvx_omx_common_cproc.h"
 #include "zvx_omx_decoder_component.h"
 #include "zvx_omx_encoder_component.h"
+#include "zvx_omx_event.h"
 #include "zvx_omx_extensions.h"
+#include "zvx_omx_port_commands.h"
 #include "zvx_omx_session.h"
 
 namespace {
@@ -298,6 +303,277 @@ void zvx_test_queue_command_with_null(quro_utf_suite *)
     ZVX_REQUIRE(!zvx_omx_common_component_queue_command(nullptr, bogus_command));
 }
 
+/* A common component whose command thread runs: stopped before the record goes. */
+void zvxp_stop_and_destroy(zvx_omx_common_component *component)
+{
+    zvx_omx_common_cproc_invoker_exit(component);
+    zvx_omx_common_component_destroy(component);
+}
+
+void zvxp_init_running(zvx_omx_common_component *component, zvx_omx_component *handle)
+{
+    zvx_omx_common_component_set_type(component, ZVX_OMX_DECODER);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(handle, component, nullptr, nullptr), OMX_ErrorNone);
+    zvx_omx_common_cproc_invoker_start(component);
+    zvx_component_suite_hold<zvxp_stop_and_destroy>(component);
+}
+
+void zvxp_set_state(zvx_omx_common_component *component, OMX_STATETYPE state)
+{
+    zvxu_atomic_set(&component->omx_state, state);
+}
+
+void zvxp_set_hw_state(zvx_omx_common_component *component, int32_t hw_state)
+{
+    std::atomic_ref(component->hw_state).store(hw_state);
+}
+
+void zvx_test_send_command(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvxp_init_running(&component, &handle);
+    OMX_COMPONENTTYPE &omx = handle.omx;
+
+    zvxp_set_state(&component, OMX_StateInvalid);
+    ZVX_REQUIRE_EQ(omx.SendCommand(&handle, OMX_CommandStateSet, OMX_StateLoaded, nullptr), OMX_ErrorInvalidState);
+    zvxp_set_state(&component, OMX_StateIdle);
+    ZVX_REQUIRE_EQ(omx.SendCommand(&handle, OMX_CommandStateSet, OMX_StateLoaded, nullptr), OMX_ErrorNone);
+    zvxp_set_state(&component, OMX_StateLoaded);
+    ZVX_REQUIRE_EQ(omx.SendCommand(&handle, OMX_CommandStateSet, OMX_StateLoaded, nullptr), OMX_ErrorNone);
+    zvxp_set_state(&component, OMX_StateIdle);
+    ZVX_REQUIRE_EQ(omx.SendCommand(&handle, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
+
+    ZVX_REQUIRE_EQ(omx.SendCommand(&handle, OMX_CommandPortDisable, 0, nullptr), OMX_ErrorUnsupportedIndex);
+    ZVX_REQUIRE_EQ(omx.SendCommand(&handle, OMX_CommandPortEnable, 0, nullptr), OMX_ErrorUnsupportedIndex);
+
+    const struct {
+        OMX_U32 port;
+        OMX_ERRORTYPE result;
+    } flushes[] = {{0, OMX_ErrorNone}, {1, OMX_ErrorNone}, {OMX_ALL, OMX_ErrorNone}, {0x1234, OMX_ErrorBadParameter}};
+    for (const auto &flush : flushes) {
+        ZVX_REQUIRE_EQ(omx.SendCommand(&handle, OMX_CommandFlush, flush.port, nullptr), flush.result);
+    }
+    for (const auto &flush : flushes) {
+        zvxp_set_hw_state(&component, ZVX_BASE_HW_STATE_RUNNING);
+        ZVX_REQUIRE_EQ(omx.SendCommand(&handle, OMX_CommandFlush, flush.port, nullptr), flush.result);
+    }
+
+    ZVX_REQUIRE_EQ(omx.SendCommand(&handle, static_cast<OMX_COMMANDTYPE>(214645), 0, nullptr), OMX_ErrorNotImplemented);
+    ZVX_REQUIRE_EQ(omx.SendCommand(&handle, OMX_CommandMarkBuffer, 0, nullptr), OMX_ErrorNotImplemented);
+    zvx_component_suite_release();
+}
+
+void zvx_test_port_enable_disable(quro_utf_suite *)
+{
+    ZVX_REQUIRE_EQ(common_component_cmd_port_enable_disable(nullptr, static_cast<OMX_U32>(-1), true),
+                   OMX_ErrorBadParameter);
+    zvx_omx_decoder_component decoder;
+    zvx_omx_component handle;
+    ZVX_REQUIRE_EQ(zvx_omx_decoder_component_init(&handle, &decoder, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_decoder_component_destroy>(&decoder);
+    ZVX_REQUIRE_EQ(common_component_cmd_port_enable_disable(&decoder.common, static_cast<OMX_U32>(-1), true),
+                   OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(common_component_cmd_port_enable_disable(&decoder.common, 0, true), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(common_component_cmd_port_enable_disable(&decoder.common, 3, true), OMX_ErrorBadParameter);
+    zvx_component_suite_release();
+}
+
+/* The last nData1 that StateTransitionTest_EventHandler received; written on whichever thread calls back. */
+std::atomic<OMX_U32> cbError;
+
+OMX_ERRORTYPE StateTransitionTest_EventHandler(OMX_HANDLETYPE, OMX_PTR, OMX_EVENTTYPE, OMX_U32 nData1, OMX_U32, OMX_PTR)
+{
+    cbError = nData1;
+    return OMX_ErrorNone;
+}
+
+void zvx_test_state_change(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvxp_init_running(&component, &handle);
+    OMX_CALLBACKTYPE callbacks = {StateTransitionTest_EventHandler, nullptr, nullptr};
+    ZVX_REQUIRE_EQ(handle.omx.SetCallbacks(&handle, &callbacks, nullptr), OMX_ErrorNone);
+    std::atomic_ref trying_to_stop(component.sw_state_trying_to_stop);
+
+    trying_to_stop.store(true);
+    ZVX_REQUIRE(common_component_cmd_state_change(&component, nullptr));
+    ZVX_REQUIRE(!trying_to_stop.load());
+    trying_to_stop.store(true);
+    ZVX_REQUIRE(common_component_cmd_state_change(nullptr, nullptr));
+    ZVX_REQUIRE(trying_to_stop.load());
+
+    struct command_state_change_data command = {{common_component_cmd_state_change}, OMX_StateIdle, 5000};
+    const struct {
+        OMX_STATETYPE from;
+        OMX_STATETYPE to;
+        OMX_ERRORTYPE error;
+    } refused[] = {
+        {OMX_StateInvalid, OMX_StateIdle, OMX_ErrorInvalidState},
+        {OMX_StateIdle, OMX_StateIdle, OMX_ErrorSameState},
+        {OMX_StateIdle, OMX_StateWaitForResources, OMX_ErrorIncorrectStateTransition},
+        {OMX_StateIdle, OMX_StateInvalid, OMX_ErrorInvalidState},
+    };
+    for (const auto &refusal : refused) {
+        cbError = 0;
+        zvxp_set_state(&component, refusal.from);
+        command.state = refusal.to;
+        common_component_cmd_state_change(&component, &command.command_data);
+        ZVX_REQUIRE_EQ(cbError.load(), static_cast<OMX_U32>(refusal.error));
+    }
+    cbError = 0;
+    zvxp_set_state(&component, OMX_StateIdle);
+    command.state = OMX_StateLoaded;
+    ZVX_REQUIRE(common_component_cmd_state_change(&component, &command.command_data));
+
+    const struct {
+        OMX_STATETYPE from;
+        OMX_STATETYPE to;
+    } stopping[] = {
+        {OMX_StateLoaded, OMX_StateIdle}, {OMX_StateExecuting, OMX_StateIdle}, {OMX_StateExecuting, OMX_StatePause}};
+    for (const auto &change : stopping) {
+        trying_to_stop.store(true);
+        zvxp_set_state(&component, change.from);
+        command.state = change.to;
+        common_component_cmd_state_change(&component, &command.command_data);
+        ZVX_REQUIRE(!trying_to_stop.load());
+    }
+    zvx_component_suite_release();
+}
+
+void zvx_test_cproc(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_common_component_destroy>(&component);
+    zvx_omx_common_cproc_command_queue_lockfree_ts &queue = component.cproc_queue;
+    zvx_omx_common_cproc_command_queue_destroy(&queue);
+
+    struct zvx_omx_common_cproc_invoker invoker;
+    invoker.exit = 1;
+    zvx_omx_common_cproc_invoker_init(nullptr);
+    ZVX_REQUIRE_EQ(invoker.exit, 1);
+    zvx_omx_common_cproc_invoker_init(&invoker);
+    ZVX_REQUIRE_EQ(invoker.exit, 0);
+
+    ZVX_REQUIRE(queue.head == nullptr);
+    zvx_omx_common_cproc_command_queue_init(nullptr);
+    ZVX_REQUIRE(queue.head == nullptr);
+    zvx_omx_common_cproc_command_queue_init(&queue);
+    ZVX_REQUIRE(queue.head != nullptr);
+    zvx_omx_common_cproc_command_queue_destroy(nullptr);
+    ZVX_REQUIRE(queue.head != nullptr);
+    zvxu_slist_data *const saved_head = queue.head;
+    queue.head = nullptr;
+    zvx_omx_common_cproc_command_queue_destroy(&queue);
+    ZVX_REQUIRE(queue.head == nullptr);
+    ZVX_REQUIRE(!zvx_omx_common_cproc_command_queue_enqueue(&queue, nullptr));
+    ZVX_REQUIRE(zvx_omx_common_cproc_command_queue_dequeue(&queue) == nullptr);
+    queue.head = saved_head;
+    zvx_component_suite_release();
+}
+
+/* One event record, large enough for every payload the test sends. */
+struct zvxp_event_record {
+    alignas(struct zvx_base_event_header) unsigned char bytes[sizeof(struct zvx_base_event_header) +
+                                                              sizeof(struct zvx_base_buffer_userspace)];
+
+    struct zvx_base_event_header *header() { return reinterpret_cast<struct zvx_base_event_header *>(bytes); }
+    unsigned char *payload() { return bytes + sizeof(struct zvx_base_event_header); }
+};
+
+void zvxp_dispatch(zvx_omx_common_component *component, zvxp_event_record &record, uint16_t code, uint16_t size)
+{
+    record.header()->code = code;
+    record.header()->size = size;
+    zvxp_omx_handle_event(component, record.header());
+}
+
+void zvx_test_handle_event(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_common_component_destroy>(&component);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_set_role(&component, "video_decoder.hevc"), OMX_ErrorNone);
+
+    zvxp_event_record record = {};
+    for (uint32_t kind : {1u, 4u}) {
+        std::memcpy(record.payload(), &kind, sizeof(kind));
+        zvxp_dispatch(&component, record, ZVX_BASE_EVENT_GENERIC, 2 * sizeof(uint32_t));
+    }
+    std::memset(record.payload(), 0, sizeof(struct zvx_base_buffer_userspace));
+    for (uint16_t code : {14, 10, 11, 3}) {
+        zvxp_dispatch(&component, record, code, 0);
+    }
+    zvxp_dispatch(&component, record, ZVX_BASE_EVENT_PROCESSED, 60);
+    zvxp_dispatch(&component, record, ZVX_BASE_EVENT_SESSION_HUNG, 0);
+    zvxp_dispatch(&component, record, 4660, 0);
+    zvxp_dispatch(&component, record, ZVX_BASE_EVENT_PROCESSED, 60);
+    zvxp_dispatch(&component, record, ZVX_BASE_EVENT_ERROR, sizeof(uint32_t) + 1);
+    zvxp_dispatch(&component, record, ZVX_BASE_EVENT_OUTPUT, sizeof(struct zvx_base_buffer_userspace));
+
+    OMX_BUFFERHEADERTYPE *header = nullptr;
+    ZVX_REQUIRE_EQ(handle.omx.UseBuffer(&handle, &header, 0, nullptr, 100, zvx_marker<OMX_U8 *>(1)), OMX_ErrorNone);
+    if (header != nullptr) {
+        struct zvx_base_buffer_userspace desc = zvx_omx_common_bufferheader_from_pub(header)->priv.desc;
+        desc.format = ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_PLANAR;
+        desc.flags |= 1u << 4;
+        std::memcpy(record.payload(), &desc, sizeof(desc));
+        zvxp_dispatch(&component, record, ZVX_BASE_EVENT_OUTPUT, sizeof(desc));
+        handle.omx.FreeBuffer(&handle, 0, header);
+    }
+    zvx_component_suite_release();
+}
+
+void zvx_test_flush_buffers_in_executing_state(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_common_component_destroy>(&component);
+
+    struct command_flush_buffers_in_executing_state flush = {};
+    flush.command_data.function = common_component_cmd_flush_buffers_in_executing_state;
+    ZVX_REQUIRE(!common_component_cmd_flush_buffers_in_executing_state(nullptr, &flush.command_data));
+    ZVX_REQUIRE(!common_component_cmd_flush_buffers_in_executing_state(&component, nullptr));
+
+    flush.state = CHANGING_STATE_TO_STOPPED;
+    flush.hw_state = ZVX_BASE_HW_STATE_STOPPED;
+    component.hw_state = ZVX_BASE_HW_STATE_RUNNING;
+    ZVX_REQUIRE(!common_component_cmd_flush_buffers_in_executing_state(&component, &flush.command_data));
+    component.hw_state = ZVX_BASE_HW_STATE_STOPPED;
+    for (OMX_U32 port : {0u, 1u, static_cast<OMX_U32>(OMX_ALL)}) {
+        flush.state = CHANGING_STATE_TO_STOPPED;
+        flush.nParam = port;
+        ZVX_REQUIRE(!common_component_cmd_flush_buffers_in_executing_state(&component, &flush.command_data));
+    }
+
+    const struct {
+        int32_t input;
+        int32_t output;
+    } pending[] = {{1, 0}, {0, 1}, {0, 0}};
+    for (const auto &flushes : pending) {
+        flush.state = FLUSHING;
+        component.ports[0].nr_pending_flushes = flushes.input;
+        component.ports[1].nr_pending_flushes = flushes.output;
+        ZVX_REQUIRE(!common_component_cmd_flush_buffers_in_executing_state(&component, &flush.command_data));
+    }
+
+    flush.state = CHANGING_STATE_TO_RUNNING;
+    flush.hw_state = ZVX_BASE_HW_STATE_RUNNING;
+    component.hw_state = ZVX_BASE_HW_STATE_STOPPED;
+    ZVX_REQUIRE(!common_component_cmd_flush_buffers_in_executing_state(&component, &flush.command_data));
+    component.hw_state = ZVX_BASE_HW_STATE_RUNNING;
+    ZVX_REQUIRE(common_component_cmd_flush_buffers_in_executing_state(&component, &flush.command_data));
+    zvx_component_suite_release();
+}
+
 /* Numbers missing here belong to tests that arrive with the features they exercise. */
 const zvx_component_suite_test ZVXP_TESTS[] = {
     {1, "Get type - null component", zvx_test_get_type_null_component},
@@ -320,6 +596,12 @@ const zvx_component_suite_test ZVXP_TESTS[] = {
     {18, "Get extension index", zvx_test_get_extension_index},
     {19, "Set callbacks", zvx_test_set_callbacks},
     {22, "Queue command - null params", zvx_test_queue_command_with_null},
+    {33, "Send command", zvx_test_send_command},
+    {34, "Port enable disable", zvx_test_port_enable_disable},
+    {35, "State change", zvx_test_state_change},
+    {36, "Cproc", zvx_test_cproc},
+    {37, "Handle event", zvx_test_handle_event},
+    {44, "Flush buffers in executing state", zvx_test_flush_buffers_in_executing_state},
 };
 
 } // namespace

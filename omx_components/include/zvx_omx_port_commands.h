@@ -1,0 +1,59 @@
+#ifndef ZVX_OMX_PORT_COMMANDS_H
+#define ZVX_OMX_PORT_COMMANDS_H
+
+/*
+ * Port flushes asked of the session, and the client's OMX_CommandPortEnable and
+ * OMX_CommandPortDisable: delayed commands that complete with OMX_EventCmdComplete once the port is
+ * populated, or flushed and emptied.
+ */
+
+#include <OMX_Core.h>
+#include <stdint.h>
+
+#include "zvx_omx_common_cproc.h"
+#include "zvx_omx_port.h"
+
+struct command_delayed_port_enable_disable_data {
+    struct zvx_omx_common_cproc_command_data command_data;
+    int32_t port;
+};
+static_assert(sizeof(struct command_delayed_port_enable_disable_data) == 16);
+
+enum command_delayed_port_disable_state_t {
+    STATE_INIT = 0,
+    STATE_STOPPING = 1,
+    STATE_FLUSHING = 2,
+    STATE_RESTORE_HW_STATE = 3,
+    STATE_DONE = 4,
+};
+/* state after the completion event has been sent */
+#define ZVX_OMX_PORT_DISABLE_COMPLETED 0xFFFFFFFFu
+
+struct command_delayed_port_disable_data {
+    struct zvx_omx_common_cproc_command_data command_data;
+    uint32_t state;             /* enum command_delayed_port_disable_state_t */
+    bool restore_running_state; /* this command stopped the hardware and restarts it */
+    uint32_t port;
+};
+static_assert(sizeof(struct command_delayed_port_disable_data) == 24);
+
+/* Asks the session to flush the ports in mask (ZVX_BASE_FLUSH_INPUT_PORT, _OUTPUT_PORT or both) with one
+ * request, counting one outstanding flush on each. Command thread only, as the two below. */
+void zvx_omx_port_flush_session(struct zvx_omx_common_component *comp, OMX_U32 mask);
+/* port: 0, 1 or OMX_ALL, each port with a request of its own. */
+void zvxp_omx_port_flush(struct zvx_omx_common_component *comp, OMX_U32 port);
+/* True once the port (or both, for OMX_ALL) has no flush outstanding and no registered buffer. */
+unsigned zvxp_omx_port_flush_complete(struct zvx_omx_common_component *comp, OMX_U32 port);
+/* Caller holds the component's lock. */
+bool zvxp_omx_port_has_buffers(zvx_omx_port *port);
+
+/* port: 0, 1 or OMX_ALL (one command and one completion per port). bEnabled changes at once. */
+OMX_ERRORTYPE common_component_cmd_port_enable_disable(struct zvx_omx_common_component *comp, OMX_U32 port,
+                                                       bool enable);
+OMX_ERRORTYPE queue_delayed_port_enable(struct zvx_omx_common_component *comp, OMX_U32 port);
+/* Completes at once, inside the call, while the component has no session. */
+OMX_ERRORTYPE queue_delayed_port_disable(struct zvx_omx_common_component *comp, OMX_U32 port);
+bool delayed_portenable(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *command);
+bool delayed_portdisable(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *command);
+
+#endif

@@ -1,0 +1,87 @@
+// The session's flush-complete events: what the component still holds of the port goes back to the
+// client, a client flush waiting for the session completes, and the port's flush bookkeeping restarts.
+#include <atomic>
+
+#include "zvx_omx_client.h"
+#include "zvx_omx_common_component.h"
+#include "zvx_omx_event.h"
+#include "zvx_omx_log.h"
+#include "zvx_omx_state.h"
+
+namespace {
+
+/* The port's flush cycle is over. */
+void zvxp_end_flush_cycle(struct zvx_omx_common_component *comp, OMX_U32 port_index)
+{
+    zvx_omx_port &port = comp->ports[port_index];
+    zvx_omx_state_complete_client_flush(comp, port_index);
+    --port.nr_pending_flushes;
+    port.flush_without_stop = false;
+    std::atomic_ref(port.nr_dequeue).store(0);
+    std::atomic_ref(port.nr_enqueue).store(0);
+}
+
+/* The first header of the list that the session has given back, unlinked and handed to the client;
+ * null when there is none. Caller holds the port's buffer_sem. */
+struct zvx_omx_common_bufferheadertype *zvxp_take_returned(zvx_omx_port &port)
+{
+    for (auto *it = port.buffer_list.node.next; it != &port.buffer_list.node; it = it->next) {
+        struct zvx_omx_common_bufferheadertype *header = it->data;
+        if (header->priv.owner == ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT) {
+            zvx_list_erase_port_buffers(&port.buffer_list, it);
+            header->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
+            return header;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+void zvxp_omx_handle_event_input_flushed(struct zvx_omx_common_component *comp)
+{
+    const OMX_U32 port_index = zvx_omx_common_component_get_input_port_index(comp);
+    zvx_omx_port &port = comp->ports[port_index];
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_DEBUG, "zvxp_omx_handle_event_input_flushed, port=%d). (%s:%d)",
+            static_cast<int>(port_index));
+    zvx_instr_write_msg(ZVX_INSTR_FLUSHED_INPUT_RECV, 0, nullptr);
+    // The semaphore is released around each callback, in which the client may queue the buffer
+    // again; every search starts over from the head of the list.
+    zvxu_semaphore_wait(&port.buffer_sem, 0);
+    while (struct zvx_omx_common_bufferheadertype *header = zvxp_take_returned(port)) {
+        zvxu_semaphore_post(&port.buffer_sem);
+        const zvx_omx_client client = zvx_omx_client_get(comp);
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "EmptyBufferDone(handle=%p, hdr=%p, timestamp=%ld). (%s:%d)",
+                client.handle, static_cast<void *>(&header->pub), static_cast<long>(header->pub.nTimeStamp));
+        if (client.callbacks.EmptyBufferDone != nullptr) {
+            client.callbacks.EmptyBufferDone(client.handle, client.app_data, &header->pub);
+        }
+        zvxu_semaphore_wait(&port.buffer_sem, 0);
+        std::atomic_ref(port.nr_dequeue).fetch_add(1);
+    }
+    zvxu_semaphore_post(&port.buffer_sem);
+    zvxp_end_flush_cycle(comp, port_index);
+}
+
+void zvxp_omx_handle_event_output_flushed(struct zvx_omx_common_component *comp)
+{
+    const OMX_U32 port_index = zvx_omx_common_component_get_output_port_index(comp);
+    zvx_omx_port &port = comp->ports[port_index];
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_DEBUG, "zvxp_omx_handle_event_output_flushed, port=%d). (%s:%d)",
+            static_cast<int>(port_index));
+    zvx_instr_write_msg(ZVX_INSTR_FLUSHED_OUTPUT_RECV, 0, nullptr);
+    port.buffer_produced = false;
+    // A held-back buffer goes back empty, so that the client has every output buffer after a flush.
+    if (OMX_BUFFERHEADERTYPE *held = port.hdr; held != nullptr) {
+        port.hdr = nullptr;
+        held->nFilledLen = 0;
+        held->nFlags = 0;
+        const zvx_omx_client client = zvx_omx_client_get(comp);
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "FillBufferDone(handle=%p, hdr=%p). (%s:%d)", client.handle,
+                static_cast<void *>(held));
+        if (client.callbacks.FillBufferDone != nullptr) {
+            client.callbacks.FillBufferDone(client.handle, client.app_data, held);
+        }
+    }
+    zvxp_end_flush_cycle(comp, port_index);
+}

@@ -1,0 +1,289 @@
+// Port flushes asked of the session, and the client's port enable and disable commands.
+#include "zvx_omx_port_commands.h"
+
+#include <atomic>
+
+#include "zvx_mem.h"
+#include "zvx_omx_client.h"
+#include "zvx_omx_common_component.h"
+#include "zvx_omx_common_component_commands.h"
+#include "zvx_omx_log.h"
+#include "zvx_omx_state.h"
+#include "zvx_session_interface.h"
+
+namespace {
+
+struct zvxp_port_flush_entry {
+    OMX_U32 session_flag;
+    uint32_t instrumentation_code;
+};
+
+constexpr zvxp_port_flush_entry ZVXP_PORT_FLUSH[ZVX_OMX_PORT_COUNT] = {
+    {ZVX_BASE_FLUSH_INPUT_PORT, ZVX_INSTR_FLUSHED_INPUT_SEND},
+    {ZVX_BASE_FLUSH_OUTPUT_PORT, ZVX_INSTR_FLUSHED_OUTPUT_SEND},
+};
+
+bool zvxp_port_selected(OMX_U32 selection, OMX_U32 port)
+{
+    return selection == port || selection == OMX_ALL;
+}
+
+template <typename Record> Record *zvxp_allocate_port_command(command_function_t function, OMX_U32 port)
+{
+    auto *command = static_cast<Record *>(zvx_mem_malloc(sizeof(Record)));
+    if (command == nullptr) {
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Memory allocation failed. (%s:%d)");
+        return nullptr;
+    }
+    command->command_data.function = function;
+    command->port = port;
+    return command;
+}
+
+OMX_ERRORTYPE zvxp_queue_port_command(struct zvx_omx_common_component *comp,
+                                      struct zvx_omx_common_cproc_command_data *command)
+{
+    if (!zvx_omx_common_component_queue_command(comp, command)) {
+        zvx_mem_free(command);
+        return OMX_ErrorUndefined;
+    }
+    return OMX_ErrorNone;
+}
+
+bool zvxp_port_holds_buffers(struct zvx_omx_common_component *comp, OMX_U32 port)
+{
+    zvx_omx_mutex_guard guard(&comp->lock);
+    return zvxp_omx_port_has_buffers(&comp->ports[port]);
+}
+
+bool zvxp_hw_is(struct zvx_omx_common_component *comp, enum zvx_base_hw_state state)
+{
+    return zvx_omx_state_hw(comp) == state;
+}
+
+/* One step of the disable; the state stays where it is while the step waits. */
+void zvxp_disable_step(struct zvx_omx_common_component *comp, struct command_delayed_port_disable_data &disable)
+{
+    const OMX_U32 port = disable.port;
+    switch (disable.state) {
+    case STATE_INIT:
+        zvx_omx_state_port_begin(comp, port, ZVX_OMX_PORT_DISABLING);
+        if (!comp->ports[port].flush_without_stop && !zvxp_hw_is(comp, ZVX_BASE_HW_STATE_STOPPED)) {
+            zvx_enqueue_state_change_helper(comp, ZVX_BASE_HW_STATE_STOPPED);
+            disable.restore_running_state = true;
+        }
+        disable.state = STATE_STOPPING;
+        break;
+    case STATE_STOPPING:
+        if (disable.restore_running_state && !zvxp_hw_is(comp, ZVX_BASE_HW_STATE_STOPPED)) {
+            break;
+        }
+        zvxp_omx_port_flush(comp, port);
+        disable.state = STATE_FLUSHING;
+        break;
+    case STATE_FLUSHING:
+        if (!zvxp_omx_port_flush_complete(comp, port)) {
+            break;
+        }
+        if (disable.restore_running_state) {
+            zvx_enqueue_state_change_helper(comp, ZVX_BASE_HW_STATE_RUNNING);
+        }
+        disable.state = STATE_RESTORE_HW_STATE;
+        break;
+    case STATE_RESTORE_HW_STATE:
+        if (!disable.restore_running_state || zvxp_hw_is(comp, ZVX_BASE_HW_STATE_RUNNING)) {
+            disable.state = STATE_DONE;
+        }
+        break;
+    default:
+        break;
+    }
+}
+
+void zvxp_complete_disable(struct zvx_omx_common_component *comp, struct command_delayed_port_disable_data &disable)
+{
+    if (disable.port == zvx_omx_common_component_get_output_port_index(comp)) {
+        zvx_omx_mutex_guard guard(&comp->lock);
+        zvx_omx_common_component_update_portdef_from_alloc_params(comp);
+    }
+    zvx_omx_state_port_end(comp, disable.port, ZVX_OMX_PORT_DISABLING);
+    const zvx_omx_client client = zvx_omx_client_get(comp);
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
+            "EventHandler(handle=%p, event=OMX_EventCmdComplete, cmd=OMX_CommandPortDisable, port=%u). (%s:%d)",
+            client.handle, disable.port);
+    zvx_omx_client_event(client, OMX_EventCmdComplete, OMX_CommandPortDisable, disable.port);
+    disable.state = ZVX_OMX_PORT_DISABLE_COMPLETED;
+}
+
+} // namespace
+
+void zvx_omx_port_flush_session(struct zvx_omx_common_component *comp, OMX_U32 mask)
+{
+    for (OMX_U32 port = 0; port < ZVX_OMX_PORT_COUNT; ++port) {
+        if ((mask & ZVXP_PORT_FLUSH[port].session_flag) != 0) {
+            ++comp->ports[port].nr_pending_flushes;
+            zvx_instr_write_msg(ZVXP_PORT_FLUSH[port].instrumentation_code, 0, nullptr);
+        }
+    }
+    zvx_enqueue_flush_buffers(comp->driver_fd, mask);
+}
+
+void zvxp_omx_port_flush(struct zvx_omx_common_component *comp, OMX_U32 port)
+{
+    for (OMX_U32 each = 0; each < ZVX_OMX_PORT_COUNT; ++each) {
+        if (zvxp_port_selected(port, each)) {
+            zvx_omx_port_flush_session(comp, ZVXP_PORT_FLUSH[each].session_flag);
+        }
+    }
+}
+
+unsigned zvxp_omx_port_flush_complete(struct zvx_omx_common_component *comp, OMX_U32 port)
+{
+    for (OMX_U32 each = 0; each < ZVX_OMX_PORT_COUNT; ++each) {
+        if (zvxp_port_selected(port, each) &&
+            (comp->ports[each].nr_pending_flushes > 0 || zvxp_port_holds_buffers(comp, each))) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+bool zvxp_omx_port_has_buffers(zvx_omx_port *port)
+{
+    return zvx_map_size(&port->registered_buffers) != 0;
+}
+
+OMX_ERRORTYPE common_component_cmd_port_enable_disable(struct zvx_omx_common_component *comp, OMX_U32 port, bool enable)
+{
+    if (comp == nullptr || (port >= ZVX_OMX_PORT_COUNT && port != OMX_ALL)) {
+        return OMX_ErrorBadParameter;
+    }
+    for (OMX_U32 each = 0; each < ZVX_OMX_PORT_COUNT; ++each) {
+        if (!zvxp_port_selected(port, each)) {
+            continue;
+        }
+        {
+            zvx_omx_mutex_guard guard(&comp->lock);
+            OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&comp->ports[each]);
+            if (definition == nullptr) {
+                return OMX_ErrorUnsupportedIndex;
+            }
+            definition->bEnabled = enable ? OMX_TRUE : OMX_FALSE;
+        }
+        const OMX_ERRORTYPE error =
+            enable ? queue_delayed_port_enable(comp, each) : queue_delayed_port_disable(comp, each);
+        if (error != OMX_ErrorNone) {
+            return error;
+        }
+    }
+    return OMX_ErrorNone;
+}
+
+OMX_ERRORTYPE queue_delayed_port_enable(struct zvx_omx_common_component *comp, OMX_U32 port)
+{
+    auto *command =
+        zvxp_allocate_port_command<struct command_delayed_port_enable_disable_data>(delayed_portenable, port);
+    if (command == nullptr) {
+        return OMX_ErrorInsufficientResources;
+    }
+    return zvxp_queue_port_command(comp, &command->command_data);
+}
+
+OMX_ERRORTYPE queue_delayed_port_disable(struct zvx_omx_common_component *comp, OMX_U32 port)
+{
+    auto *command = zvxp_allocate_port_command<struct command_delayed_port_disable_data>(delayed_portdisable, port);
+    if (command == nullptr) {
+        return OMX_ErrorInsufficientResources;
+    }
+    command->state = STATE_INIT;
+    command->restore_running_state = false;
+    // The first step runs at once. Off the command thread that is safe only while no session exists:
+    // the disable then completes without touching what the command thread owns.
+    if ((zvx_omx_common_cproc_on_command_thread(comp) || !zvx_omx_state_has_session(comp)) &&
+        delayed_portdisable(comp, &command->command_data)) {
+        zvx_mem_free(command);
+        return OMX_ErrorNone;
+    }
+    return zvxp_queue_port_command(comp, &command->command_data);
+}
+
+bool delayed_portenable(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *command)
+{
+    if (comp == nullptr || command == nullptr) {
+        return true;
+    }
+    const auto port =
+        static_cast<OMX_U32>(reinterpret_cast<const struct command_delayed_port_enable_disable_data *>(command)->port);
+    if (port >= ZVX_OMX_PORT_COUNT) {
+        return true;
+    }
+    if (zvx_omx_state_abandon_if_invalid(comp, port)) {
+        zvx_omx_state_port_end(comp, port, ZVX_OMX_PORT_ENABLING);
+        return true;
+    }
+    zvx_omx_state_port_begin(comp, port, ZVX_OMX_PORT_ENABLING);
+    {
+        zvx_omx_mutex_guard guard(&comp->lock);
+        const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&comp->ports[port]);
+        if (definition == nullptr) {
+            return false;
+        }
+        const OMX_STATETYPE state = zvx_omx_state_get(comp);
+        if (definition->bPopulated != OMX_TRUE && state != OMX_StateLoaded && state != OMX_StateWaitForResources) {
+            return false;
+        }
+    }
+    zvx_omx_state_port_end(comp, port, ZVX_OMX_PORT_ENABLING);
+    const zvx_omx_client client = zvx_omx_client_get(comp);
+    if (client.callbacks.EventHandler == nullptr) {
+        return true;
+    }
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
+            "EventHandler(handle=%p, event=OMX_EventCmdComplete, cmd=OMX_CommandPortEnable, port=%u). (%s:%d)",
+            client.handle, port);
+    zvx_omx_client_event(client, OMX_EventCmdComplete, OMX_CommandPortEnable, port);
+    return true;
+}
+
+bool delayed_portdisable(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *command)
+{
+    if (comp == nullptr || command == nullptr) {
+        return true;
+    }
+    auto &disable = *reinterpret_cast<struct command_delayed_port_disable_data *>(command);
+    if (disable.port >= ZVX_OMX_PORT_COUNT) {
+        return true;
+    }
+    if (!zvx_omx_state_has_session(comp)) {
+        disable.state = STATE_DONE;
+    }
+    const OMX_U32 output = zvx_omx_common_component_get_output_port_index(comp);
+    std::atomic_ref vp9_reallocation(comp->vp9_alloc_params_changed);
+    if (vp9_reallocation.load() && disable.port == output) {
+        // A reallocation for the session neither stops nor flushes: it waits until the session
+        // returned every output buffer and the client freed them, and completes on the next run.
+        zvx_omx_port &port = comp->ports[output];
+        if (std::atomic_ref(port.nr_enqueue).load() != std::atomic_ref(port.nr_dequeue).load() ||
+            zvxp_port_holds_buffers(comp, output)) {
+            return false;
+        }
+        disable.state = STATE_DONE;
+        vp9_reallocation.store(false);
+        return false;
+    }
+    for (;;) {
+        if (disable.state == STATE_DONE) {
+            zvxp_complete_disable(comp, disable);
+            return true;
+        }
+        if (disable.state > STATE_DONE) {
+            ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Illegal state for port disable. state=%u. (%s:%d)", disable.state);
+            return true;
+        }
+        const uint32_t before = disable.state;
+        zvxp_disable_step(comp, disable);
+        if (disable.state == before) {
+            return false;
+        }
+    }
+}

@@ -1,0 +1,116 @@
+// The state machine's record keeping: the OpenMAX and hardware states, the ports' transitions, and
+// the step that settles what is pending after every command and event.
+#include "zvx_omx_state.h"
+
+#include <atomic>
+#include <iterator>
+
+#include "zvx_omx_client.h"
+#include "zvx_omx_common_component.h"
+#include "zvx_omx_log.h"
+
+namespace {
+
+constexpr const char *ZVXP_STATE_NAMES[] = {
+    "OMX_StateInvalid",   "OMX_StateLoaded", "OMX_StateIdle",
+    "OMX_StateExecuting", "OMX_StatePause",  "OMX_StateWaitForResources",
+};
+
+std::atomic_ref<int32_t> zvxp_transition(struct zvx_omx_common_component *comp, OMX_U32 port)
+{
+    return std::atomic_ref<int32_t>(comp->ports[port].transition);
+}
+
+} // namespace
+
+OMX_STATETYPE zvx_omx_state_get(struct zvx_omx_common_component *comp)
+{
+    return static_cast<OMX_STATETYPE>(zvxu_atomic_get(&comp->omx_state));
+}
+
+void zvx_omx_state_set(struct zvx_omx_common_component *comp, OMX_STATETYPE state)
+{
+    zvxu_atomic_set(&comp->omx_state, static_cast<uint32_t>(state));
+}
+
+const char *zvx_omx_state_name(OMX_STATETYPE state)
+{
+    const auto index = static_cast<uint32_t>(state);
+    return index < std::size(ZVXP_STATE_NAMES) ? ZVXP_STATE_NAMES[index] : "Unknown";
+}
+
+int32_t zvx_omx_state_hw(struct zvx_omx_common_component *comp)
+{
+    return std::atomic_ref(comp->hw_state).load();
+}
+
+void zvx_omx_state_set_hw(struct zvx_omx_common_component *comp, int32_t hw_state)
+{
+    std::atomic_ref(comp->hw_state).store(hw_state);
+}
+
+bool zvx_omx_state_has_session(struct zvx_omx_common_component *comp)
+{
+    return std::atomic_ref(comp->session_created).load();
+}
+
+zvx_omx_port_transition zvx_omx_state_port_transition(struct zvx_omx_common_component *comp, OMX_U32 port)
+{
+    return static_cast<zvx_omx_port_transition>(zvxp_transition(comp, port).load());
+}
+
+void zvx_omx_state_port_begin(struct zvx_omx_common_component *comp, OMX_U32 port, zvx_omx_port_transition transition)
+{
+    int32_t expected = ZVX_OMX_PORT_STABLE;
+    zvxp_transition(comp, port).compare_exchange_strong(expected, transition);
+}
+
+void zvx_omx_state_port_end(struct zvx_omx_common_component *comp, OMX_U32 port, zvx_omx_port_transition transition)
+{
+    int32_t expected = transition;
+    zvxp_transition(comp, port).compare_exchange_strong(expected, ZVX_OMX_PORT_STABLE);
+}
+
+bool zvx_omx_state_complete_client_flush(struct zvx_omx_common_component *comp, OMX_U32 port)
+{
+    std::atomic_ref flags(comp->ports[port].pFlag);
+    if ((flags.load() & ZVX_OMX_PORT_FLAG_CLIENT_FLUSH) == 0 ||
+        (flags.fetch_and(~ZVX_OMX_PORT_FLAG_CLIENT_FLUSH) & ZVX_OMX_PORT_FLAG_CLIENT_FLUSH) == 0) {
+        return false;
+    }
+    zvx_omx_state_port_end(comp, port, ZVX_OMX_PORT_FLUSHING);
+    const zvx_omx_client client = zvx_omx_client_get(comp);
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
+            "EventHandler(handle=%p, event=OMX_EventCmdComplete, cmd=OMX_CommandFlush, port=%u). (%s:%d)",
+            client.handle, port);
+    zvx_omx_client_event(client, OMX_EventCmdComplete, OMX_CommandFlush, port);
+    return true;
+}
+
+bool zvx_omx_state_abandon_if_invalid(struct zvx_omx_common_component *comp, OMX_U32 data2)
+{
+    if (zvx_omx_state_get(comp) != OMX_StateInvalid) {
+        return false;
+    }
+    const zvx_omx_client client = zvx_omx_client_get(comp);
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
+            "EventHandler(handle=%p, event=OMX_EventError, error=OMX_ErrorInvalidState, data=0x%x). (%s:%d)",
+            client.handle, data2);
+    zvx_omx_client_event(client, OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), data2);
+    return true;
+}
+
+void zvx_omx_state_check_transitions(struct zvx_omx_common_component *comp)
+{
+    if (zvx_omx_state_has_session(comp)) {
+        return;
+    }
+    // Without a session no flush event will come: what was asked of the session is over, and the
+    // client's flushes that waited for it are complete.
+    for (OMX_U32 port = 0; port < ZVX_OMX_PORT_COUNT; ++port) {
+        if (comp->ports[port].nr_pending_flushes != 0) {
+            comp->ports[port].nr_pending_flushes = 0;
+        }
+        zvx_omx_state_complete_client_flush(comp, port);
+    }
+}

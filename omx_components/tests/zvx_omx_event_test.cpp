@@ -1,0 +1,148 @@
+// Session events handed to the dispatcher directly, on a component whose command thread is not running.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "zvx_omx_common_component_commands.h"
+#include "zvx_omx_config.h"
+#include "zvx_omx_state.h"
+#include "zvx_omx_test_client.h"
+
+namespace {
+
+/* An event allocated to its exact size, so that a read past its end is caught by the sanitizers. */
+std::unique_ptr<zvx_base_event_header, void (*)(void *)> zvxp_event(uint16_t code, const void *payload, uint16_t size)
+{
+    auto *event = static_cast<zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + size));
+    event->code = code;
+    event->size = size;
+    if (size != 0) {
+        std::memcpy(event->data, payload, size);
+    }
+    return {event, [](void *memory) { zvx_mem_free(memory); }};
+}
+
+class Events : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        bb_reset_cb();
+        zvx_omx_common_component_set_type(&comp_, ZVX_OMX_DECODER);
+        OMX_CALLBACKTYPE callbacks = client_.callbacks();
+        ASSERT_EQ(zvx_omx_common_component_init(&handle_, &comp_, &client_, &callbacks), OMX_ErrorNone);
+        ASSERT_EQ(zvx_omx_config_decoder(&comp_.ports[0].config_and_params, &comp_.ports[1].config_and_params),
+                  OMX_ErrorNone);
+    }
+    void TearDown() override { zvx_omx_common_component_destroy(&comp_); }
+
+    void dispatch(uint16_t code, const void *payload, uint16_t size)
+    {
+        zvxp_omx_handle_event(&comp_, zvxp_event(code, payload, size).get());
+    }
+
+    zvx_test_client client_;
+    zvx_omx_common_component comp_;
+    zvx_omx_component handle_;
+};
+
+TEST_F(Events, ShortUnknownAndUnterminatedEventsAreDroppedWithoutReadingPastThem)
+{
+    const int32_t running = ZVX_BASE_HW_STATE_RUNNING;
+    dispatch(ZVX_BASE_EVENT_STATE_CHANGED, &running, 2);
+    EXPECT_EQ(comp_.hw_state, ZVX_BASE_HW_STATE_STOPPED);
+    const char text[] = {'\0', '\0', '\0', '\0', 'h', 'u', 'n', 'g'};
+    dispatch(ZVX_BASE_EVENT_ERROR, text, sizeof(text));
+    dispatch(ZVX_BASE_EVENT_RPC_PRINT, text + 4, 4);
+    const uint32_t port_definition_changed = 3;
+    dispatch(ZVX_BASE_EVENT_GENERIC, &port_definition_changed, sizeof(port_definition_changed));
+    const unsigned char short_performance[59] = {};
+    dispatch(ZVX_BASE_EVENT_PROCESSED, short_performance, sizeof(short_performance));
+    const uint16_t dropped[] = {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_REF_FRAME_RELEASED, ZVX_BASE_EVENT_JOB_DEQUEUED,
+                                4660};
+    for (uint16_t code : dropped) {
+        dispatch(code, text, 1);
+    }
+    dispatch(ZVX_BASE_EVENT_STATE_CHANGED, &running, sizeof(running));
+    EXPECT_EQ(comp_.hw_state, ZVX_BASE_HW_STATE_RUNNING);
+}
+
+TEST_F(Events, ReleasedReferenceFrameIsUnusedOnlyWhenAskedAboutAndUnreferenced)
+{
+    const struct {
+        zvx_omx_buffer_ref_state_t state;
+        uint32_t firmware_references;
+        zvx_omx_buffer_ref_state_t after;
+    } cases[] = {{ZVX_OMX_BUFFER_REF_STATE_QUERY, 0, ZVX_OMX_BUFFER_REF_STATE_UNUSED},
+                 {ZVX_OMX_BUFFER_REF_STATE_USED, 0, ZVX_OMX_BUFFER_REF_STATE_USED},
+                 {ZVX_OMX_BUFFER_REF_STATE_QUERY, 1, ZVX_OMX_BUFFER_REF_STATE_QUERY}};
+    zvx_base_buffer_handle_t id = 0x40;
+    for (const auto &released : cases) {
+        auto *mapping =
+            static_cast<zvx_omx_common_mapped_buffer *>(zvx_mem_calloc(1, sizeof(zvx_omx_common_mapped_buffer)));
+        mapping->ref_state = released.state;
+        mapping->refcnt_fw.val = released.firmware_references;
+        ASSERT_TRUE(zvx_map_insert(&comp_.ports[1].mapped_buffers, reinterpret_cast<zvx_map_pointer>(++id), mapping));
+        dispatch(ZVX_BASE_EVENT_REF_FRAME_RELEASED, &id, sizeof(id));
+        EXPECT_EQ(mapping->ref_state, released.after);
+    }
+    ++id;
+    dispatch(ZVX_BASE_EVENT_REF_FRAME_RELEASED, &id, sizeof(id));
+}
+
+TEST_F(Events, InputFlushReturnsWhatTheSessionGaveBackInQueueOrderThenCompletesTheClientFlush)
+{
+    const zvx_omx_buffer_owner_t owners[] = {ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT, ZVX_OMX_BUFFER_OWNER_COMPONENT,
+                                             ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT};
+    std::vector<OMX_BUFFERHEADERTYPE *> headers;
+    for (zvx_omx_buffer_owner_t owner : owners) {
+        OMX_BUFFERHEADERTYPE *header = nullptr;
+        ASSERT_EQ(handle_.omx.AllocateBuffer(&handle_, &header, 0, nullptr, 64), OMX_ErrorNone);
+        zvx_omx_common_bufferheader_from_pub(header)->priv.owner = owner;
+        zvx_list_push_back_value_port_buffers(&comp_.ports[0].buffer_list,
+                                              zvx_omx_common_bufferheader_from_pub(header));
+        headers.push_back(header);
+    }
+    comp_.ports[0].pFlag = ZVX_OMX_PORT_FLAG_CLIENT_FLUSH;
+    comp_.ports[0].nr_pending_flushes = 1;
+    dispatch(ZVX_BASE_EVENT_INPUT_FLUSHED, nullptr, 0);
+
+    const std::vector<zvx_test_client::returned_buffer> returned = client_.take_buffers();
+    ASSERT_EQ(returned.size(), 2u);
+    EXPECT_EQ(returned[0].header, headers[0]);
+    EXPECT_EQ(returned[1].header, headers[2]);
+    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{zvx_complete(OMX_CommandFlush, 0)});
+    EXPECT_EQ(zvx_list_size_port_buffers(&comp_.ports[0].buffer_list), 1u);
+    EXPECT_EQ(comp_.ports[0].nr_dequeue, 0);
+    EXPECT_EQ(comp_.ports[0].nr_pending_flushes, 0);
+    EXPECT_EQ(comp_.ports[0].pFlag, 0);
+}
+
+TEST_F(Events, OutputFlushGivesTheHeldBackBufferBackEmpty)
+{
+    OMX_BUFFERHEADERTYPE *header = nullptr;
+    ASSERT_EQ(handle_.omx.AllocateBuffer(&handle_, &header, 1, nullptr, 64), OMX_ErrorNone);
+    header->nFilledLen = 64;
+    header->nFlags = OMX_BUFFERFLAG_EOS;
+    comp_.ports[1].hdr = header;
+    comp_.ports[1].buffer_produced = true;
+    dispatch(ZVX_BASE_EVENT_OUTPUT_FLUSHED, nullptr, 0);
+    const std::vector<zvx_test_client::returned_buffer> returned = client_.take_buffers();
+    ASSERT_EQ(returned.size(), 1u);
+    EXPECT_EQ(returned[0].header, header);
+    EXPECT_EQ(returned[0].filled_len, 0u);
+    EXPECT_EQ(returned[0].flags, 0u);
+    EXPECT_EQ(comp_.ports[1].hdr, nullptr);
+    EXPECT_FALSE(comp_.ports[1].buffer_produced);
+    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{});
+}
+
+TEST(CheckTimeout, CountsWholeMillisecondsAcrossSecondBoundaries)
+{
+    EXPECT_FALSE(check_timeout({5, 100'000'000}, {5, 299'999'999}, 200));
+    EXPECT_TRUE(check_timeout({5, 100'000'000}, {5, 300'000'000}, 200));
+    EXPECT_TRUE(check_timeout({5, 900'000'000}, {6, 100'000'000}, 200));
+    EXPECT_FALSE(check_timeout({5, 900'000'000}, {6, 99'000'000}, 200));
+    EXPECT_FALSE(check_timeout({6, 500'000'000}, {5, 100'000'000}, 0));
+}
+
+} // namespace

@@ -1,0 +1,288 @@
+// The state machine and the port and flush commands, through the handle as a client drives them.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <thread>
+#include <utility>
+
+#include "zvx_omx_state.h"
+#include "zvx_omx_test_client.h"
+
+namespace {
+
+constexpr OMX_STATETYPE ZVXP_STATES[] = {OMX_StateInvalid,   OMX_StateLoaded, OMX_StateIdle,
+                                         OMX_StateExecuting, OMX_StatePause,  OMX_StateWaitForResources};
+
+/* The transitions OpenMAX IL 1.1.2 allows between valid states. */
+bool zvxp_allowed(OMX_STATETYPE from, OMX_STATETYPE to)
+{
+    static const std::pair<OMX_STATETYPE, OMX_STATETYPE> allowed[] = {
+        {OMX_StateLoaded, OMX_StateIdle},
+        {OMX_StateLoaded, OMX_StateWaitForResources},
+        {OMX_StateIdle, OMX_StateLoaded},
+        {OMX_StateIdle, OMX_StateExecuting},
+        {OMX_StateIdle, OMX_StatePause},
+        {OMX_StateExecuting, OMX_StateIdle},
+        {OMX_StateExecuting, OMX_StatePause},
+        {OMX_StatePause, OMX_StateIdle},
+        {OMX_StatePause, OMX_StateExecuting},
+        {OMX_StateWaitForResources, OMX_StateLoaded},
+        {OMX_StateWaitForResources, OMX_StateIdle},
+    };
+    return std::find(std::begin(allowed), std::end(allowed), std::make_pair(from, to)) != std::end(allowed);
+}
+
+class StateTable : public zvx_decoder_test, public ::testing::WithParamInterface<std::tuple<int, int>> {};
+
+TEST_P(StateTable, EveryCellCompletesOrIsRefusedOnce)
+{
+    const OMX_STATETYPE from = ZVXP_STATES[std::get<0>(GetParam())];
+    const OMX_STATETYPE to = ZVXP_STATES[std::get<1>(GetParam())];
+    drive_to(from);
+    if (from == OMX_StateInvalid) {
+        EXPECT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, to, nullptr), OMX_ErrorInvalidState);
+    } else if (to == OMX_StateInvalid) {
+        change_state(to);
+    } else if (from == to) {
+        send(OMX_CommandStateSet, to);
+        expect_events({zvx_error(OMX_ErrorSameState, to)});
+    } else if (!zvxp_allowed(from, to)) {
+        send(OMX_CommandStateSet, to);
+        expect_events({zvx_error(OMX_ErrorIncorrectStateTransition, to)});
+    } else {
+        change_state(to);
+    }
+    const bool moves = to == OMX_StateInvalid ? from != OMX_StateInvalid : zvxp_allowed(from, to);
+    EXPECT_EQ(state(), moves ? to : from);
+}
+
+INSTANTIATE_TEST_SUITE_P(FromTo, StateTable, ::testing::Combine(::testing::Range(0, 6), ::testing::Range(0, 6)));
+
+class FlushInState : public zvx_decoder_test, public ::testing::WithParamInterface<std::tuple<int, OMX_U32>> {};
+
+TEST_P(FlushInState, EndsInOneCompletionPerPortOrAnError)
+{
+    const OMX_STATETYPE in = ZVXP_STATES[std::get<0>(GetParam())];
+    const OMX_U32 port = std::get<1>(GetParam());
+    drive_to(in);
+    send(OMX_CommandFlush, port);
+    std::vector<zvx_test_event> expected;
+    for (OMX_U32 each : {0u, 1u}) {
+        if (port == each || port == OMX_ALL) {
+            expected.push_back(zvx_complete(OMX_CommandFlush, each));
+        }
+    }
+    if (in == OMX_StateInvalid) {
+        expected = {zvx_error(OMX_ErrorInvalidState, port)};
+    }
+    // Running hardware is stopped, flushed and restarted; stopped hardware only flushes.
+    const bool running = in == OMX_StateIdle || in == OMX_StateExecuting;
+    if (running) {
+        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+    }
+    if (running || in == OMX_StatePause) {
+        for (OMX_U32 each : {0u, 1u}) {
+            if (port == each || port == OMX_ALL) {
+                zvx_answer_flush(comp_, each);
+            }
+        }
+    }
+    if (running) {
+        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    }
+    expect_events(expected);
+    EXPECT_EQ(zvx_omx_state_port_transition(comp_, 0), ZVX_OMX_PORT_STABLE);
+}
+
+INSTANTIATE_TEST_SUITE_P(States, FlushInState,
+                         ::testing::Combine(::testing::Range(0, 6), ::testing::Values(0u, 1u, OMX_ALL)));
+
+using Commands = zvx_decoder_test;
+
+TEST_F(Commands, DisableWithoutSessionCompletesInsideSendCommandInputFirst)
+{
+    EXPECT_EQ(omx_->SendCommand(omx_, OMX_CommandPortDisable, 2, nullptr), OMX_ErrorBadParameter);
+    send(OMX_CommandPortDisable, OMX_ALL);
+    const std::vector<zvx_test_event> at_once = {zvx_complete(OMX_CommandPortDisable, 0),
+                                                 zvx_complete(OMX_CommandPortDisable, 1)};
+    EXPECT_EQ(client_.take(), at_once);
+}
+
+TEST_F(Commands, EnableOutsideLoadedWaitsUntilThePortIsPopulated)
+{
+    drive_to(OMX_StateIdle);
+    send(OMX_CommandPortEnable, 0);
+    OMX_PARAM_PORTDEFINITIONTYPE definition = *zvx_omx_port_get_definition(&comp_->ports[0]);
+    EXPECT_EQ(definition.bEnabled, OMX_TRUE);
+    zvx_sync(comp_);
+    zvx_sync(comp_);
+    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{});
+    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, definition.nBufferCountActual);
+    expect_events({zvx_complete(OMX_CommandPortEnable, 0)});
+}
+
+TEST_F(Commands, DisableWithSessionStopsFlushesWaitsForFreedBuffersAndRestarts)
+{
+    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, 5);
+    send(OMX_CommandPortDisable, 1);
+    expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+    change_state(OMX_StateIdle);
+
+    send(OMX_CommandPortDisable, 0);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+    zvx_answer_flush(comp_, 0);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    for (int round = 0; round < 20; ++round) {
+        zvx_sync(comp_);
+    }
+    EXPECT_EQ(zvx_omx_state_port_transition(comp_, 0), ZVX_OMX_PORT_DISABLING);
+    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "completed with buffers still registered";
+    free_all(0, buffers);
+    expect_events({zvx_complete(OMX_CommandPortDisable, 0)});
+    EXPECT_EQ(zvx_omx_state_port_transition(comp_, 0), ZVX_OMX_PORT_STABLE);
+}
+
+TEST_F(Commands, IdleShortOfBuffersEndsInInsufficientResourcesWhenTheRetriesRunOut)
+{
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_error(OMX_ErrorInsufficientResources, OMX_StateIdle)});
+    EXPECT_EQ(state(), OMX_StateLoaded);
+}
+
+int zvxp_destroyed_sessions;
+
+/* What a GStreamer pipeline does from start to teardown, buffers allocated after the command. */
+TEST_F(Commands, ClientLifecycleFromLoadedToExecutingAndBack)
+{
+    zvxp_destroyed_sessions = 0;
+    bb_cb.bbcb_destroy_session = [](int) { ++zvxp_destroyed_sessions; };
+    send(OMX_CommandPortDisable, 1);
+    expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, 5);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+    change_state(OMX_StateExecuting);
+    for (OMX_U32 port : {0u, 1u}) {
+        send(OMX_CommandFlush, port);
+        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+        zvx_answer_flush(comp_, port);
+        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+        expect_events({zvx_complete(OMX_CommandFlush, port)});
+    }
+    change_state(OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateLoaded);
+    free_all(0, buffers);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
+    EXPECT_EQ(zvxp_destroyed_sessions, 1);
+}
+
+TEST_F(Commands, HungSessionMakesTheComponentInvalidAndEndsAFlushWaitingForIt)
+{
+    drive_to(OMX_StatePause);
+    send(OMX_CommandFlush, 0);
+    zvx_sync(comp_);
+    zvx_answer(comp_, ZVX_BASE_EVENT_SESSION_HUNG);
+    expect_events({zvx_error(OMX_ErrorInvalidState, OMX_StateInvalid), zvx_complete(OMX_CommandFlush, 0)});
+    EXPECT_EQ(state(), OMX_StateInvalid);
+    EXPECT_FALSE(zvx_omx_state_has_session(comp_));
+}
+
+TEST_F(Commands, CallbacksMayCallBackIntoTheComponent)
+{
+    client_.on_event = [this](const zvx_test_event &event) {
+        if (event != zvx_complete(OMX_CommandStateSet, OMX_StateWaitForResources)) {
+            return;
+        }
+        EXPECT_EQ(state(), OMX_StateWaitForResources);
+        OMX_CALLBACKTYPE callbacks = client_.callbacks();
+        EXPECT_EQ(omx_->SetCallbacks(omx_, &callbacks, &client_), OMX_ErrorNone);
+        EXPECT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateLoaded, nullptr), OMX_ErrorNone);
+        EXPECT_EQ(omx_->SendCommand(omx_, OMX_CommandPortDisable, 0, nullptr), OMX_ErrorNone);
+        char name[] = "OMX.DHQ.video.k7nn.tcx";
+        OMX_INDEXTYPE index;
+        EXPECT_EQ(omx_->GetExtensionIndex(omx_, name, &index), OMX_ErrorNone);
+    };
+    send(OMX_CommandStateSet, OMX_StateWaitForResources);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateWaitForResources),
+                   zvx_complete(OMX_CommandPortDisable, 0), zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
+}
+
+constexpr int ZVXP_CLIENT_THREADS = 8;
+constexpr int ZVXP_ROUNDS = 100;
+std::array<int, ZVXP_CLIENT_THREADS> zvxp_app_data;
+std::atomic<int> zvxp_paired;
+std::atomic<int> zvxp_mispaired;
+
+template <int Thread>
+OMX_ERRORTYPE zvxp_thread_handler(OMX_HANDLETYPE, OMX_PTR app_data, OMX_EVENTTYPE, OMX_U32, OMX_U32, OMX_PTR)
+{
+    ++(app_data == &zvxp_app_data[Thread] ? zvxp_paired : zvxp_mispaired);
+    return OMX_ErrorNone;
+}
+
+template <size_t... Threads> constexpr auto zvxp_thread_handlers(std::index_sequence<Threads...>)
+{
+    return std::array<OMX_CALLBACKTYPE, sizeof...(Threads)>{
+        OMX_CALLBACKTYPE{zvxp_thread_handler<Threads>, nullptr, nullptr}...};
+}
+
+TEST_F(Commands, SetCallbacksFromManyThreadsNeverSplitsHandlerFromItsAppData)
+{
+    auto tables = zvxp_thread_handlers(std::make_index_sequence<ZVXP_CLIENT_THREADS>());
+    zvxp_paired = 0;
+    zvxp_mispaired = 0;
+    std::vector<std::thread> clients;
+    for (int thread = 0; thread < ZVXP_CLIENT_THREADS; ++thread) {
+        clients.emplace_back([&, thread] {
+            for (int round = 0; round < ZVXP_ROUNDS; ++round) {
+                omx_->SetCallbacks(omx_, &tables[thread], &zvxp_app_data[thread]);
+                omx_->SendCommand(omx_, round % 2 == 0 ? OMX_CommandPortEnable : OMX_CommandPortDisable, 0, nullptr);
+            }
+        });
+    }
+    for (std::thread &client : clients) {
+        client.join();
+    }
+    destroy();
+    EXPECT_EQ(zvxp_mispaired.load(), 0);
+    EXPECT_EQ(zvxp_paired.load(), ZVXP_CLIENT_THREADS * ZVXP_ROUNDS);
+}
+
+/* Destroy while commands wait: each is answered or freed, and the thread is gone. */
+class DestroyMidway : public zvx_decoder_test, public ::testing::WithParamInterface<int> {};
+
+TEST_P(DestroyMidway, LeavesNoThreadAndNoCommandBehind)
+{
+    switch (GetParam()) {
+    case 0: // retrying a readiness check
+        send(OMX_CommandStateSet, OMX_StateIdle);
+        break;
+    case 1: // waiting for the hardware to run
+        drive_to(OMX_StateLoaded);
+        send(OMX_CommandStateSet, OMX_StateIdle);
+        zvx_sync(comp_);
+        break;
+    case 2: // a flush waiting for the hardware to stop, a disable and an enable behind it
+        drive_to(OMX_StateExecuting);
+        send(OMX_CommandFlush, OMX_ALL);
+        send(OMX_CommandPortEnable, 1);
+        send(OMX_CommandPortDisable, 1);
+        break;
+    default: // many commands not yet run
+        for (int command = 0; command < 100; ++command) {
+            send(OMX_CommandPortEnable, OMX_ALL);
+        }
+        break;
+    }
+    destroy();
+    EXPECT_EQ(decoder_.common.cproc_invoker.invoker_thread, 0u);
+    std::vector<zvx_test_event> answered = client_.take();
+    if (GetParam() == 3) {
+        EXPECT_EQ(answered.size(), 200u);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, DestroyMidway, ::testing::Range(0, 4));
+
+} // namespace

@@ -1,0 +1,295 @@
+// A client that drives a decoder through its handle and records its callbacks, and the session's
+// answers, which the stub never gives: each is a command on the component's own thread that waits until
+// the component has asked for it, then dispatches the session's event there.
+#ifndef ZVX_OMX_TEST_CLIENT_H
+#define ZVX_OMX_TEST_CLIENT_H
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <functional>
+#include <mutex>
+#include <vector>
+
+#include "zvx_blackbox.h"
+#include "zvx_mem.h"
+#include "zvx_omx_decoder_component.h"
+#include "zvx_omx_event.h"
+
+struct zvx_test_event {
+    OMX_EVENTTYPE event;
+    OMX_U32 data1;
+    OMX_U32 data2;
+    bool operator==(const zvx_test_event &) const = default;
+};
+
+inline zvx_test_event zvx_complete(OMX_COMMANDTYPE command, OMX_U32 data)
+{
+    return {OMX_EventCmdComplete, static_cast<OMX_U32>(command), data};
+}
+
+inline zvx_test_event zvx_error(OMX_ERRORTYPE error, OMX_U32 data)
+{
+    return {OMX_EventError, static_cast<OMX_U32>(error), data};
+}
+
+class zvx_test_client {
+public:
+    static OMX_ERRORTYPE event_handler(OMX_HANDLETYPE, OMX_PTR app_data, OMX_EVENTTYPE event, OMX_U32 data1,
+                                       OMX_U32 data2, OMX_PTR)
+    {
+        auto *client = static_cast<zvx_test_client *>(app_data);
+        const zvx_test_event seen = {event, data1, data2};
+        client->record([&] { client->events_.push_back(seen); });
+        if (client->on_event) {
+            client->on_event(seen);
+        }
+        return OMX_ErrorNone;
+    }
+
+    static OMX_ERRORTYPE buffer_done(OMX_HANDLETYPE, OMX_PTR app_data, OMX_BUFFERHEADERTYPE *header)
+    {
+        auto *client = static_cast<zvx_test_client *>(app_data);
+        client->record([&] { client->buffers_.push_back({header, header->nFilledLen, header->nFlags}); });
+        return OMX_ErrorNone;
+    }
+
+    OMX_CALLBACKTYPE callbacks() const { return {event_handler, buffer_done, buffer_done}; }
+
+    /* Waits up to ten seconds for count events and takes what has arrived. */
+    std::vector<zvx_test_event> take(size_t count = 0)
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait_for(lock, std::chrono::seconds(10), [&] { return events_.size() >= count; });
+        std::vector<zvx_test_event> taken;
+        taken.swap(events_);
+        return taken;
+    }
+
+    struct returned_buffer {
+        OMX_BUFFERHEADERTYPE *header;
+        OMX_U32 filled_len;
+        OMX_U32 flags;
+    };
+    std::vector<returned_buffer> take_buffers()
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        std::vector<returned_buffer> taken;
+        taken.swap(buffers_);
+        return taken;
+    }
+
+    /* Runs inside EventHandler, after the event is recorded: the client calling back in. */
+    std::function<void(const zvx_test_event &)> on_event;
+
+private:
+    template <typename Change> void record(Change change)
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        change();
+        changed_.notify_all();
+    }
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<zvx_test_event> events_;
+    std::vector<returned_buffer> buffers_;
+};
+
+/* When an answer is due, judged on the command thread. */
+using zvx_test_due = bool (*)(zvx_omx_common_component *comp, int32_t argument);
+
+inline bool zvx_due_now(zvx_omx_common_component *, int32_t)
+{
+    return true;
+}
+
+inline bool zvx_due_hw_requested(zvx_omx_common_component *comp, int32_t hw_state)
+{
+    return std::atomic_ref(comp->hw_state).load() == hw_state + ZVX_OMX_HW_STATE_REQUESTED;
+}
+
+inline bool zvx_due_flush_requested(zvx_omx_common_component *comp, int32_t port)
+{
+    return comp->ports[port].nr_pending_flushes > 0;
+}
+
+struct zvx_test_answer_command {
+    zvx_omx_common_cproc_command_data head;
+    zvx_test_due due;
+    int32_t argument;
+    alignas(zvx_base_event_header) unsigned char event[sizeof(zvx_base_event_header) + sizeof(int32_t)];
+};
+
+inline bool zvx_run_answer(zvx_omx_common_component *comp, zvx_omx_common_cproc_command_data *command)
+{
+    auto *answer = reinterpret_cast<zvx_test_answer_command *>(command);
+    if (!answer->due(comp, answer->argument)) {
+        return false;
+    }
+    zvxp_omx_handle_event(comp, reinterpret_cast<const zvx_base_event_header *>(answer->event));
+    return true;
+}
+
+/* The session's event code, with a 32-bit payload unless size says less, once due says so. */
+inline void zvx_answer(zvx_omx_common_component *comp, uint16_t code, int32_t payload = 0,
+                       zvx_test_due due = zvx_due_now, int32_t argument = 0)
+{
+    auto *answer = static_cast<zvx_test_answer_command *>(zvx_mem_calloc(1, sizeof(zvx_test_answer_command)));
+    ASSERT_NE(answer, nullptr);
+    answer->head.function = zvx_run_answer;
+    answer->due = due;
+    answer->argument = argument;
+    const zvx_base_event_header header = {code, sizeof(payload)};
+    std::memcpy(answer->event, &header, sizeof(header));
+    std::memcpy(answer->event + sizeof(header), &payload, sizeof(payload));
+    ASSERT_TRUE(zvx_omx_common_component_queue_command(comp, &answer->head));
+}
+
+/* The hardware reaches the state the component asked for. */
+inline void zvx_answer_hw(zvx_omx_common_component *comp, zvx_base_hw_state state)
+{
+    zvx_answer(comp, ZVX_BASE_EVENT_STATE_CHANGED, state, zvx_due_hw_requested, state);
+}
+
+/* The session has flushed the port it was asked to flush. */
+inline void zvx_answer_flush(zvx_omx_common_component *comp, OMX_U32 port)
+{
+    zvx_answer(comp, port == 0 ? ZVX_BASE_EVENT_INPUT_FLUSHED : ZVX_BASE_EVENT_OUTPUT_FLUSHED, 0,
+               zvx_due_flush_requested, static_cast<int32_t>(port));
+}
+
+/* Returns once everything queued before has run at least once. */
+inline void zvx_sync(zvx_omx_common_component *comp)
+{
+    static std::atomic<int> synced;
+    synced = 0;
+    auto *command = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+    command->function = [](zvx_omx_common_component *, zvx_omx_common_cproc_command_data *) {
+        synced = 1;
+        return true;
+    };
+    ASSERT_TRUE(zvx_omx_common_component_queue_command(comp, command));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (synced.load() == 0 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
+    ASSERT_EQ(synced.load(), 1);
+}
+
+/* A decoder in Loaded behind its handle, with the recording client; every event a test causes must be
+ * taken by the test. */
+class zvx_decoder_test : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        bb_reset_cb();
+        OMX_CALLBACKTYPE callbacks = client_.callbacks();
+        ASSERT_EQ(zvx_omx_decoder_component_init(&handle_, &decoder_, &client_, &callbacks), OMX_ErrorNone);
+        omx_ = &handle_.omx;
+        comp_ = &decoder_.common;
+    }
+
+    void TearDown() override
+    {
+        destroy();
+        EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "events no test step expected";
+        bb_reset_cb();
+    }
+
+    void destroy()
+    {
+        if (comp_ != nullptr) {
+            zvx_omx_decoder_component_destroy(&decoder_);
+            comp_ = nullptr;
+        }
+    }
+
+    void send(OMX_COMMANDTYPE command, OMX_U32 param)
+    {
+        ASSERT_EQ(omx_->SendCommand(omx_, command, param, nullptr), OMX_ErrorNone);
+    }
+
+    void expect_events(const std::vector<zvx_test_event> &expected)
+    {
+        EXPECT_EQ(client_.take(expected.size()), expected);
+    }
+
+    OMX_STATETYPE state()
+    {
+        OMX_STATETYPE current = OMX_StateMax;
+        EXPECT_EQ(omx_->GetState(omx_, &current), OMX_ErrorNone);
+        return current;
+    }
+
+    /* Session transitions complete with the answers the hardware would give. */
+    void change_state(OMX_STATETYPE target)
+    {
+        const OMX_STATETYPE from = state();
+        send(OMX_CommandStateSet, target);
+        if (target == OMX_StateInvalid) {
+            expect_events({zvx_error(OMX_ErrorInvalidState, OMX_StateInvalid)});
+            return;
+        }
+        if (from == OMX_StateExecuting && (target == OMX_StateIdle || target == OMX_StatePause)) {
+            zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+        } else if (target == OMX_StateIdle && (from == OMX_StateLoaded || from == OMX_StateWaitForResources)) {
+            zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+        } else if (from == OMX_StateIdle && target == OMX_StateLoaded) {
+            zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+        } else if (from == OMX_StatePause && target == OMX_StateExecuting) {
+            zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+        }
+        if (from == OMX_StateExecuting && target == OMX_StateIdle) {
+            zvx_answer_flush(comp_, 0);
+            zvx_answer_flush(comp_, 1);
+        }
+        expect_events({zvx_complete(OMX_CommandStateSet, target)});
+    }
+
+    /* Both ports disabled, so that Idle needs no buffers, then along the shortest path. */
+    void drive_to(OMX_STATETYPE target)
+    {
+        send(OMX_CommandPortDisable, OMX_ALL);
+        expect_events({zvx_complete(OMX_CommandPortDisable, 0), zvx_complete(OMX_CommandPortDisable, 1)});
+        const std::vector<OMX_STATETYPE> paths[] = {
+            {OMX_StateInvalid},
+            {},
+            {OMX_StateIdle},
+            {OMX_StateIdle, OMX_StateExecuting},
+            {OMX_StateIdle, OMX_StateExecuting, OMX_StatePause},
+            {OMX_StateWaitForResources},
+        };
+        for (OMX_STATETYPE step : paths[target]) {
+            change_state(step);
+        }
+        ASSERT_EQ(state(), target);
+    }
+
+    std::vector<OMX_BUFFERHEADERTYPE *> allocate(OMX_U32 port, size_t count)
+    {
+        std::vector<OMX_BUFFERHEADERTYPE *> headers(count);
+        for (auto &header : headers) {
+            EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, port, nullptr, 1024), OMX_ErrorNone);
+        }
+        return headers;
+    }
+
+    void free_all(OMX_U32 port, const std::vector<OMX_BUFFERHEADERTYPE *> &headers)
+    {
+        for (OMX_BUFFERHEADERTYPE *header : headers) {
+            EXPECT_EQ(omx_->FreeBuffer(omx_, port, header), OMX_ErrorNone);
+        }
+    }
+
+    zvx_test_client client_;
+    zvx_omx_decoder_component decoder_;
+    zvx_omx_component handle_;
+    OMX_COMPONENTTYPE *omx_ = nullptr;
+    zvx_omx_common_component *comp_ = nullptr;
+};
+
+#endif
