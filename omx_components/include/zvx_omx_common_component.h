@@ -59,7 +59,7 @@ typedef struct zvx_omx_common_component {
     bool secure;
     void *prot_bufs[ZVX_OMX_MAX_PROT_BUFS];
     int num_prot_bufs;
-    pthread_mutex_t lock; /* protected buffers and buffer bookkeeping */
+    pthread_mutex_t lock; /* protected buffers, buffer bookkeeping and the settings stores */
     bool session_created;
     bool hw_state_change_received;
     bool sw_state_trying_to_stop;

@@ -1,5 +1,6 @@
 #include "zvx_omx_common_component_role.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -7,6 +8,7 @@
 #include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
 #include "zvx_omx_session.h"
+#include "zvx_omx_settings_lock.h"
 #include "zvx_session_interface.h"
 
 namespace {
@@ -46,6 +48,19 @@ OMX_ERRORTYPE zvxp_apply_codec(struct zvx_omx_common_component *comp, const zvxp
     return result;
 }
 
+/* The next session is created for the stored role, so it must name the codec just applied. */
+void zvxp_store_role(struct zvx_omx_common_component *comp, std::string_view role)
+{
+    auto *stored = static_cast<OMX_PARAM_COMPONENTROLETYPE *>(
+        zvx_omx_config_find(&comp->config_and_params, OMX_IndexParamStandardComponentRole, 0));
+    if (stored == nullptr) {
+        return;
+    }
+    const size_t length = std::min(role.size(), sizeof(stored->cRole) - 1);
+    std::memcpy(stored->cRole, role.data(), length);
+    std::memset(stored->cRole + length, 0, sizeof(stored->cRole) - length);
+}
+
 } // namespace
 
 OMX_ERRORTYPE zvx_omx_common_component_set_role(struct zvx_omx_common_component *comp, const char *role)
@@ -64,8 +79,13 @@ OMX_ERRORTYPE zvx_omx_common_component_set_role(struct zvx_omx_common_component 
     const std::string_view word = requested.substr(prefix.size());
     for (const zvxp_codec_entry &codec : ZVXP_CODECS) {
         if (codec.word == word) {
-            const OMX_ERRORTYPE result = zvxp_apply_codec(comp, codec);
-            comp->role = codec.role;
+            OMX_ERRORTYPE result;
+            {
+                zvx_omx_settings_lock lock(comp);
+                result = zvxp_apply_codec(comp, codec);
+                zvxp_store_role(comp, requested);
+                comp->role = codec.role;
+            }
             zvx_omx_common_component_destroy_session(comp);
             return result;
         }
