@@ -34,10 +34,23 @@ constexpr zvxp_codec_entry ZVXP_CODECS[] = {
     {"vp9", zvx_omx_port_vp9_config, ZVX_OMX_COMPONENT_ROLE_VP9},
 };
 
+/* A codec lists fewer pairs than the one before it may have: the old list must not show through. */
+void zvxp_forget_profile_levels(struct zvx_map *map)
+{
+    for (uint32_t sub_index = 0;; ++sub_index) {
+        if (zvx_omx_config_find(map, OMX_IndexParamVideoProfileLevelQuerySupported, sub_index) == nullptr) {
+            return;
+        }
+        zvx_omx_config_key key = {OMX_IndexParamVideoProfileLevelQuerySupported, sub_index};
+        zvx_map_erase(map, &key);
+    }
+}
+
 OMX_ERRORTYPE zvxp_apply_codec(struct zvx_omx_common_component *comp, const zvxp_codec_entry &codec)
 {
     const zvx_omx_component_type_t type = zvx_omx_common_component_get_type(comp);
     const OMX_U32 bitstream_port = zvx_omx_common_component_get_bitstream_port_index(comp);
+    zvxp_forget_profile_levels(&comp->ports[bitstream_port].config_and_params);
     OMX_ERRORTYPE result = codec.bitstream_config(type, bitstream_port, &comp->ports[bitstream_port].config_and_params);
     if (codec.role == ZVX_OMX_COMPONENT_ROLE_JPEG) {
         const OMX_U32 picture_port = zvx_omx_common_component_get_yuv_port_index(comp);

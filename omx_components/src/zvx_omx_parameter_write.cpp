@@ -220,10 +220,14 @@ OMX_ERRORTYPE zvxp_set_port_format(struct zvx_omx_common_component *comp, OMX_U3
     return OMX_ErrorNone;
 }
 
-// A port without a supported list takes any pair.
+// A port without a supported list takes any pair; the current pair may always be written back.
 bool zvxp_profile_level_supported(struct zvx_omx_common_component *comp, OMX_U32 port,
                                   const OMX_VIDEO_PARAM_PROFILELEVELTYPE &given)
 {
+    const auto *current =
+        zvxp_stored<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(comp, port, OMX_IndexParamVideoProfileLevelCurrent);
+    if (current != nullptr && current->eProfile == given.eProfile && current->eLevel == given.eLevel)
+        return true;
     for (uint32_t sub_index = 0;; ++sub_index) {
         const auto *pair = static_cast<const OMX_VIDEO_PARAM_PROFILELEVELTYPE *>(zvx_omx_config_find(
             &comp->ports[port].config_and_params, OMX_IndexParamVideoProfileLevelQuerySupported, sub_index));
