@@ -1,9 +1,9 @@
 // The set-parameter handler: stores a client's record, applies what follows from it (codec defaults for
 // a role, sizes and strides for a port definition, the bit rate's other copies) and passes what the
 // session must know to the session, now or when the next one is created.
-#include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <iterator>
 
 #include "zvx_omx_buffer_layout.h"
 #include "zvx_omx_common_component.h"
@@ -26,7 +26,7 @@ namespace {
 constexpr OMX_U32 zvxp_max_frame_dimension = 8192;
 
 // Records to pass to the session once the lock is released: a stored one by index and port, or the
-// client's own when nothing is stored (a one-off request).
+// client's own when nothing is stored (a one-off request). One set touches at most three.
 struct zvxp_session_updates {
     struct update {
         OMX_INDEXTYPE index;
@@ -74,6 +74,8 @@ OMX_ERRORTYPE zvxp_store(struct zvx_omx_common_component *comp, const zvx_omx_pa
 void zvxp_refresh_frame_port(struct zvx_omx_common_component *comp, OMX_U32 port)
 {
     OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&comp->ports[port]);
+    if (definition == nullptr)
+        return;
     OMX_VIDEO_PORTDEFINITIONTYPE &video = definition->format.video;
     const bool tcx = zvx_omx_common_component_is_tcx_enabled(comp, port, nullptr, nullptr) != OMX_FALSE;
     OMX_U32 stride = 0;
