@@ -56,7 +56,8 @@ OMX_ERRORTYPE zvx_omx_parameter_read(struct zvx_omx_common_component *comp, cons
     default:
         break;
     }
-    const OMX_U32 port = entry.scope == zvx_omx_parameter_scope::port ? zvxp_word_at(record, 8) : 0;
+    const OMX_U32 port =
+        entry.scope == zvx_omx_parameter_scope::port ? zvxp_word_at(record, ZVX_OMX_PORT_INDEX_OFFSET) : 0;
     struct zvx_map *store = zvx_omx_parameter_store(comp, entry.scope, port);
     if (store == nullptr)
         return OMX_ErrorBadPortIndex;

@@ -32,12 +32,12 @@ constexpr zvx_omx_parameter_entry zvxp_entry(OMX_INDEXTYPE index, std::string_vi
         session, enumeration};
 }
 
-// Port records carry the port at offset 8, where the entry point reads it.
+// Port records carry the port where the entry point reads it.
 template <typename Record>
 constexpr zvx_omx_parameter_entry zvxp_port_entry(OMX_INDEXTYPE index, std::string_view name, uint8_t access,
                                                   bool session, uint32_t enumeration = 0)
 {
-    static_assert(offsetof(Record, nPortIndex) == 8);
+    static_assert(offsetof(Record, nPortIndex) == ZVX_OMX_PORT_INDEX_OFFSET);
     return zvxp_entry<Record>(index, name, scope::port, access, session, enumeration);
 }
 

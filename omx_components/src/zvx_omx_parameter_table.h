@@ -8,6 +8,9 @@
 #include <OMX_Index.h>
 #include <OMX_Types.h>
 
+#include <OMX_Component.h>
+
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -20,6 +23,9 @@ enum zvx_omx_parameter_access : uint8_t {
 };
 
 enum class zvx_omx_parameter_scope : uint8_t { port, component };
+
+/* Where every port record keeps its port: after the size and the version, as in the port definition. */
+inline constexpr uint32_t ZVX_OMX_PORT_INDEX_OFFSET = offsetof(OMX_PARAM_PORTDEFINITIONTYPE, nPortIndex);
 
 struct zvx_omx_parameter_entry {
     OMX_INDEXTYPE index;

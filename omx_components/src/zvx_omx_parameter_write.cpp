@@ -49,7 +49,7 @@ struct zvxp_session_updates {
 OMX_U32 zvxp_port_of(const void *record)
 {
     OMX_U32 port;
-    std::memcpy(&port, static_cast<const uint8_t *>(record) + 8, sizeof(port));
+    std::memcpy(&port, static_cast<const uint8_t *>(record) + ZVX_OMX_PORT_INDEX_OFFSET, sizeof(port));
     return port;
 }
 

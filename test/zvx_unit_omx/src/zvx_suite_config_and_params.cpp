@@ -1,6 +1,7 @@
 // "Config and params": the settings a decoder and an encoder start with and each codec's defaults, read
 // through GetParameter as a client reads them, and every settable index written with SetParameter and
 // read back.
+#include <cstddef>
 #include <cstring>
 #include <iterator>
 
@@ -26,13 +27,15 @@ OMX_U32 zvxp_word(const zvxp_any_record &record, uint32_t offset)
     return word;
 }
 
-zvxp_any_record zvxp_blank_record(uint32_t size, OMX_U32 port)
+/* Every record starts like the port definition: size, version and, for a port's record, the port. */
+constexpr uint32_t ZVXP_PORT_OFFSET = offsetof(OMX_PARAM_PORTDEFINITIONTYPE, nPortIndex);
+
+zvxp_any_record zvxp_blank_record(OMX_U32 size, OMX_U32 port)
 {
+    const auto header = zvx_client_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
     zvxp_any_record record = {};
+    std::memcpy(record.bytes, &header, ZVXP_PORT_OFFSET + sizeof(port));
     std::memcpy(record.bytes, &size, sizeof(size));
-    const OMX_U8 version[4] = {1, 1, 2, 0};
-    std::memcpy(record.bytes + 4, version, sizeof(version));
-    std::memcpy(record.bytes + 8, &port, sizeof(port));
     return record;
 }
 
@@ -186,7 +189,7 @@ void zvxp_require_codec(OMX_COMPONENTTYPE *omx, OMX_U32 bitstream, const zvxp_co
     if (codec.record != 0) {
         zvxp_any_record record = zvxp_blank_record(codec.record_size, bitstream);
         ZVX_REQUIRE_EQ(omx->GetParameter(omx, codec.record, &record), OMX_ErrorNone);
-        ZVX_REQUIRE_EQ(zvxp_word(record, 8), bitstream);
+        ZVX_REQUIRE_EQ(zvxp_word(record, ZVXP_PORT_OFFSET), bitstream);
     }
     auto pair = zvx_client_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(bitstream);
     for (pair.nProfileIndex = 0; pair.nProfileIndex < codec.profile_levels; ++pair.nProfileIndex)
