@@ -20,6 +20,7 @@
 #include "zvx_omx_encoder_component.h"
 #include "zvx_omx_extensions.h"
 #include "zvx_omx_log.h"
+#include "zvx_omx_parameters.h"
 #include "zvx_omx_session.h"
 
 namespace {
@@ -355,6 +356,26 @@ TEST_F(DecoderParameters, DescribeColorFormatLaysOutEachYuv420Plane)
     describe.nStride = 0xFFFFFFF0u;
     ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
     EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_UNKNOWN) << "planes beyond 4 GiB cannot be described";
+}
+
+// The stream-setting events apply what the session found through the command function itself, on the
+// command thread and in any state: a 10-bit stream's format is taken though no port format offers it.
+TEST_F(DecoderParameters, CommandFunctionTakesTheStreamsOwnFormatInAnyState)
+{
+    zvx_omx_common_cproc_invoker_exit(comp_);
+    enter_state(OMX_StateExecuting);
+    auto output = definition(1);
+    output.format.video.eColorFormat = QURO_COLOR_FormatYUYAAYVYAA_10b;
+    struct command_set_parameter_data command = {
+        {common_component_cmd_set_parameter}, OMX_IndexParamPortDefinition, &output, OMX_ErrorUndefined, nullptr};
+    ASSERT_TRUE(common_component_cmd_set_parameter(comp_, &command.command_data));
+    EXPECT_EQ(command.error, OMX_ErrorNone);
+    EXPECT_EQ(definition(1).nBufferSize, 176u * 144 * 2);
+
+    auto native = record_for<UseAndroidNativeBufferParams>(1);
+    EXPECT_EQ(set(OMX_IndexParamUseAndroidNativeBuffer2, &native), OMX_ErrorUnsupportedIndex)
+        << "registering a native buffer is not a setting";
+    enter_state(OMX_StateLoaded);
 }
 
 std::mutex callback_mutex;
