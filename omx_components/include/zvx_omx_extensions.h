@@ -15,49 +15,53 @@
 #include <OMX_Video.h>
 #include <stdint.h>
 
-#define ZVX_OMX_INDEX(value) static_cast<OMX_INDEXTYPE>(value)
-#define ZVX_OMX_COLOR(value) static_cast<OMX_COLOR_FORMATTYPE>(value)
-#define ZVX_OMX_CODING(value) static_cast<OMX_VIDEO_CODINGTYPE>(value)
+/*
+ * Extra values are listed once, in the X-macro lists below: each list both defines the typed
+ * constants and feeds the diagnostic name tables, so no value can be added without its name.
+ * X(name, value) is called once per value.
+ */
 
 /* ---- Vendor indices answered by GetExtensionIndex ---- */
-inline constexpr OMX_INDEXTYPE OMX_IndexParamTCX = ZVX_OMX_INDEX(0x7f454647);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamEnableAndroidNativeBuffer = ZVX_OMX_INDEX(0x7f454648);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamUseAndroidNativeBuffer2 = ZVX_OMX_INDEX(0x7f454649);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamGetAndroidNativeBufferUsage = ZVX_OMX_INDEX(0x7f45464a);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamEnableTCX = ZVX_OMX_INDEX(0x7f45464b);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamEnableDmaBuf = ZVX_OMX_INDEX(0x7f45464c);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamEnableStoreMetaData = ZVX_OMX_INDEX(0x7f45464d);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamDescribeColorFormat = ZVX_OMX_INDEX(0x7f45464e);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigDescribeHDRColorInfo = ZVX_OMX_INDEX(0x7f454650);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigDynamicFPSFromTimestamp = ZVX_OMX_INDEX(0x7f454651);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamDescribeColorAspects = ZVX_OMX_INDEX(0x7f454653);
+#define ZVX_OMX_VENDOR_EXTENSION_INDICES(X)                                                                            \
+    X(OMX_IndexParamTCX, 0x7f454647)                                                                                   \
+    X(OMX_IndexParamEnableAndroidNativeBuffer, 0x7f454648)                                                             \
+    X(OMX_IndexParamUseAndroidNativeBuffer2, 0x7f454649)                                                               \
+    X(OMX_IndexParamGetAndroidNativeBufferUsage, 0x7f45464a)                                                           \
+    X(OMX_IndexParamEnableTCX, 0x7f45464b)                                                                             \
+    X(OMX_IndexParamEnableDmaBuf, 0x7f45464c)                                                                          \
+    X(OMX_IndexParamEnableStoreMetaData, 0x7f45464d)                                                                   \
+    X(OMX_IndexParamDescribeColorFormat, 0x7f45464e)                                                                   \
+    X(OMX_IndexConfigDescribeHDRColorInfo, 0x7f454650)                                                                 \
+    X(OMX_IndexConfigDynamicFPSFromTimestamp, 0x7f454651)                                                              \
+    X(OMX_IndexParamDescribeColorAspects, 0x7f454653)
 
 /* ---- Vendor indices known only inside the component and its session (values are ours) ---- */
-inline constexpr OMX_INDEXTYPE QURO_IndexParamSequenceParameters = ZVX_OMX_INDEX(0x7f460001);
-inline constexpr OMX_INDEXTYPE QURO_IndexParamRateControl = ZVX_OMX_INDEX(0x7f460002);
-inline constexpr OMX_INDEXTYPE QURO_IndexParamVideoHevc = ZVX_OMX_INDEX(0x7f460003);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamBufferSize = ZVX_OMX_INDEX(0x7f460004);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigVideoIntraPeriod = ZVX_OMX_INDEX(0x7f460005);
+#define ZVX_OMX_VENDOR_INTERNAL_INDICES(X)                                                                             \
+    X(QURO_IndexParamSequenceParameters, 0x7f460001)                                                                   \
+    X(QURO_IndexParamRateControl, 0x7f460002)                                                                          \
+    X(QURO_IndexParamVideoHevc, 0x7f460003)                                                                            \
+    X(OMX_IndexParamBufferSize, 0x7f460004)                                                                            \
+    X(OMX_IndexConfigVideoIntraPeriod, 0x7f460005)
 
-/* ---- Vendor client colour formats ---- */
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYUV420TCX = ZVX_OMX_COLOR(0x7f000000);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYUV420TCX_10b = ZVX_OMX_COLOR(0x7f000001);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYUV422TCX = ZVX_OMX_COLOR(0x7f000002);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYUV422TCX_10b = ZVX_OMX_COLOR(0x7f000003);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYYCbCr = ZVX_OMX_COLOR(0x7f000004);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYUYAAYVYAA_10b = ZVX_OMX_COLOR(0x7f000005);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatAAYUYAAYVY_10b = ZVX_OMX_COLOR(0x7f000006);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYUV422_1P = ZVX_OMX_COLOR(0x7f000007);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYVU422_1P = ZVX_OMX_COLOR(0x7f000008);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYUV420_10b_MS = ZVX_OMX_COLOR(0x7f000009);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYUV420SemiPlanar_LB16 = ZVX_OMX_COLOR(0x7f000010);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYUV422_10b_MS = ZVX_OMX_COLOR(0x7f000011);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatRefFrame = ZVX_OMX_COLOR(0x7f0000fe);
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatMBInfo = ZVX_OMX_COLOR(0x7f0000ff);
-/* Client value outside the standard enumeration for YVU 4:2:0 semi-planar. */
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYVU420SemiPlanar = ZVX_OMX_COLOR(47);
-/* FOURCC 'YV12' as Android clients pass it. */
-inline constexpr OMX_COLOR_FORMATTYPE QURO_COLOR_FormatYV12 = ZVX_OMX_COLOR(0x32315659);
+/* ---- Vendor client colour formats; 47 is YVU 4:2:0 semi-planar outside the standard enumeration,
+ * 0x32315659 the FOURCC 'YV12' as Android clients pass it ---- */
+#define ZVX_OMX_VENDOR_COLOR_FORMATS(X)                                                                                \
+    X(QURO_COLOR_FormatYUV420TCX, 0x7f000000)                                                                          \
+    X(QURO_COLOR_FormatYUV420TCX_10b, 0x7f000001)                                                                      \
+    X(QURO_COLOR_FormatYUV422TCX, 0x7f000002)                                                                          \
+    X(QURO_COLOR_FormatYUV422TCX_10b, 0x7f000003)                                                                      \
+    X(QURO_COLOR_FormatYYCbCr, 0x7f000004)                                                                             \
+    X(QURO_COLOR_FormatYUYAAYVYAA_10b, 0x7f000005)                                                                     \
+    X(QURO_COLOR_FormatAAYUYAAYVY_10b, 0x7f000006)                                                                     \
+    X(QURO_COLOR_FormatYUV422_1P, 0x7f000007)                                                                          \
+    X(QURO_COLOR_FormatYVU422_1P, 0x7f000008)                                                                          \
+    X(QURO_COLOR_FormatYUV420_10b_MS, 0x7f000009)                                                                      \
+    X(QURO_COLOR_FormatYUV420SemiPlanar_LB16, 0x7f000010)                                                              \
+    X(QURO_COLOR_FormatYUV422_10b_MS, 0x7f000011)                                                                      \
+    X(QURO_COLOR_FormatRefFrame, 0x7f0000fe)                                                                           \
+    X(QURO_COLOR_FormatMBInfo, 0x7f0000ff)                                                                             \
+    X(QURO_COLOR_FormatYVU420SemiPlanar, 47)                                                                           \
+    X(QURO_COLOR_FormatYV12, 0x32315659)
 
 /* ---- Vendor records ---- */
 typedef struct OMX_PARAM_ENABLETCXTYPE {
@@ -69,6 +73,15 @@ typedef struct OMX_PARAM_ENABLETCXTYPE {
     OMX_BOOL bWideblkEnabled;
 } OMX_PARAM_ENABLETCXTYPE;
 static_assert(sizeof(OMX_PARAM_ENABLETCXTYPE) == 24);
+
+/* Answer of OMX_IndexParamTCX: whether the hardware can lay this port's frames out compressed. */
+typedef struct OMX_PARAM_TCXTYPE {
+    OMX_U32 nSize;
+    OMX_VERSIONTYPE nVersion;
+    OMX_U32 nPortIndex;
+    OMX_BOOL bSupported;
+} OMX_PARAM_TCXTYPE;
+static_assert(sizeof(OMX_PARAM_TCXTYPE) == 16);
 
 /* Switch of the dma-buf buffer mode. */
 typedef struct OMX_PARAM_ENABLEDMABUFTYPE {
@@ -192,70 +205,91 @@ static_assert(sizeof(kern_omx120_param_portdefinitiontype) == 92);
 
 /* ---- Android index extensions ---- */
 /* Each block grows at its end only; its end marker moves between releases and is left out. */
-inline constexpr OMX_INDEXTYPE OMX_IndexExtComponentStartUnused = ZVX_OMX_INDEX(0x6F100000);
-inline constexpr OMX_INDEXTYPE OMX_IndexExtPortStartUnused = ZVX_OMX_INDEX(0x6F200000);
-inline constexpr OMX_INDEXTYPE OMX_IndexExtAudioStartUnused = ZVX_OMX_INDEX(0x6F400000);
-inline constexpr OMX_INDEXTYPE OMX_IndexExtImageStartUnused = ZVX_OMX_INDEX(0x6F500000);
-inline constexpr OMX_INDEXTYPE OMX_IndexExtVideoStartUnused = ZVX_OMX_INDEX(0x6F600000);
-inline constexpr OMX_INDEXTYPE OMX_IndexExtCommonStartUnused = ZVX_OMX_INDEX(0x6F700000);
-inline constexpr OMX_INDEXTYPE OMX_IndexExtOtherStartUnused = ZVX_OMX_INDEX(0x6F800000);
-inline constexpr OMX_INDEXTYPE OMX_IndexExtTimeStartUnused = ZVX_OMX_INDEX(0x6F900000);
-
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigCallbackRequest = ZVX_OMX_INDEX(0x6F100001);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigCommitMode = ZVX_OMX_INDEX(0x6F100002);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigCommit = ZVX_OMX_INDEX(0x6F100003);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigAndroidVendorExtension = ZVX_OMX_INDEX(0x6F100004);
-
-inline constexpr OMX_INDEXTYPE OMX_IndexParamAudioAndroidAc3 = ZVX_OMX_INDEX(0x6F400001);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamAudioAndroidOpus = ZVX_OMX_INDEX(0x6F400002);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamAudioAndroidAacPresentation = ZVX_OMX_INDEX(0x6F400003);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamAudioAndroidEac3 = ZVX_OMX_INDEX(0x6F400004);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamAudioProfileQuerySupported = ZVX_OMX_INDEX(0x6F400005);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamAudioAndroidAacDrcPresentation = ZVX_OMX_INDEX(0x6F400006);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamAudioAndroidAc4 = ZVX_OMX_INDEX(0x6F400007);
-
-inline constexpr OMX_INDEXTYPE OMX_IndexParamNalStreamFormatSupported = ZVX_OMX_INDEX(0x6F600001);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamNalStreamFormat = ZVX_OMX_INDEX(0x6F600002);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamNalStreamFormatSelect = ZVX_OMX_INDEX(0x6F600003);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamVideoVp8 = ZVX_OMX_INDEX(0x6F600004);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigVideoVp8ReferenceFrame = ZVX_OMX_INDEX(0x6F600005);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigVideoVp8ReferenceFrameType = ZVX_OMX_INDEX(0x6F600006);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamVideoAndroidVp8Encoder = ZVX_OMX_INDEX(0x6F600007);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamVideoHevc = ZVX_OMX_INDEX(0x6F600008);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamSliceSegments = ZVX_OMX_INDEX(0x6F600009);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigAndroidIntraRefresh = ZVX_OMX_INDEX(0x6F60000A);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamAndroidVideoTemporalLayering = ZVX_OMX_INDEX(0x6F60000B);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigAndroidVideoTemporalLayering = ZVX_OMX_INDEX(0x6F60000C);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamMaxFrameDurationForBitrateControl = ZVX_OMX_INDEX(0x6F60000D);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamVideoVp9 = ZVX_OMX_INDEX(0x6F60000E);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamVideoAndroidVp9Encoder = ZVX_OMX_INDEX(0x6F60000F);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamVideoAndroidImageGrid = ZVX_OMX_INDEX(0x6F600010);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamVideoAndroidRequiresSwRenderer = ZVX_OMX_INDEX(0x6F600011);
-
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigAutoFramerateConversion = ZVX_OMX_INDEX(0x6F800001);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigPriority = ZVX_OMX_INDEX(0x6F800002);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigOperatingRate = ZVX_OMX_INDEX(0x6F800003);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamConsumerUsageBits = ZVX_OMX_INDEX(0x6F800004);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigLatency = ZVX_OMX_INDEX(0x6F800005);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigLowLatency = ZVX_OMX_INDEX(0x6F800006);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigAndroidTunnelPeek = ZVX_OMX_INDEX(0x6F800007);
-inline constexpr OMX_INDEXTYPE OMX_IndexConfigAndroidTunnelPeekLegacyMode = ZVX_OMX_INDEX(0x6F800008);
-inline constexpr OMX_INDEXTYPE OMX_IndexParamConsumerUsageBits64 = ZVX_OMX_INDEX(0x6F800009);
+#define ZVX_OMX_ANDROID_INDICES(X)                                                                                     \
+    X(OMX_IndexExtComponentStartUnused, 0x6F100000)                                                                    \
+    X(OMX_IndexExtPortStartUnused, 0x6F200000)                                                                         \
+    X(OMX_IndexExtAudioStartUnused, 0x6F400000)                                                                        \
+    X(OMX_IndexExtImageStartUnused, 0x6F500000)                                                                        \
+    X(OMX_IndexExtVideoStartUnused, 0x6F600000)                                                                        \
+    X(OMX_IndexExtCommonStartUnused, 0x6F700000)                                                                       \
+    X(OMX_IndexExtOtherStartUnused, 0x6F800000)                                                                        \
+    X(OMX_IndexExtTimeStartUnused, 0x6F900000)                                                                         \
+    X(OMX_IndexConfigCallbackRequest, 0x6F100001)                                                                      \
+    X(OMX_IndexConfigCommitMode, 0x6F100002)                                                                           \
+    X(OMX_IndexConfigCommit, 0x6F100003)                                                                               \
+    X(OMX_IndexConfigAndroidVendorExtension, 0x6F100004)                                                               \
+    X(OMX_IndexParamAudioAndroidAc3, 0x6F400001)                                                                       \
+    X(OMX_IndexParamAudioAndroidOpus, 0x6F400002)                                                                      \
+    X(OMX_IndexParamAudioAndroidAacPresentation, 0x6F400003)                                                           \
+    X(OMX_IndexParamAudioAndroidEac3, 0x6F400004)                                                                      \
+    X(OMX_IndexParamAudioProfileQuerySupported, 0x6F400005)                                                            \
+    X(OMX_IndexParamAudioAndroidAacDrcPresentation, 0x6F400006)                                                        \
+    X(OMX_IndexParamAudioAndroidAc4, 0x6F400007)                                                                       \
+    X(OMX_IndexParamNalStreamFormatSupported, 0x6F600001)                                                              \
+    X(OMX_IndexParamNalStreamFormat, 0x6F600002)                                                                       \
+    X(OMX_IndexParamNalStreamFormatSelect, 0x6F600003)                                                                 \
+    X(OMX_IndexParamVideoVp8, 0x6F600004)                                                                              \
+    X(OMX_IndexConfigVideoVp8ReferenceFrame, 0x6F600005)                                                               \
+    X(OMX_IndexConfigVideoVp8ReferenceFrameType, 0x6F600006)                                                           \
+    X(OMX_IndexParamVideoAndroidVp8Encoder, 0x6F600007)                                                                \
+    X(OMX_IndexParamVideoHevc, 0x6F600008)                                                                             \
+    X(OMX_IndexParamSliceSegments, 0x6F600009)                                                                         \
+    X(OMX_IndexConfigAndroidIntraRefresh, 0x6F60000A)                                                                  \
+    X(OMX_IndexParamAndroidVideoTemporalLayering, 0x6F60000B)                                                          \
+    X(OMX_IndexConfigAndroidVideoTemporalLayering, 0x6F60000C)                                                         \
+    X(OMX_IndexParamMaxFrameDurationForBitrateControl, 0x6F60000D)                                                     \
+    X(OMX_IndexParamVideoVp9, 0x6F60000E)                                                                              \
+    X(OMX_IndexParamVideoAndroidVp9Encoder, 0x6F60000F)                                                                \
+    X(OMX_IndexParamVideoAndroidImageGrid, 0x6F600010)                                                                 \
+    X(OMX_IndexParamVideoAndroidRequiresSwRenderer, 0x6F600011)                                                        \
+    X(OMX_IndexConfigAutoFramerateConversion, 0x6F800001)                                                              \
+    X(OMX_IndexConfigPriority, 0x6F800002)                                                                             \
+    X(OMX_IndexConfigOperatingRate, 0x6F800003)                                                                        \
+    X(OMX_IndexParamConsumerUsageBits, 0x6F800004)                                                                     \
+    X(OMX_IndexConfigLatency, 0x6F800005)                                                                              \
+    X(OMX_IndexConfigLowLatency, 0x6F800006)                                                                           \
+    X(OMX_IndexConfigAndroidTunnelPeek, 0x6F800007)                                                                    \
+    X(OMX_IndexConfigAndroidTunnelPeekLegacyMode, 0x6F800008)                                                          \
+    X(OMX_IndexParamConsumerUsageBits64, 0x6F800009)
 
 /* ---- Android additions to standard enumerations ---- */
-inline constexpr OMX_VIDEO_CODINGTYPE OMX_VIDEO_CodingVP8 = ZVX_OMX_CODING(9);
-inline constexpr OMX_VIDEO_CODINGTYPE OMX_VIDEO_CodingVP9 = ZVX_OMX_CODING(0xA);
-inline constexpr OMX_VIDEO_CODINGTYPE OMX_VIDEO_CodingHEVC = ZVX_OMX_CODING(0xB);
-inline constexpr OMX_VIDEO_CODINGTYPE OMX_VIDEO_CodingDolbyVision = ZVX_OMX_CODING(0xC);
-inline constexpr OMX_VIDEO_CODINGTYPE OMX_VIDEO_CodingImageHEIC = ZVX_OMX_CODING(0xD);
+#define ZVX_OMX_ANDROID_CODINGS(X)                                                                                     \
+    X(OMX_VIDEO_CodingVP8, 9)                                                                                          \
+    X(OMX_VIDEO_CodingVP9, 0xA)                                                                                        \
+    X(OMX_VIDEO_CodingHEVC, 0xB)                                                                                       \
+    X(OMX_VIDEO_CodingDolbyVision, 0xC)                                                                                \
+    X(OMX_VIDEO_CodingImageHEIC, 0xD)
 
-inline constexpr OMX_COLOR_FORMATTYPE OMX_COLOR_FormatAndroidOpaque = ZVX_OMX_COLOR(0x7F000789);
-inline constexpr OMX_COLOR_FORMATTYPE OMX_COLOR_Format32BitRGBA8888 = ZVX_OMX_COLOR(0x7F00A000);
-inline constexpr OMX_COLOR_FORMATTYPE OMX_COLOR_FormatYUV420Flexible = ZVX_OMX_COLOR(0x7F420888);
-inline constexpr OMX_COLOR_FORMATTYPE OMX_COLOR_FormatYUV420Planar16 = ZVX_OMX_COLOR(0x7F42016B);
-inline constexpr OMX_COLOR_FORMATTYPE OMX_COLOR_FormatYUV444Y410 = ZVX_OMX_COLOR(0x7F444AAA);
+#define ZVX_OMX_ANDROID_COLOR_FORMATS(X)                                                                               \
+    X(OMX_COLOR_FormatAndroidOpaque, 0x7F000789)                                                                       \
+    X(OMX_COLOR_Format32BitRGBA8888, 0x7F00A000)                                                                       \
+    X(OMX_COLOR_FormatYUV420Flexible, 0x7F420888)                                                                      \
+    X(OMX_COLOR_FormatYUV420Planar16, 0x7F42016B)                                                                      \
+    X(OMX_COLOR_FormatYUV444Y410, 0x7F444AAA)
 
-inline constexpr OMX_EVENTTYPE OMX_EventOutputRendered = static_cast<OMX_EVENTTYPE>(0x7F000001);
+#define ZVX_OMX_ANDROID_EVENTS(X) X(OMX_EventOutputRendered, 0x7F000001)
+
+/* Every extension value of each enumeration, for the definitions below and the name tables. */
+#define ZVX_OMX_EXTENSION_INDICES(X)                                                                                   \
+    ZVX_OMX_VENDOR_EXTENSION_INDICES(X) ZVX_OMX_VENDOR_INTERNAL_INDICES(X) ZVX_OMX_ANDROID_INDICES(X)
+#define ZVX_OMX_EXTENSION_COLOR_FORMATS(X) ZVX_OMX_VENDOR_COLOR_FORMATS(X) ZVX_OMX_ANDROID_COLOR_FORMATS(X)
+#define ZVX_OMX_EXTENSION_CODINGS(X) ZVX_OMX_ANDROID_CODINGS(X)
+#define ZVX_OMX_EXTENSION_EVENTS(X) ZVX_OMX_ANDROID_EVENTS(X)
+
+#define ZVXP_OMX_DEFINE_INDEX(name, value) inline constexpr OMX_INDEXTYPE name = static_cast<OMX_INDEXTYPE>(value);
+#define ZVXP_OMX_DEFINE_COLOR(name, value)                                                                             \
+    inline constexpr OMX_COLOR_FORMATTYPE name = static_cast<OMX_COLOR_FORMATTYPE>(value);
+#define ZVXP_OMX_DEFINE_CODING(name, value)                                                                            \
+    inline constexpr OMX_VIDEO_CODINGTYPE name = static_cast<OMX_VIDEO_CODINGTYPE>(value);
+#define ZVXP_OMX_DEFINE_EVENT(name, value) inline constexpr OMX_EVENTTYPE name = static_cast<OMX_EVENTTYPE>(value);
+ZVX_OMX_EXTENSION_INDICES(ZVXP_OMX_DEFINE_INDEX)
+ZVX_OMX_EXTENSION_COLOR_FORMATS(ZVXP_OMX_DEFINE_COLOR)
+ZVX_OMX_EXTENSION_CODINGS(ZVXP_OMX_DEFINE_CODING)
+ZVX_OMX_EXTENSION_EVENTS(ZVXP_OMX_DEFINE_EVENT)
+#undef ZVXP_OMX_DEFINE_INDEX
+#undef ZVXP_OMX_DEFINE_COLOR
+#undef ZVXP_OMX_DEFINE_CODING
+#undef ZVXP_OMX_DEFINE_EVENT
 
 inline constexpr OMX_VIDEO_AVCPROFILETYPE OMX_VIDEO_AVCProfileConstrainedBaseline =
     static_cast<OMX_VIDEO_AVCPROFILETYPE>(0x10000);
@@ -897,9 +931,5 @@ typedef struct VideoNativeHandleMetadata {
     void *pHandle;
 } VideoNativeHandleMetadata;
 static_assert(sizeof(VideoNativeHandleMetadata) == 16);
-
-#undef ZVX_OMX_INDEX
-#undef ZVX_OMX_COLOR
-#undef ZVX_OMX_CODING
 
 #endif

@@ -7,7 +7,7 @@
 bool zvx_omx_common_component_create_session(zvx_omx_common_component *comp);
 /* Only a created session on an open device is destroyed, so a second call does nothing. */
 void zvx_omx_common_component_destroy_session(zvx_omx_common_component *comp);
-/* Pushes every port definition to the session. */
+/* Passes every stored setting the session must know to it, port definitions first. */
 void zvx_omx_common_component_send_current_settings(zvx_omx_common_component *comp);
 
 #endif

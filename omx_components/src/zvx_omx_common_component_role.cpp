@@ -1,5 +1,6 @@
 #include "zvx_omx_common_component_role.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -7,6 +8,7 @@
 #include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
 #include "zvx_omx_session.h"
+#include "zvx_omx_settings_lock.h"
 #include "zvx_session_interface.h"
 
 namespace {
@@ -32,10 +34,23 @@ constexpr zvxp_codec_entry ZVXP_CODECS[] = {
     {"vp9", zvx_omx_port_vp9_config, ZVX_OMX_COMPONENT_ROLE_VP9},
 };
 
+/* A codec lists fewer pairs than the one before it may have: the old list must not show through. */
+void zvxp_forget_profile_levels(struct zvx_map *map)
+{
+    for (uint32_t sub_index = 0;; ++sub_index) {
+        if (zvx_omx_config_find(map, OMX_IndexParamVideoProfileLevelQuerySupported, sub_index) == nullptr) {
+            return;
+        }
+        zvx_omx_config_key key = {OMX_IndexParamVideoProfileLevelQuerySupported, sub_index};
+        zvx_map_erase(map, &key);
+    }
+}
+
 OMX_ERRORTYPE zvxp_apply_codec(struct zvx_omx_common_component *comp, const zvxp_codec_entry &codec)
 {
     const zvx_omx_component_type_t type = zvx_omx_common_component_get_type(comp);
     const OMX_U32 bitstream_port = zvx_omx_common_component_get_bitstream_port_index(comp);
+    zvxp_forget_profile_levels(&comp->ports[bitstream_port].config_and_params);
     OMX_ERRORTYPE result = codec.bitstream_config(type, bitstream_port, &comp->ports[bitstream_port].config_and_params);
     if (codec.role == ZVX_OMX_COMPONENT_ROLE_JPEG) {
         const OMX_U32 picture_port = zvx_omx_common_component_get_yuv_port_index(comp);
@@ -44,6 +59,19 @@ OMX_ERRORTYPE zvxp_apply_codec(struct zvx_omx_common_component *comp, const zvxp
             result | zvx_omx_frame_port_jpeg_config(&comp->ports[picture_port].config_and_params));
     }
     return result;
+}
+
+/* The next session is created for the stored role, so it must name the codec just applied. */
+void zvxp_store_role(struct zvx_omx_common_component *comp, std::string_view role)
+{
+    auto *stored = static_cast<OMX_PARAM_COMPONENTROLETYPE *>(
+        zvx_omx_config_find(&comp->config_and_params, OMX_IndexParamStandardComponentRole, 0));
+    if (stored == nullptr) {
+        return;
+    }
+    const size_t length = std::min(role.size(), sizeof(stored->cRole) - 1);
+    std::memcpy(stored->cRole, role.data(), length);
+    std::memset(stored->cRole + length, 0, sizeof(stored->cRole) - length);
 }
 
 } // namespace
@@ -64,8 +92,13 @@ OMX_ERRORTYPE zvx_omx_common_component_set_role(struct zvx_omx_common_component 
     const std::string_view word = requested.substr(prefix.size());
     for (const zvxp_codec_entry &codec : ZVXP_CODECS) {
         if (codec.word == word) {
-            const OMX_ERRORTYPE result = zvxp_apply_codec(comp, codec);
-            comp->role = codec.role;
+            OMX_ERRORTYPE result;
+            {
+                zvx_omx_settings_lock lock(comp);
+                result = zvxp_apply_codec(comp, codec);
+                zvxp_store_role(comp, requested);
+                comp->role = codec.role;
+            }
             zvx_omx_common_component_destroy_session(comp);
             return result;
         }

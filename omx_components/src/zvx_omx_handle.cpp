@@ -5,6 +5,7 @@
 
 #include "zvx_omx_common_component_buffers.h"
 #include "zvx_omx_common_component_commands.h"
+#include "zvx_omx_parameters.h"
 
 void zvx_omx_handle_fill(struct zvx_omx_component *handle, zvx_omx_common_component *comp, OMX_PTR app_data)
 {
@@ -27,4 +28,8 @@ void zvx_omx_handle_fill(struct zvx_omx_component *handle, zvx_omx_common_compon
     omx->EmptyThisBuffer = zvx_omx_common_component_empty_this_buffer;
     omx->FillThisBuffer = zvx_omx_common_component_fill_this_buffer;
     omx->SetCallbacks = zvx_omx_common_component_set_callbacks;
+    omx->GetParameter = zvx_omx_common_component_get_parameter;
+    omx->GetConfig = zvx_omx_common_component_get_parameter;
+    omx->SetParameter = zvx_omx_common_component_set_parameter;
+    omx->SetConfig = zvx_omx_common_component_set_parameter;
 }

@@ -7,7 +7,6 @@
 
 #include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
-#include "zvx_omx_translate.h"
 #include "zvx_session_interface.h"
 
 bool zvx_omx_common_component_create_session(zvx_omx_common_component *comp)
@@ -51,18 +50,4 @@ void zvx_omx_common_component_destroy_session(zvx_omx_common_component *comp)
     zvx_instr_write_msg(ZVX_INSTR_SESSION_DESTROYED, sizeof(comp->driver_fd), &comp->driver_fd);
     zvx_destroy_session(comp->driver_fd);
     std::atomic_ref(comp->session_created).store(false);
-}
-
-void zvx_omx_common_component_send_current_settings(zvx_omx_common_component *comp)
-{
-    const bool decoder = comp->type == ZVX_OMX_DECODER;
-    for (zvx_omx_port &port : comp->ports) {
-        OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&port);
-        if (definition == nullptr)
-            continue;
-        kern_omx120_param_portdefinitiontype session_definition;
-        zvx_omx_translate_112_to_120_IndexParamPortDefinition(&session_definition, definition, decoder);
-        zvx_set_parameter(comp->driver_fd, OMX_IndexParamPortDefinition, sizeof(session_definition),
-                          &session_definition);
-    }
 }

@@ -64,6 +64,8 @@ TEST_F(Component, InitLeavesALoadedComponentBehindAFilledHandle)
     EXPECT_FALSE(comp->session_created);
     EXPECT_EQ(handle.omx.nSize, 168u);
     EXPECT_EQ(handle.omx.pComponentPrivate, comp.get());
+    ASSERT_NE(handle.omx.GetParameter, nullptr);
+    ASSERT_NE(handle.omx.SetParameter, nullptr);
     EXPECT_EQ(handle.omx.GetConfig, handle.omx.GetParameter);
     EXPECT_EQ(handle.omx.SetConfig, handle.omx.SetParameter);
 }

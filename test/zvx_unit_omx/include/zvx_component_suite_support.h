@@ -58,6 +58,20 @@ template <typename T> T zvx_marker(std::uintptr_t value)
     return reinterpret_cast<T>(value);
 }
 
+/* A record as a client fills it before a get or set: zeroed, its size, version 1.1.2.0 and port. */
+template <typename T> T zvx_client_record(OMX_U32 port)
+{
+    T record;
+    std::memset(&record, 0, sizeof(record));
+    record.nSize = sizeof(record);
+    record.nVersion.s.nVersionMajor = 1;
+    record.nVersion.s.nVersionMinor = 1;
+    record.nVersion.s.nRevision = 2;
+    if constexpr (requires { record.nPortIndex; })
+        record.nPortIndex = port;
+    return record;
+}
+
 /* Session role query of the decoder and encoder suites: every role but `rejected`, nothing for null. */
 inline OMX_BOOL zvx_role_enabled_except(const char *role, const char *rejected)
 {

@@ -15,6 +15,9 @@
 #include "zvx_omx_extensions.h"
 #include "zvx_omx_port_commands.h"
 #include "zvx_omx_session.h"
+#include "zvx_omx_buffer_layout.h"
+#include "zvx_omx_config.h"
+#include "zvx_omx_parameters.h"
 
 namespace {
 
@@ -574,6 +577,351 @@ void zvx_test_flush_buffers_in_executing_state(quro_utf_suite *)
     zvx_component_suite_release();
 }
 
+/* A common component of `type` holding its kind's port defaults, without a command thread: sets run
+ * on the test's own thread. The test ends with zvx_component_suite_release. */
+void zvxp_init_with_defaults(zvx_omx_common_component *component, zvx_omx_component *handle,
+                             zvx_omx_component_type_t type)
+{
+    zvx_omx_common_component_set_type(component, type);
+    ZVX_REQUIRE_EQ(zvx_omx_common_component_init(handle, component, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_common_component_destroy>(component);
+    auto build = type == ZVX_OMX_ENCODER ? zvx_omx_config_encoder : zvx_omx_config_decoder;
+    ZVX_REQUIRE_EQ(build(&component->ports[0].config_and_params, &component->ports[1].config_and_params),
+                   OMX_ErrorNone);
+}
+
+OMX_PARAM_PORTDEFINITIONTYPE zvxp_port_definition(OMX_COMPONENTTYPE *omx, OMX_U32 port)
+{
+    auto definition = zvx_client_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamPortDefinition, &definition), OMX_ErrorNone);
+    return definition;
+}
+
+void zvx_test_get_parameter(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvxp_init_with_defaults(&component, &handle, ZVX_OMX_DECODER);
+    OMX_COMPONENTTYPE *omx = &handle.omx;
+
+    const OMX_PARAM_PORTDEFINITIONTYPE input = zvxp_port_definition(omx, 0);
+    ZVX_REQUIRE_EQ(input.eDir, OMX_DirInput);
+    ZVX_REQUIRE_EQ(input.nBufferCountActual, 5u);
+    ZVX_REQUIRE_EQ(input.nBufferSize, 1048576u);
+    ZVX_REQUIRE_EQ(input.format.video.nFrameWidth, 176u);
+    const OMX_PARAM_PORTDEFINITIONTYPE output = zvxp_port_definition(omx, 1);
+    ZVX_REQUIRE_EQ(output.eDir, OMX_DirOutput);
+    ZVX_REQUIRE_EQ(output.format.video.eColorFormat, OMX_COLOR_FormatYUV420Planar);
+    ZVX_REQUIRE_EQ(output.format.video.nStride, 176);
+    ZVX_REQUIRE_EQ(output.nBufferAlignment, 4096u);
+
+    auto crop = zvx_client_record<OMX_CONFIG_RECTTYPE>(1);
+    ZVX_REQUIRE_EQ(omx->GetConfig(omx, OMX_IndexConfigCommonOutputCrop, &crop), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(crop.nHeight, 144u);
+    auto role = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(std::strcmp(reinterpret_cast<char *>(role.cRole), "video_decoder.avc"), 0);
+    auto ports = zvx_client_record<OMX_PORT_PARAM_TYPE>(0);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoInit, &ports), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(ports.nPorts, 2u);
+
+    auto format = zvx_client_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
+    for (format.nIndex = 0; format.nIndex < 4; ++format.nIndex)
+        ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoPortFormat, &format), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoPortFormat, &format), OMX_ErrorNoMore);
+
+    auto bad = zvx_client_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamPortDefinition, nullptr), OMX_ErrorBadParameter);
+    bad.nSize = 4;
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamPortDefinition, &bad), OMX_ErrorBadParameter);
+    bad = zvx_client_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    bad.nVersion.s.nVersionMajor = 2;
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamPortDefinition, &bad), OMX_ErrorVersionMismatch);
+    bad = zvx_client_record<OMX_PARAM_PORTDEFINITIONTYPE>(7);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamPortDefinition, &bad), OMX_ErrorBadPortIndex);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamAudioPcm, &bad), OMX_ErrorUnsupportedIndex);
+    auto bitrate = zvx_client_record<OMX_VIDEO_PARAM_BITRATETYPE>(1);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoBitrate, &bitrate), OMX_ErrorUnsupportedIndex);
+    zvxu_atomic_set(&component.omx_state, OMX_StateInvalid);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoInit, &ports), OMX_ErrorInvalidState);
+    zvx_component_suite_release();
+}
+
+void zvx_test_set_parameter(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvxp_init_with_defaults(&component, &handle, ZVX_OMX_DECODER);
+    OMX_COMPONENTTYPE *omx = &handle.omx;
+
+    OMX_PARAM_PORTDEFINITIONTYPE input = zvxp_port_definition(omx, 0);
+    input.format.video.nFrameWidth = 640;
+    input.format.video.nFrameHeight = 480;
+    ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
+    const OMX_PARAM_PORTDEFINITIONTYPE output = zvxp_port_definition(omx, 1);
+    ZVX_REQUIRE_EQ(output.format.video.nFrameWidth, 640u);
+    ZVX_REQUIRE_EQ(output.format.video.nStride, 640);
+    ZVX_REQUIRE_EQ(output.nBufferSize, 460800u);
+
+    input.nBufferCountActual = input.nBufferCountMin - 1;
+    ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamPortDefinition, &input), OMX_ErrorBadParameter);
+    ZVX_REQUIRE_EQ(zvxp_port_definition(omx, 0).nBufferCountActual, 5u);
+
+    input.nBufferCountActual = 6;
+    zvxu_atomic_set(&component.omx_state, OMX_StateExecuting);
+    ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamPortDefinition, &input), OMX_ErrorIncorrectStateOperation);
+    auto mirror = zvx_client_record<OMX_CONFIG_MIRRORTYPE>(1);
+    mirror.eMirror = OMX_MirrorHorizontal;
+    ZVX_REQUIRE_EQ(omx->SetConfig(omx, OMX_IndexConfigCommonMirror, &mirror), OMX_ErrorNone);
+    zvx_omx_port_get_definition(&component.ports[0])->bEnabled = OMX_FALSE;
+    ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(zvxp_port_definition(omx, 0).nBufferCountActual, 6u);
+
+    // The command function itself trusts the entry point's size checks, but no other check.
+    struct command_set_parameter_data command = {
+        {common_component_cmd_set_parameter}, OMX_IndexParamAudioPcm, &mirror, OMX_ErrorNone, nullptr};
+    ZVX_REQUIRE(common_component_cmd_set_parameter(&component, &command.command_data));
+    ZVX_REQUIRE_EQ(command.error, OMX_ErrorUnsupportedIndex);
+    command.index = OMX_IndexConfigCommonMirror;
+    command.param = nullptr;
+    ZVX_REQUIRE(common_component_cmd_set_parameter(&component, &command.command_data));
+    ZVX_REQUIRE_EQ(command.error, OMX_ErrorBadParameter);
+    mirror.nPortIndex = 5;
+    command.param = &mirror;
+    ZVX_REQUIRE(common_component_cmd_set_parameter(&component, &command.command_data));
+    ZVX_REQUIRE_EQ(command.error, OMX_ErrorBadPortIndex);
+    zvxu_atomic_set(&component.omx_state, OMX_StateLoaded);
+    zvx_component_suite_release();
+}
+
+/* What the session stub was told; checked by the test after the call, never inside the component. */
+struct {
+    int port_definitions;
+    int rotations;
+    OMX_S32 last_rotation;
+    bool definitions_after_others;
+} zvxp_posted;
+
+void zvxp_count_posted(int, OMX_INDEXTYPE index, OMX_U32, void *param)
+{
+    if (index == OMX_IndexParamPortDefinition) {
+        zvxp_posted.definitions_after_others |= zvxp_posted.rotations != 0;
+        ++zvxp_posted.port_definitions;
+    } else if (index == OMX_IndexConfigCommonRotate) {
+        ++zvxp_posted.rotations;
+        zvxp_posted.last_rotation = static_cast<OMX_CONFIG_ROTATIONTYPE *>(param)->nRotation;
+    }
+}
+
+void zvx_test_purge_and_post(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvxp_init_with_defaults(&component, &handle, ZVX_OMX_DECODER);
+    OMX_COMPONENTTYPE *omx = &handle.omx;
+    zvxp_posted = {};
+    bb_cb.bbcb_set_parameter = zvxp_count_posted;
+
+    auto rotate = zvx_client_record<OMX_CONFIG_ROTATIONTYPE>(1);
+    for (OMX_S32 degrees : {90, 180}) {
+        rotate.nRotation = degrees;
+        ZVX_REQUIRE_EQ(omx->SetConfig(omx, OMX_IndexConfigCommonRotate, &rotate), OMX_ErrorNone);
+    }
+    ZVX_REQUIRE_EQ(zvxp_posted.rotations, 0);
+
+    ZVX_REQUIRE(zvx_omx_common_component_create_session(&component));
+    ZVX_REQUIRE_EQ(zvxp_posted.port_definitions, 2);
+    ZVX_REQUIRE(!zvxp_posted.definitions_after_others);
+    ZVX_REQUIRE_EQ(zvxp_posted.rotations, 1);
+    ZVX_REQUIRE_EQ(zvxp_posted.last_rotation, 180);
+
+    rotate.nRotation = 270;
+    ZVX_REQUIRE_EQ(omx->SetConfig(omx, OMX_IndexConfigCommonRotate, &rotate), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(zvxp_posted.rotations, 2);
+    ZVX_REQUIRE_EQ(zvxp_posted.last_rotation, 270);
+
+    // A session created again, after a role change or a way back to Loaded, learns everything anew.
+    zvx_omx_common_component_destroy_session(&component);
+    zvxp_posted = {};
+    ZVX_REQUIRE(zvx_omx_common_component_create_session(&component));
+    ZVX_REQUIRE_EQ(zvxp_posted.rotations, 1);
+    ZVX_REQUIRE_EQ(zvxp_posted.last_rotation, 270);
+    zvx_component_suite_release();
+}
+
+OMX_ERRORTYPE zvxp_set_role(OMX_COMPONENTTYPE *omx, const char *role)
+{
+    auto record = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    std::strncpy(reinterpret_cast<char *>(record.cRole), role, sizeof(record.cRole) - 1);
+    return omx->SetParameter(omx, OMX_IndexParamStandardComponentRole, &record);
+}
+
+void zvxp_require_stored_role(OMX_COMPONENTTYPE *omx, const char *expected)
+{
+    auto record = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamStandardComponentRole, &record), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(std::strcmp(reinterpret_cast<char *>(record.cRole), expected), 0);
+}
+
+struct zvxp_role_case {
+    const char *role;
+    OMX_VIDEO_CODINGTYPE coding;
+    zvx_omx_component_role_t value;
+};
+
+void zvxp_check_roles(zvx_omx_component_type_t type, const zvxp_role_case *cases, size_t count)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvxp_init_with_defaults(&component, &handle, type);
+    OMX_COMPONENTTYPE *omx = &handle.omx;
+    const OMX_U32 bitstream = zvx_omx_common_component_get_bitstream_port_index(&component);
+    for (size_t i = 0; i < count; ++i) {
+        ZVX_REQUIRE_EQ(zvxp_set_role(omx, cases[i].role), OMX_ErrorNone);
+        zvxp_require_stored_role(omx, cases[i].role);
+        ZVX_REQUIRE_EQ(component.role, cases[i].value);
+        ZVX_REQUIRE_EQ(zvxp_port_definition(omx, bitstream).format.video.eCompressionFormat, cases[i].coding);
+    }
+    zvx_component_suite_release();
+}
+
+void zvx_test_set_role(quro_utf_suite *)
+{
+    static constexpr zvxp_role_case decoder_roles[] = {
+        {"video_decoder.avc", OMX_VIDEO_CodingAVC, ZVX_OMX_COMPONENT_ROLE_AVC},
+        {"video_decoder.h263", OMX_VIDEO_CodingH263, ZVX_OMX_COMPONENT_ROLE_H263},
+        {"video_decoder.mpeg4", OMX_VIDEO_CodingMPEG4, ZVX_OMX_COMPONENT_ROLE_MPEG4},
+        {"video_decoder.vp8", OMX_VIDEO_CodingVP8, ZVX_OMX_COMPONENT_ROLE_VP8},
+        {"video_decoder.vp9", OMX_VIDEO_CodingVP9, ZVX_OMX_COMPONENT_ROLE_VP9},
+        {"video_decoder.rv", OMX_VIDEO_CodingRV, ZVX_OMX_COMPONENT_ROLE_RV},
+        {"video_decoder.vc1", OMX_VIDEO_CodingWMV, ZVX_OMX_COMPONENT_ROLE_VC1},
+        {"video_decoder.mpeg2", OMX_VIDEO_CodingMPEG2, ZVX_OMX_COMPONENT_ROLE_MPEG2},
+        {"video_decoder.hevc", OMX_VIDEO_CodingHEVC, ZVX_OMX_COMPONENT_ROLE_HEVC},
+    };
+    static constexpr zvxp_role_case encoder_roles[] = {
+        {"video_encoder.avc", OMX_VIDEO_CodingAVC, ZVX_OMX_COMPONENT_ROLE_AVC},
+        {"video_encoder.vp8", OMX_VIDEO_CodingVP8, ZVX_OMX_COMPONENT_ROLE_VP8},
+        {"video_encoder.vp9", OMX_VIDEO_CodingVP9, ZVX_OMX_COMPONENT_ROLE_VP9},
+        {"video_encoder.hevc", OMX_VIDEO_CodingHEVC, ZVX_OMX_COMPONENT_ROLE_HEVC},
+    };
+    zvxp_check_roles(ZVX_OMX_DECODER, decoder_roles, std::size(decoder_roles));
+    zvxp_check_roles(ZVX_OMX_ENCODER, encoder_roles, std::size(encoder_roles));
+
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvxp_init_with_defaults(&component, &handle, ZVX_OMX_DECODER);
+    OMX_COMPONENTTYPE *omx = &handle.omx;
+    ZVX_REQUIRE_EQ(zvxp_set_role(omx, "video_decoder.hevc"), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(zvxp_set_role(omx, "video_encoder.avc"), OMX_ErrorUndefined);
+    ZVX_REQUIRE_EQ(component.role, ZVX_OMX_COMPONENT_ROLE_HEVC);
+    ZVX_REQUIRE_EQ(zvxp_set_role(omx, "video_decoder.xyz"), OMX_ErrorBadParameter);
+    ZVX_REQUIRE_EQ(component.role, ZVX_OMX_COMPONENT_ROLE_UNCLASSIFIED);
+    zvxp_require_stored_role(omx, "video_decoder.hevc");
+    auto unterminated = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    std::memset(unterminated.cRole, 'x', sizeof(unterminated.cRole));
+    ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamStandardComponentRole, &unterminated), OMX_ErrorBadParameter);
+    zvxp_require_stored_role(omx, "video_decoder.hevc");
+    zvx_component_suite_release();
+}
+
+template <typename T> void zvxp_require_round_trip(OMX_COMPONENTTYPE *omx, OMX_INDEXTYPE index, const T &given)
+{
+    T copy = given;
+    ZVX_REQUIRE_EQ(omx->SetParameter(omx, index, &copy), OMX_ErrorNone);
+    T got = zvx_client_record<T>(given.nPortIndex);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, index, &got), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(std::memcmp(&got, &given, sizeof(got)), 0);
+}
+
+void zvx_test_set_misc(quro_utf_suite *)
+{
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvxp_init_with_defaults(&component, &handle, ZVX_OMX_DECODER);
+    OMX_COMPONENTTYPE *omx = &handle.omx;
+
+    auto tcx = zvx_client_record<OMX_PARAM_ENABLETCXTYPE>(1);
+    tcx.bEnabled = OMX_TRUE;
+    tcx.bTilesEnabled = OMX_TRUE;
+    zvxp_require_round_trip(omx, OMX_IndexParamEnableTCX, tcx);
+    ZVX_REQUIRE(zvx_omx_common_component_is_tcx_enabled(&component, 1, nullptr, nullptr));
+    ZVX_REQUIRE_EQ(zvxp_port_definition(omx, 1).nBufferSize, 44000u + 64u);
+    tcx.nPortIndex = 0;
+    ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamEnableTCX, &tcx), OMX_ErrorUnsupportedIndex);
+
+    auto metadata = zvx_client_record<StoreMetaDataInBuffersParams>(1);
+    metadata.bStoreMetaData = OMX_TRUE;
+    zvxp_require_round_trip(omx, OMX_IndexParamEnableStoreMetaData, metadata);
+    ZVX_REQUIRE_EQ(zvxp_port_definition(omx, 0).nBufferSize, 2073600u);
+
+    auto dmabuf = zvx_client_record<OMX_PARAM_ENABLEDMABUFTYPE>(0);
+    dmabuf.bEnabled = OMX_TRUE;
+    zvxp_require_round_trip(omx, OMX_IndexParamEnableDmaBuf, dmabuf);
+    ZVX_REQUIRE(zvx_omx_common_component_is_dmabuf_enabled(&component, 0));
+
+    auto native = zvx_client_record<EnableAndroidNativeBuffersParams>(1);
+    native.enable = OMX_TRUE;
+    zvxp_require_round_trip(omx, OMX_IndexParamEnableAndroidNativeBuffer, native);
+    auto usage = zvx_client_record<GetAndroidNativeBufferUsageParams>(1);
+    ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamGetAndroidNativeBufferUsage, &usage),
+                   OMX_ErrorUnsupportedIndex);
+
+    auto aspects = zvx_client_record<DescribeColorAspectsParams>(1);
+    aspects.sAspects = {RangeLimited, PrimariesBT709_5, TransferSMPTE170M, MatrixBT709_5};
+    zvxp_require_round_trip(omx, OMX_IndexParamDescribeColorAspects, aspects);
+    auto hdr = zvx_client_record<DescribeHDRStaticInfoParams>(1);
+    hdr.sInfo.sType1.mMaxDisplayLuminance = 1000;
+    zvxp_require_round_trip(omx, OMX_IndexConfigDescribeHDRColorInfo, hdr);
+    auto rate = zvx_client_record<OMX_PARAM_U32TYPE>(1);
+    rate.nU32 = 60 << 16;
+    zvxp_require_round_trip(omx, OMX_IndexConfigOperatingRate, rate);
+
+    auto describe = zvx_client_record<DescribeColorFormatParams>(0);
+    describe.eColorFormat = OMX_COLOR_FormatYUV420SemiPlanar;
+    describe.nFrameWidth = 176;
+    describe.nFrameHeight = 144;
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(describe.sMediaImage.mNumPlanes, 3u);
+    ZVX_REQUIRE_EQ(describe.sMediaImage.mPlane[MEDIA_IMAGE_U].mOffset, 176u * 144u);
+    auto support = zvx_client_record<OMX_PARAM_TCXTYPE>(1);
+    ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamTCX, &support), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(support.bSupported, OMX_FALSE);
+    zvx_component_suite_release();
+}
+
+void zvx_test_calc_buffer_size_stride(quro_utf_suite *)
+{
+    OMX_U32 stride = 0;
+    ZVX_REQUIRE_EQ(common_component_cmd_calc_buffer_size_stride(176, 144, OMX_COLOR_FormatYUV420Planar, false, &stride),
+                   38016u);
+    ZVX_REQUIRE_EQ(stride, 176u);
+    ZVX_REQUIRE_EQ(common_component_cmd_calc_buffer_size_stride(176, 144, OMX_COLOR_FormatYUV420Planar, true, &stride),
+                   44000u);
+    ZVX_REQUIRE_EQ(calc_buffer_size_tcx(176, 144, false), 44000u);
+    ZVX_REQUIRE_EQ(
+        common_component_cmd_calc_buffer_size_stride(176, 144, OMX_COLOR_Format32bitBGRA8888, false, &stride), 101376u);
+    ZVX_REQUIRE_EQ(stride, 704u);
+    ZVX_REQUIRE_EQ(common_component_cmd_calc_buffer_size_stride(176, 144, OMX_COLOR_FormatAndroidOpaque, true, &stride),
+                   38016u);
+    ZVX_REQUIRE_EQ(
+        common_component_cmd_calc_buffer_size_stride(176, 144, QURO_COLOR_FormatAAYUYAAYVY_10b, true, &stride),
+        calc_buffer_size_tcx(176, 144, true));
+    ZVX_REQUIRE_EQ(common_component_cmd_calc_buffer_size_stride(176, 144, QURO_COLOR_FormatYUV422_1P, true, &stride),
+                   50688u);
+    ZVX_REQUIRE_EQ(align(1, 32), 32);
+    ZVX_REQUIRE_EQ(saturate_u32(16, 64, 100), 64u);
+
+    zvx_omx_common_component component;
+    zvx_omx_component handle;
+    zvxp_init_with_defaults(&component, &handle, ZVX_OMX_ENCODER);
+    OMX_PARAM_PORTDEFINITIONTYPE *input = zvx_omx_port_get_definition(&component.ports[0]);
+    input->format.video.nFrameWidth = 1920;
+    input->format.video.nFrameHeight = 1080;
+    zvx_omx_common_component_update_buffer_size(&component, 1);
+    ZVX_REQUIRE_EQ(zvx_omx_port_get_definition(&component.ports[1])->nBufferSize, 4665600u);
+    zvx_component_suite_release();
+}
+
 /* Numbers missing here belong to tests that arrive with the features they exercise. */
 const zvx_component_suite_test ZVXP_TESTS[] = {
     {1, "Get type - null component", zvx_test_get_type_null_component},
@@ -596,12 +944,18 @@ const zvx_component_suite_test ZVXP_TESTS[] = {
     {18, "Get extension index", zvx_test_get_extension_index},
     {19, "Set callbacks", zvx_test_set_callbacks},
     {22, "Queue command - null params", zvx_test_queue_command_with_null},
+    {28, "Get parameter", zvx_test_get_parameter},
+    {29, "Set parameter", zvx_test_set_parameter},
+    {30, "Purge and Post set param", zvx_test_purge_and_post},
+    {31, "Set role", zvx_test_set_role},
+    {32, "Set misc", zvx_test_set_misc},
     {33, "Send command", zvx_test_send_command},
     {34, "Port enable disable", zvx_test_port_enable_disable},
     {35, "State change", zvx_test_state_change},
     {36, "Cproc", zvx_test_cproc},
     {37, "Handle event", zvx_test_handle_event},
     {44, "Flush buffers in executing state", zvx_test_flush_buffers_in_executing_state},
+    {45, "Calc buffer size & Stride", zvx_test_calc_buffer_size_stride},
 };
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "zvx_component_suites.h"
 #include "zvx_omx_encoder_component.h"
 #include "zvx_omx_extensions.h"
+#include "zvx_omx_parameters.h"
 #include "zvx_omx_port.h"
 
 namespace {
@@ -100,7 +101,38 @@ void zvx_test_create_handle(quro_utf_suite *)
     zvx_component_suite_release();
 }
 
-/* Test 7 ("Color aspects") arrives with the set-parameter handler. */
+/* The set-parameter command run directly, as the command thread runs it; the record's nSize is not
+ * looked at there. */
+OMX_ERRORTYPE zvxp_run_set_parameter(zvx_omx_encoder_component *encoder, OMX_INDEXTYPE index, void *record)
+{
+    struct command_set_parameter_data command = {
+        {common_component_cmd_set_parameter}, index, record, OMX_ErrorUndefined, nullptr};
+    ZVX_REQUIRE(common_component_cmd_set_parameter(&encoder->common, &command.command_data));
+    return command.error;
+}
+
+void zvx_test_color_aspects(quro_utf_suite *)
+{
+    zvx_omx_encoder_component encoder;
+    zvx_omx_component handle;
+    std::memset(&encoder, 0, sizeof(encoder));
+    ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_encoder_component_destroy>(&encoder);
+
+    auto role = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    std::strncpy(reinterpret_cast<char *>(role.cRole), "video_encoder.avc", sizeof(role.cRole) - 1);
+    ZVX_REQUIRE_EQ(zvxp_run_set_parameter(&encoder, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
+    for (uint32_t i = 0; i <= 6; ++i) {
+        DescribeColorAspectsParams aspects;
+        std::memset(&aspects, 0, sizeof(aspects));
+        aspects.sAspects.mRange = static_cast<ColorAspectsRange>(i);
+        aspects.sAspects.mPrimaries = static_cast<ColorAspectsPrimaries>(i);
+        aspects.sAspects.mMatrixCoeffs = static_cast<ColorAspectsMatrixCoeffs>(i);
+        ZVX_REQUIRE_EQ(zvxp_run_set_parameter(&encoder, OMX_IndexParamDescribeColorAspects, &aspects), OMX_ErrorNone);
+    }
+    zvx_component_suite_release();
+}
+
 const zvx_component_suite_test ZVXP_TESTS[] = {
     {1, "Encoder init n destroy", zvx_test_init_destroy},
     {2, "Encoder destroy", zvx_test_destroy},
@@ -108,6 +140,7 @@ const zvx_component_suite_test ZVXP_TESTS[] = {
     {4, "Encoder get enabled roles", zvx_test_get_enabled_roles},
     {5, "Encoder role enumeration", zvx_test_role_enum},
     {6, "Encoder create handle", zvx_test_create_handle},
+    {7, "Color aspects", zvx_test_color_aspects},
 };
 
 } // namespace

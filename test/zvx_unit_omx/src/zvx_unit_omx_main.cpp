@@ -14,10 +14,8 @@ typedef quro_utf_suite *(*zvxp_suite_factory)(quro_utf_mempool *pool, quro_utf_r
                                               quro_utf_suite *prev_suite);
 
 constexpr zvxp_suite_factory zvxp_suites[] = {
-    zvx_create_suite_translate,
-    zvx_create_suite_common_component,
-    zvx_create_suite_decoder_component,
-    zvx_create_suite_encoder_component,
+    zvx_create_suite_config_and_params, zvx_create_suite_translate,         zvx_create_suite_common_component,
+    zvx_create_suite_decoder_component, zvx_create_suite_encoder_component,
 };
 
 int zvxp_run(quro_utf_test_specifier *spec)

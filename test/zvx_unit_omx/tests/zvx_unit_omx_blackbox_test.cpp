@@ -48,7 +48,9 @@ TEST(ZvxUnitOmx, FullRunShowsTheBannerAndPasses)
                                0),
               0u)
         << run.output;
-    EXPECT_NE(run.output.find("All 4 suites passed"), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find("All 5 suites passed"), std::string::npos) << run.output;
+    EXPECT_LT(run.output.find("UTF: Running Config and params"), run.output.find("UTF: Running Data Translations"))
+        << "the settings are checked before anything that relies on them";
     EXPECT_EQ(run.exit_status, 0);
 }
 

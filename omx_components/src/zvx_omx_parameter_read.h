@@ -1,0 +1,20 @@
+#ifndef ZVX_OMX_PARAMETER_READ_H
+#define ZVX_OMX_PARAMETER_READ_H
+
+#include <OMX_Core.h>
+
+#include "zvx_omx_parameter_table.h"
+
+struct zvx_omx_common_component;
+struct zvx_map;
+
+/* The settings store an index of this scope lives in; null for a port beyond the component's. */
+struct zvx_map *zvx_omx_parameter_store(struct zvx_omx_common_component *comp, zvx_omx_parameter_scope scope,
+                                        OMX_U32 port);
+
+/* Fills the client's record, already checked against the entry, from the settings stores. The
+ * client's nSize is kept. Caller holds the component lock. */
+OMX_ERRORTYPE zvx_omx_parameter_read(struct zvx_omx_common_component *comp, const zvx_omx_parameter_entry &entry,
+                                     void *record);
+
+#endif
