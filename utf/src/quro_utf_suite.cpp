@@ -178,7 +178,8 @@ void quro_utfp_discard_fixture_pool(quro_utf_suite *suite)
 }
 
 // Runs the current test once over the current fixture index. Returns whether the test was timed;
-// the time is stored in *elapsed_ns. resfail_point is the failure point in resource-failure runs.
+// the time is stored in *elapsed_ns, when it is asked for. resfail_point is the failure point in
+// resource-failure runs.
 bool quro_utfp_run_fixture(quro_utf_suite *suite, quro_utfp_suite_run *run, const uint64_t *resfail_point,
                            uint64_t *elapsed_ns)
 {
@@ -212,10 +213,14 @@ bool quro_utfp_run_fixture(quro_utf_suite *suite, quro_utfp_suite_run *run, cons
                 quro_utf_resfail_enable();
                 quro_utf_resfail_fail_on(*resfail_point);
             }
-            run->execute_start_ns = quro_tpi_get_time_ns();
+            if (elapsed_ns != nullptr) {
+                run->execute_start_ns = quro_tpi_get_time_ns();
+            }
             test->execute(suite);
         }
-        *elapsed_ns = quro_tpi_get_time_ns() - run->execute_start_ns;
+        if (elapsed_ns != nullptr) {
+            *elapsed_ns = quro_tpi_get_time_ns() - run->execute_start_ns;
+        }
         if (resfail_point != nullptr) {
             run->resfail_did_fail = quro_utf_resfail_did_fail() != 0;
             quro_utf_resfail_disable();
@@ -236,8 +241,7 @@ void quro_utfp_run_fixture_repeats(quro_utf_suite *suite, quro_utfp_suite_run *r
     const quro_utf_test_specifier *spec = run->spec;
     if (spec->options & QURO_UTF_OPTION_RESFAIL) {
         for (uint64_t point = spec->resfail_start; point <= spec->resfail_end; ++point) {
-            uint64_t elapsed_ns = 0;
-            quro_utfp_run_fixture(suite, run, &point, &elapsed_ns);
+            quro_utfp_run_fixture(suite, run, &point, nullptr);
             if (!run->resfail_did_fail || point == spec->resfail_end) {
                 break;
             }
@@ -248,7 +252,7 @@ void quro_utfp_run_fixture_repeats(quro_utf_suite *suite, quro_utfp_suite_run *r
     bool timing = spec->benchmark_repeats != 0;
     for (unsigned repeat = 0; repeat < repeats; ++repeat) {
         uint64_t elapsed_ns = 0;
-        const bool timed = quro_utfp_run_fixture(suite, run, nullptr, &elapsed_ns);
+        const bool timed = quro_utfp_run_fixture(suite, run, nullptr, timing ? &elapsed_ns : nullptr);
         timing = timing && timed;
         if (timing) {
             const float seconds = static_cast<float>(static_cast<double>(elapsed_ns) / 1e9);
@@ -442,7 +446,7 @@ void quro_utf_add_test_with_user_data_and_filters(quro_utf_suite *suite, unsigne
         suite->status = QURO_UTF_RESULT_FATAL;
     }
     bool same_id = false;
-    if (quro_utfp_index_find_duplicate(suite->test_index, id, name, &same_id) != nullptr) {
+    if (quro_utfp_index_find_duplicate(suite->test_index, suite->first_test, id, name, &same_id) != nullptr) {
         if (same_id) {
             quro_utf_logerr("UTF: Duplicate Test ID %d / %#08x\n", static_cast<int>(id), id);
         } else {
@@ -515,11 +519,11 @@ quro_utf_result_status quro_utf_execute(quro_utf_suite *suite, const quro_utf_te
     const unsigned last_fixture = quro_utfp_last_fixture(suite, spec);
     bool any_selected = false;
     for (quro_utf_test *test = suite->first_test; test != nullptr; test = test->next_test) {
-        const uint64_t test_start_ns = quro_tpi_get_time_ns();
         suite->this_test = test;
         if (!quro_utfp_select_test(&quro_utfp_run_selection, suite, spec)) {
             continue;
         }
+        const uint64_t test_start_ns = quro_tpi_get_time_ns();
         any_selected = true;
         for (uint64_t index = static_cast<uint64_t>(spec->first_fixture); index <= last_fixture; ++index) {
             suite->fixture_index = static_cast<unsigned>(index);

@@ -1,7 +1,10 @@
 // Ids and names of a suite's tests, hashed, so that registering a test costs the same however many
-// came before it. Tables live in the suite's pool; a grown table leaves the old one to the pool.
+// came before it. Tables live in the suite's pool, and a grown table leaves the old one there, so
+// slots are single pointers, tables fill to three quarters before they double, and while ids only
+// ascend (as suites number their tests) a new id is known to be new without an id table at all.
 #include <string.h>
 
+#include <algorithm>
 #include <functional>
 #include <string_view>
 
@@ -11,18 +14,14 @@ namespace {
 
 constexpr unsigned kInitialCapacity = 64; // a power of two
 
-struct quro_utfp_index_slot {
-    const quro_utf_test *test; // NULL = empty
-    unsigned position;         // registration order
-};
-
 } // namespace
 
 struct quro_utfp_test_index {
-    quro_utfp_index_slot *by_id;
-    quro_utfp_index_slot *by_name;
+    const quro_utf_test **by_name; // NULL = empty slot
+    const quro_utf_test **by_id;   // NULL until an id does not ascend
     unsigned capacity;
     unsigned count;
+    unsigned highest_id;
 };
 
 namespace {
@@ -39,48 +38,74 @@ size_t quro_utfp_hash_name(const char *name)
 
 // The slot holding a test that matches, else the empty slot that ends the probe.
 template <typename Matches>
-quro_utfp_index_slot *quro_utfp_probe(quro_utfp_index_slot *table, unsigned capacity, size_t hash, Matches matches)
+const quro_utf_test **quro_utfp_probe(const quro_utf_test **table, unsigned capacity, size_t hash, Matches matches)
 {
     for (size_t i = hash & (capacity - 1);; i = (i + 1) & (capacity - 1)) {
-        if (table[i].test == nullptr || matches(table[i].test)) {
+        if (table[i] == nullptr || matches(table[i])) {
             return &table[i];
         }
     }
 }
 
-quro_utfp_index_slot *quro_utfp_id_slot(const quro_utfp_test_index *index, unsigned id)
+const quro_utf_test *quro_utfp_find_name(const quro_utfp_test_index *index, const char *name)
 {
-    return quro_utfp_probe(index->by_id, index->capacity, quro_utfp_hash_id(id),
-                           [id](const quro_utf_test *test) { return test->id == id; });
+    return *quro_utfp_probe(index->by_name, index->capacity, quro_utfp_hash_name(name),
+                            [name](const quro_utf_test *test) { return strcmp(test->name, name) == 0; });
 }
 
-quro_utfp_index_slot *quro_utfp_name_slot(const quro_utfp_test_index *index, const char *name)
+// Without an id table, only an id that does not ascend needs a look: a walk, done once, after which
+// the table exists.
+const quro_utf_test *quro_utfp_find_id(const quro_utfp_test_index *index, const quro_utf_test *first, unsigned id)
 {
-    return quro_utfp_probe(index->by_name, index->capacity, quro_utfp_hash_name(name),
-                           [name](const quro_utf_test *test) { return strcmp(test->name, name) == 0; });
+    if (index->by_id != nullptr) {
+        return *quro_utfp_probe(index->by_id, index->capacity, quro_utfp_hash_id(id),
+                                [id](const quro_utf_test *test) { return test->id == id; });
+    }
+    if (id > index->highest_id) {
+        return nullptr;
+    }
+    while (first != nullptr && first->id != id) {
+        first = first->next_test;
+    }
+    return first;
 }
 
-void quro_utfp_place(quro_utfp_test_index *index, quro_utfp_index_slot slot)
+// A test is placed only once it is known to be no duplicate, so the first empty slot will do.
+void quro_utfp_place(quro_utfp_test_index *index, const quro_utf_test *test)
 {
-    *quro_utfp_id_slot(index, slot.test->id) = slot;
-    *quro_utfp_name_slot(index, slot.test->name) = slot;
+    const auto is_other = [](const quro_utf_test *) { return false; };
+    *quro_utfp_probe(index->by_name, index->capacity, quro_utfp_hash_name(test->name), is_other) = test;
+    if (index->by_id != nullptr) {
+        *quro_utfp_probe(index->by_id, index->capacity, quro_utfp_hash_id(test->id), is_other) = test;
+    }
+    index->highest_id = std::max(index->highest_id, test->id);
+}
+
+const quro_utf_test **quro_utfp_new_table(quro_utf_mempool *pool, unsigned capacity)
+{
+    const size_t bytes = static_cast<size_t>(capacity) * sizeof(const quro_utf_test *);
+    auto *table = static_cast<const quro_utf_test **>(quro_utf_mempool_alloc(pool, bytes));
+    if (table != nullptr) {
+        memset(static_cast<void *>(table), 0, bytes);
+    }
+    return table;
 }
 
 // Tables of the given capacity holding what the old index held; NULL when the pool is exhausted.
-quro_utfp_test_index *quro_utfp_build_index(quro_utf_mempool *pool, const quro_utfp_test_index *old, unsigned capacity)
+quro_utfp_test_index *quro_utfp_build_index(quro_utf_mempool *pool, const quro_utfp_test_index *old, unsigned capacity,
+                                            bool with_ids)
 {
     auto *index = static_cast<quro_utfp_test_index *>(quro_utf_mempool_alloc(pool, sizeof(quro_utfp_test_index)));
-    auto *tables =
-        static_cast<quro_utfp_index_slot *>(quro_utf_mempool_alloc(pool, 2 * capacity * sizeof(quro_utfp_index_slot)));
-    if (index == nullptr || tables == nullptr) {
+    const quro_utf_test **by_name = quro_utfp_new_table(pool, capacity);
+    const quro_utf_test **by_id = with_ids ? quro_utfp_new_table(pool, capacity) : nullptr;
+    if (index == nullptr || by_name == nullptr || (with_ids && by_id == nullptr)) {
         return nullptr;
     }
-    memset(static_cast<void *>(tables), 0, 2 * capacity * sizeof(quro_utfp_index_slot));
-    *index = quro_utfp_test_index{tables, tables + capacity, capacity, 0};
+    *index = quro_utfp_test_index{by_name, by_id, capacity, 0, 0};
     if (old != nullptr) {
         for (unsigned i = 0; i < old->capacity; ++i) {
-            if (old->by_id[i].test != nullptr) {
-                quro_utfp_place(index, old->by_id[i]);
+            if (old->by_name[i] != nullptr) {
+                quro_utfp_place(index, old->by_name[i]);
             }
         }
         index->count = old->count;
@@ -90,30 +115,45 @@ quro_utfp_test_index *quro_utfp_build_index(quro_utf_mempool *pool, const quro_u
 
 } // namespace
 
-const quro_utf_test *quro_utfp_index_find_duplicate(const quro_utfp_test_index *index, unsigned id, const char *name,
-                                                    bool *same_id)
+const quro_utf_test *quro_utfp_index_find_duplicate(const quro_utfp_test_index *index, const quro_utf_test *first,
+                                                    unsigned id, const char *name, bool *same_id)
 {
     if (index == nullptr) {
         return nullptr;
     }
-    const quro_utfp_index_slot *by_id = quro_utfp_id_slot(index, id);
-    const quro_utfp_index_slot *by_name = quro_utfp_name_slot(index, name);
-    // Of two different tests the earlier registered one is reported, as a walk of the list would.
-    *same_id = by_id->test != nullptr && (by_name->test == nullptr || by_id->position <= by_name->position);
-    return *same_id ? by_id->test : by_name->test;
+    const quro_utf_test *by_id = quro_utfp_find_id(index, first, id);
+    const quro_utf_test *by_name = quro_utfp_find_name(index, name);
+    if (by_id != nullptr && by_name != nullptr && by_id != by_name) {
+        // Two different tests: the earlier registered one is reported, as a walk of the list would.
+        while (first != by_id && first != by_name) {
+            first = first->next_test;
+        }
+        if (first == by_id) {
+            by_name = nullptr;
+        } else {
+            by_id = nullptr;
+        }
+    }
+    *same_id = by_id != nullptr;
+    return *same_id ? by_id : by_name;
 }
 
 bool quro_utfp_index_add(quro_utf_mempool *pool, quro_utfp_test_index **index, const quro_utf_test *test)
 {
     quro_utfp_test_index *current = *index;
-    // At most half full, so that probes stay short and always end.
-    if (current == nullptr || 2 * (current->count + 1) > current->capacity) {
-        current = quro_utfp_build_index(pool, current, current == nullptr ? kInitialCapacity : 2 * current->capacity);
+    // At most three quarters full, so that probes stay short and always end.
+    const bool full = current == nullptr || 4 * (current->count + 1) > 3 * current->capacity;
+    const bool ids_stop_ascending = current != nullptr && current->by_id == nullptr && test->id <= current->highest_id;
+    if (full || ids_stop_ascending) {
+        const unsigned capacity = current == nullptr ? kInitialCapacity : current->capacity * (full ? 2 : 1);
+        current = quro_utfp_build_index(pool, current, capacity,
+                                        ids_stop_ascending || (current != nullptr && current->by_id != nullptr));
         if (current == nullptr) {
             return false;
         }
         *index = current;
     }
-    quro_utfp_place(current, quro_utfp_index_slot{test, current->count++});
+    quro_utfp_place(current, test);
+    current->count++;
     return true;
 }
