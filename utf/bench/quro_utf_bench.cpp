@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "quro_utf.h"
+#include "quro_utf_internal.h"
 
 namespace {
 
@@ -139,6 +139,25 @@ BENCHMARK_CAPTURE(measure, FrameworkRegistrationOnly, &framework_registration)
     ->Repetitions(kRepetitions)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
+
+// Folding --benchmark=N timings of one fixture: every method is expected to stay near linear in N.
+void consolidate(benchmark::State &state, quro_utf_consolidate_method method)
+{
+    const auto repeats = static_cast<unsigned>(state.range(0));
+    std::vector<float> timings(repeats);
+    for (unsigned i = 0; i < repeats; ++i) {
+        timings[i] = static_cast<float>((i * 7919u) % repeats);
+    }
+    std::vector<float> counts;
+    for (auto _ : state) {
+        counts = timings;
+        benchmark::DoNotOptimize(quro_utfp_consolidate(method, counts.data(), repeats));
+    }
+    state.SetComplexityN(state.range(0));
+}
+
+BENCHMARK_CAPTURE(consolidate, Median, QURO_UTF_CONSOLIDATE_MEDIAN)->Range(1000, 40000)->Complexity();
+BENCHMARK_CAPTURE(consolidate, Mean, QURO_UTF_CONSOLIDATE_MEAN)->Range(1000, 40000)->Complexity();
 
 } // namespace
 
