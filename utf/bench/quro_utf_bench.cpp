@@ -19,7 +19,7 @@
 namespace {
 
 constexpr unsigned kTests = 10000;
-constexpr int kRepetitions = 9;
+constexpr int kRepetitions = 25;
 
 std::vector<std::string> test_names;
 

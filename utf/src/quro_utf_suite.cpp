@@ -455,9 +455,8 @@ void quro_utf_add_test_with_user_data_and_filters(quro_utf_suite *suite, unsigne
         suite->status = QURO_UTF_RESULT_FATAL;
         return;
     }
-    auto *test = static_cast<quro_utf_test *>(quro_utf_mempool_alloc(suite->parent_pool, sizeof(quro_utf_test)));
+    quro_utf_test *test = quro_utfp_index_new_test(suite->parent_pool);
     if (test != nullptr) {
-        *test = quro_utf_test{};
         test->id = id;
         test->name = name;
         test->execute = function;

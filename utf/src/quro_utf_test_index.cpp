@@ -1,10 +1,10 @@
 // Ids and names of a suite's tests, hashed, so that registering a test costs the same however many
-// came before it. Tables live in the suite's pool, and a grown table leaves the old one there, so
-// slots are single pointers, tables fill to three quarters before they double, and while ids only
-// ascend (as suites number their tests) a new id is known to be new without an id table at all.
+// came before it. Everything lives in the suite's pool, where an outgrown table stays, so the index
+// keeps to little memory: names hash into chains linked through the test records themselves, and
+// while ids only ascend (as suites number their tests) a new id is known to be new without any id
+// table; only when one does not ascend is an id table built.
 #include <string.h>
 
-#include <algorithm>
 #include <functional>
 #include <string_view>
 
@@ -12,14 +12,29 @@
 
 namespace {
 
-constexpr unsigned kInitialCapacity = 64; // a power of two
+constexpr unsigned kInitialBuckets = 64; // powers of two
+constexpr unsigned kInitialIdSlots = 64;
+constexpr unsigned kTestsPerBucket = 4;
+
+// A test and its link in its name chain are one pool allocation: on 64-bit targets the link takes
+// the bytes that the pool's 16-byte rounding of a bare test record would leave unused.
+struct quro_utfp_indexed_test {
+    quro_utf_test test; // first, so that the test's address is the record's
+    quro_utf_test *next_in_chain;
+};
+
+quro_utf_test *&quro_utfp_next_in_chain(quro_utf_test *test)
+{
+    return reinterpret_cast<quro_utfp_indexed_test *>(test)->next_in_chain;
+}
 
 } // namespace
 
 struct quro_utfp_test_index {
-    const quro_utf_test **by_name; // NULL = empty slot
-    const quro_utf_test **by_id;   // NULL until an id does not ascend
-    unsigned capacity;
+    quro_utf_test **chains; // by name hash; each chain ends in NULL
+    unsigned chain_count;
+    const quro_utf_test **by_id; // open addressing, NULL = empty slot; NULL while ids ascend
+    unsigned id_slots;
     unsigned count;
     unsigned highest_id;
 };
@@ -36,30 +51,36 @@ size_t quro_utfp_hash_name(const char *name)
     return std::hash<std::string_view>{}(name);
 }
 
-// The slot holding a test that matches, else the empty slot that ends the probe.
-template <typename Matches>
-const quro_utf_test **quro_utfp_probe(const quro_utf_test **table, unsigned capacity, size_t hash, Matches matches)
+quro_utf_test **quro_utfp_chain(const quro_utfp_test_index *index, const char *name)
 {
-    for (size_t i = hash & (capacity - 1);; i = (i + 1) & (capacity - 1)) {
-        if (table[i] == nullptr || matches(table[i])) {
-            return &table[i];
+    return &index->chains[quro_utfp_hash_name(name) & (index->chain_count - 1)];
+}
+
+// The slot holding the id, else the empty slot that ends its probe.
+const quro_utf_test **quro_utfp_id_slot(const quro_utfp_test_index *index, unsigned id)
+{
+    for (size_t i = quro_utfp_hash_id(id) & (index->id_slots - 1);; i = (i + 1) & (index->id_slots - 1)) {
+        if (index->by_id[i] == nullptr || index->by_id[i]->id == id) {
+            return &index->by_id[i];
         }
     }
 }
 
 const quro_utf_test *quro_utfp_find_name(const quro_utfp_test_index *index, const char *name)
 {
-    return *quro_utfp_probe(index->by_name, index->capacity, quro_utfp_hash_name(name),
-                            [name](const quro_utf_test *test) { return strcmp(test->name, name) == 0; });
+    quro_utf_test *test = *quro_utfp_chain(index, name);
+    while (test != nullptr && strcmp(test->name, name) != 0) {
+        test = quro_utfp_next_in_chain(test);
+    }
+    return test;
 }
 
-// Without an id table, only an id that does not ascend needs a look: a walk, done once, after which
-// the table exists.
+// Without an id table only an id that does not ascend needs a look: a walk of the list, once,
+// since the table exists from the next registration on.
 const quro_utf_test *quro_utfp_find_id(const quro_utfp_test_index *index, const quro_utf_test *first, unsigned id)
 {
     if (index->by_id != nullptr) {
-        return *quro_utfp_probe(index->by_id, index->capacity, quro_utfp_hash_id(id),
-                                [id](const quro_utf_test *test) { return test->id == id; });
+        return *quro_utfp_id_slot(index, id);
     }
     if (id > index->highest_id) {
         return nullptr;
@@ -70,50 +91,87 @@ const quro_utf_test *quro_utfp_find_id(const quro_utfp_test_index *index, const 
     return first;
 }
 
-// A test is placed only once it is known to be no duplicate, so the first empty slot will do.
-void quro_utfp_place(quro_utfp_test_index *index, const quro_utf_test *test)
+template <typename T> T *quro_utfp_zeroed(quro_utf_mempool *pool, unsigned count)
 {
-    const auto is_other = [](const quro_utf_test *) { return false; };
-    *quro_utfp_probe(index->by_name, index->capacity, quro_utfp_hash_name(test->name), is_other) = test;
-    if (index->by_id != nullptr) {
-        *quro_utfp_probe(index->by_id, index->capacity, quro_utfp_hash_id(test->id), is_other) = test;
+    auto *array = static_cast<T *>(quro_utf_mempool_alloc(pool, count * sizeof(T)));
+    if (array != nullptr) {
+        memset(static_cast<void *>(array), 0, count * sizeof(T));
     }
-    index->highest_id = std::max(index->highest_id, test->id);
+    return array;
 }
 
-const quro_utf_test **quro_utfp_new_table(quro_utf_mempool *pool, unsigned capacity)
+template <typename Visit> void quro_utfp_for_each_test(const quro_utfp_test_index *index, Visit visit)
 {
-    const size_t bytes = static_cast<size_t>(capacity) * sizeof(const quro_utf_test *);
-    auto *table = static_cast<const quro_utf_test **>(quro_utf_mempool_alloc(pool, bytes));
-    if (table != nullptr) {
-        memset(static_cast<void *>(table), 0, bytes);
-    }
-    return table;
-}
-
-// Tables of the given capacity holding what the old index held; NULL when the pool is exhausted.
-quro_utfp_test_index *quro_utfp_build_index(quro_utf_mempool *pool, const quro_utfp_test_index *old, unsigned capacity,
-                                            bool with_ids)
-{
-    auto *index = static_cast<quro_utfp_test_index *>(quro_utf_mempool_alloc(pool, sizeof(quro_utfp_test_index)));
-    const quro_utf_test **by_name = quro_utfp_new_table(pool, capacity);
-    const quro_utf_test **by_id = with_ids ? quro_utfp_new_table(pool, capacity) : nullptr;
-    if (index == nullptr || by_name == nullptr || (with_ids && by_id == nullptr)) {
-        return nullptr;
-    }
-    *index = quro_utfp_test_index{by_name, by_id, capacity, 0, 0};
-    if (old != nullptr) {
-        for (unsigned i = 0; i < old->capacity; ++i) {
-            if (old->by_name[i] != nullptr) {
-                quro_utfp_place(index, old->by_name[i]);
-            }
+    for (unsigned i = 0; i < index->chain_count; ++i) {
+        for (quro_utf_test *test = index->chains[i]; test != nullptr;) {
+            quro_utf_test *next = quro_utfp_next_in_chain(test);
+            visit(test);
+            test = next;
         }
-        index->count = old->count;
     }
-    return index;
+}
+
+bool quro_utfp_rechain(quro_utf_mempool *pool, quro_utfp_test_index *index, unsigned chain_count)
+{
+    auto *chains = quro_utfp_zeroed<quro_utf_test *>(pool, chain_count);
+    if (chains == nullptr) {
+        return false;
+    }
+    quro_utfp_test_index grown = *index;
+    grown.chains = chains;
+    grown.chain_count = chain_count;
+    quro_utfp_for_each_test(index, [&grown](quro_utf_test *test) {
+        quro_utf_test **chain = quro_utfp_chain(&grown, test->name);
+        quro_utfp_next_in_chain(test) = *chain;
+        *chain = test;
+    });
+    *index = grown;
+    return true;
+}
+
+// Tests are placed only once they are known to be no duplicates: the first empty slot will do.
+void quro_utfp_place_id(quro_utfp_test_index *index, const quro_utf_test *test)
+{
+    size_t i = quro_utfp_hash_id(test->id) & (index->id_slots - 1);
+    while (index->by_id[i] != nullptr) {
+        i = (i + 1) & (index->id_slots - 1);
+    }
+    index->by_id[i] = test;
+}
+
+bool quro_utfp_rebuild_ids(quro_utf_mempool *pool, quro_utfp_test_index *index, unsigned slots)
+{
+    auto *by_id = quro_utfp_zeroed<const quro_utf_test *>(pool, slots);
+    if (by_id == nullptr) {
+        return false;
+    }
+    index->by_id = by_id;
+    index->id_slots = slots;
+    quro_utfp_for_each_test(index, [index](const quro_utf_test *test) { quro_utfp_place_id(index, test); });
+    return true;
+}
+
+// Enough id slots that the table stays at most three quarters full.
+unsigned quro_utfp_id_slots_for(unsigned count)
+{
+    unsigned slots = kInitialIdSlots;
+    while (4 * count > 3 * slots) {
+        slots *= 2;
+    }
+    return slots;
 }
 
 } // namespace
+
+quro_utf_test *quro_utfp_index_new_test(quro_utf_mempool *pool)
+{
+    auto *record = static_cast<quro_utfp_indexed_test *>(quro_utf_mempool_alloc(pool, sizeof(quro_utfp_indexed_test)));
+    if (record == nullptr) {
+        return nullptr;
+    }
+    *record = quro_utfp_indexed_test{};
+    return &record->test;
+}
 
 const quro_utf_test *quro_utfp_index_find_duplicate(const quro_utfp_test_index *index, const quro_utf_test *first,
                                                     unsigned id, const char *name, bool *same_id)
@@ -138,22 +196,33 @@ const quro_utf_test *quro_utfp_index_find_duplicate(const quro_utfp_test_index *
     return *same_id ? by_id : by_name;
 }
 
-bool quro_utfp_index_add(quro_utf_mempool *pool, quro_utfp_test_index **index, const quro_utf_test *test)
+bool quro_utfp_index_add(quro_utf_mempool *pool, quro_utfp_test_index **index, quro_utf_test *test)
 {
     quro_utfp_test_index *current = *index;
-    // At most three quarters full, so that probes stay short and always end.
-    const bool full = current == nullptr || 4 * (current->count + 1) > 3 * current->capacity;
-    const bool ids_stop_ascending = current != nullptr && current->by_id == nullptr && test->id <= current->highest_id;
-    if (full || ids_stop_ascending) {
-        const unsigned capacity = current == nullptr ? kInitialCapacity : current->capacity * (full ? 2 : 1);
-        current = quro_utfp_build_index(pool, current, capacity,
-                                        ids_stop_ascending || (current != nullptr && current->by_id != nullptr));
-        if (current == nullptr) {
+    if (current == nullptr) {
+        current = quro_utfp_zeroed<quro_utfp_test_index>(pool, 1);
+        if (current == nullptr || !quro_utfp_rechain(pool, current, kInitialBuckets)) {
             return false;
         }
         *index = current;
     }
-    quro_utfp_place(current, test);
-    current->count++;
+    const unsigned count = current->count + 1;
+    if (count > kTestsPerBucket * current->chain_count && !quro_utfp_rechain(pool, current, 2 * current->chain_count)) {
+        return false;
+    }
+    const bool ids_stop_ascending = current->count != 0 && test->id <= current->highest_id;
+    const bool ids_outgrown = current->by_id != nullptr && 4 * count > 3 * current->id_slots;
+    if ((ids_outgrown || (current->by_id == nullptr && ids_stop_ascending)) &&
+        !quro_utfp_rebuild_ids(pool, current, quro_utfp_id_slots_for(count))) {
+        return false;
+    }
+    quro_utf_test **chain = quro_utfp_chain(current, test->name);
+    quro_utfp_next_in_chain(test) = *chain;
+    *chain = test;
+    if (current->by_id != nullptr) {
+        quro_utfp_place_id(current, test);
+    }
+    current->highest_id = current->count == 0 || test->id > current->highest_id ? test->id : current->highest_id;
+    current->count = count;
     return true;
 }

@@ -410,6 +410,15 @@ TEST_F(FrameworkRun, RegistrationRefusesReservedIdsAndDuplicatesAndFlagsReserved
     }
     EXPECT_EQ(registered, "last QA_named a b ");
     EXPECT_EQ(count, 304u);
+
+    // While ids ascend no id table exists yet; the first id that does not ascend still finds its twin.
+    suite_ = quro_utf_create_suite(&suite_pool_, "Ascending", 1, nullptr, nullptr, results_, nullptr);
+    EXPECT_EQ(add(10, "ten"), "-1 ");
+    EXPECT_EQ(add(20, "twenty"), "-1 ");
+    EXPECT_EQ(add(20, "again"), "5 UTF: Duplicate Test ID 20 / 0x000014\n");
+    EXPECT_EQ(add(15, "fifteen"), "-1 ");
+    EXPECT_EQ(add(10, "ten_again"), "5 UTF: Duplicate Test ID 10 / 0x00000a\n");
+    EXPECT_EQ(add(30, "fifteen"), "5 UTF: Duplicate Test Name fifteen\n");
 }
 
 TEST_F(FrameworkRun, FixtureThatCannotBeCreatedFailsFatallyWithoutRunningItsTest)
