@@ -22,6 +22,7 @@ struct quro_utfp_indexed_test {
     quro_utf_test test; // first, so that the test's address is the record's
     quro_utf_test *next_in_chain;
 };
+static_assert(sizeof(void *) != 8 || sizeof(quro_utfp_indexed_test) == 64, "a test record grows by its link");
 
 quro_utf_test *&quro_utfp_next_in_chain(quro_utf_test *test)
 {
