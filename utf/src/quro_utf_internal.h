@@ -32,11 +32,13 @@ typedef enum quro_utfp_test_outcome {
 // Refuses duplicate test ids and names of a suite. Its tests are made by new_test, which returns a
 // zeroed record from the pool (NULL when it is exhausted). find_duplicate returns the earliest
 // registered test (first is the suite's first test) with the id or the name, telling in *same_id
-// which matched; add returns false when the pool cannot hold the index.
+// which matched; add returns false when the pool cannot hold the index. Both take the name's
+// hash_name, computed once.
+size_t quro_utfp_index_hash_name(const char *name);
 quro_utf_test *quro_utfp_index_new_test(quro_utf_mempool *pool);
 const quro_utf_test *quro_utfp_index_find_duplicate(const quro_utfp_test_index *index, const quro_utf_test *first,
-                                                    unsigned id, const char *name, bool *same_id);
-bool quro_utfp_index_add(quro_utf_mempool *pool, quro_utfp_test_index **index, quro_utf_test *test);
+                                                    unsigned id, const char *name, size_t name_hash, bool *same_id);
+bool quro_utfp_index_add(quro_utf_mempool *pool, quro_utfp_test_index **index, quro_utf_test *test, size_t name_hash);
 
 void quro_utfp_count_test(quro_utf_result_set *results, quro_utfp_test_outcome outcome, bool expected_failure);
 void quro_utfp_count_suite(quro_utf_result_set *results, bool passed);

@@ -446,7 +446,9 @@ void quro_utf_add_test_with_user_data_and_filters(quro_utf_suite *suite, unsigne
         suite->status = QURO_UTF_RESULT_FATAL;
     }
     bool same_id = false;
-    if (quro_utfp_index_find_duplicate(suite->test_index, suite->first_test, id, name, &same_id) != nullptr) {
+    const size_t name_hash = quro_utfp_index_hash_name(name);
+    if (quro_utfp_index_find_duplicate(suite->test_index, suite->first_test, id, name, name_hash, &same_id) !=
+        nullptr) {
         if (same_id) {
             quro_utf_logerr("UTF: Duplicate Test ID %d / %#08x\n", static_cast<int>(id), id);
         } else {
@@ -463,7 +465,7 @@ void quro_utf_add_test_with_user_data_and_filters(quro_utf_suite *suite, unsigne
         test->user_data = data;
         test->flags = flags;
     }
-    if (test == nullptr || !quro_utfp_index_add(suite->parent_pool, &suite->test_index, test)) {
+    if (test == nullptr || !quro_utfp_index_add(suite->parent_pool, &suite->test_index, test, name_hash)) {
         quro_utf_logerr("UTF: Create test mempool allocation failed\n");
         suite->status = QURO_UTF_RESULT_FATAL;
         return;
@@ -535,7 +537,9 @@ quro_utf_result_status quro_utf_execute(quro_utf_suite *suite, const quro_utf_te
                 quro_utfp_run_selection.restarted_fixture = true;
             }
             if (quro_utfp_run_selection.restarted_fixture) {
-                test->start_time = quro_tpi_get_time_ns();
+                // The test's first fixture starts when the test does.
+                test->start_time =
+                    index == static_cast<uint64_t>(spec->first_fixture) ? test_start_ns : quro_tpi_get_time_ns();
                 quro_utfp_log_test_info("Initializing", suite);
                 quro_utfp_run_fixture_repeats(suite, &run);
             }

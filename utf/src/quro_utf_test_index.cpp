@@ -47,14 +47,9 @@ size_t quro_utfp_hash_id(unsigned id)
     return std::hash<unsigned>{}(id)*0x9E3779B97F4A7C15ull;
 }
 
-size_t quro_utfp_hash_name(const char *name)
+quro_utf_test **quro_utfp_chain(const quro_utfp_test_index *index, size_t name_hash)
 {
-    return std::hash<std::string_view>{}(name);
-}
-
-quro_utf_test **quro_utfp_chain(const quro_utfp_test_index *index, const char *name)
-{
-    return &index->chains[quro_utfp_hash_name(name) & (index->chain_count - 1)];
+    return &index->chains[name_hash & (index->chain_count - 1)];
 }
 
 // The slot holding the id, else the empty slot that ends its probe.
@@ -67,9 +62,9 @@ const quro_utf_test **quro_utfp_id_slot(const quro_utfp_test_index *index, unsig
     }
 }
 
-const quro_utf_test *quro_utfp_find_name(const quro_utfp_test_index *index, const char *name)
+const quro_utf_test *quro_utfp_find_name(const quro_utfp_test_index *index, const char *name, size_t name_hash)
 {
-    quro_utf_test *test = *quro_utfp_chain(index, name);
+    quro_utf_test *test = *quro_utfp_chain(index, name_hash);
     while (test != nullptr && strcmp(test->name, name) != 0) {
         test = quro_utfp_next_in_chain(test);
     }
@@ -122,7 +117,7 @@ bool quro_utfp_rechain(quro_utf_mempool *pool, quro_utfp_test_index *index, unsi
     grown.chains = chains;
     grown.chain_count = chain_count;
     quro_utfp_for_each_test(index, [&grown](quro_utf_test *test) {
-        quro_utf_test **chain = quro_utfp_chain(&grown, test->name);
+        quro_utf_test **chain = quro_utfp_chain(&grown, quro_utfp_index_hash_name(test->name));
         quro_utfp_next_in_chain(test) = *chain;
         *chain = test;
     });
@@ -164,6 +159,11 @@ unsigned quro_utfp_id_slots_for(unsigned count)
 
 } // namespace
 
+size_t quro_utfp_index_hash_name(const char *name)
+{
+    return std::hash<std::string_view>{}(name);
+}
+
 quro_utf_test *quro_utfp_index_new_test(quro_utf_mempool *pool)
 {
     auto *record = static_cast<quro_utfp_indexed_test *>(quro_utf_mempool_alloc(pool, sizeof(quro_utfp_indexed_test)));
@@ -175,13 +175,13 @@ quro_utf_test *quro_utfp_index_new_test(quro_utf_mempool *pool)
 }
 
 const quro_utf_test *quro_utfp_index_find_duplicate(const quro_utfp_test_index *index, const quro_utf_test *first,
-                                                    unsigned id, const char *name, bool *same_id)
+                                                    unsigned id, const char *name, size_t name_hash, bool *same_id)
 {
     if (index == nullptr) {
         return nullptr;
     }
     const quro_utf_test *by_id = quro_utfp_find_id(index, first, id);
-    const quro_utf_test *by_name = quro_utfp_find_name(index, name);
+    const quro_utf_test *by_name = quro_utfp_find_name(index, name, name_hash);
     if (by_id != nullptr && by_name != nullptr && by_id != by_name) {
         // Two different tests: the earlier registered one is reported, as a walk of the list would.
         while (first != by_id && first != by_name) {
@@ -197,7 +197,7 @@ const quro_utf_test *quro_utfp_index_find_duplicate(const quro_utfp_test_index *
     return *same_id ? by_id : by_name;
 }
 
-bool quro_utfp_index_add(quro_utf_mempool *pool, quro_utfp_test_index **index, quro_utf_test *test)
+bool quro_utfp_index_add(quro_utf_mempool *pool, quro_utfp_test_index **index, quro_utf_test *test, size_t name_hash)
 {
     quro_utfp_test_index *current = *index;
     if (current == nullptr) {
@@ -217,7 +217,7 @@ bool quro_utfp_index_add(quro_utf_mempool *pool, quro_utfp_test_index **index, q
         !quro_utfp_rebuild_ids(pool, current, quro_utfp_id_slots_for(count))) {
         return false;
     }
-    quro_utf_test **chain = quro_utfp_chain(current, test->name);
+    quro_utf_test **chain = quro_utfp_chain(current, name_hash);
     quro_utfp_next_in_chain(test) = *chain;
     *chain = test;
     if (current->by_id != nullptr) {
