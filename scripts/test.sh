@@ -22,10 +22,10 @@ if (($# == 0)); then
   echo "==== preset faults ===="
   cmake --preset faults
   cmake --build --preset faults
-  ctest --preset faults
+  ctest --preset faults --output-junit junit.xml
   scripts/resfail.sh build/faults/test/zvx_unit_omx/zvx_unit_omx || echo "resfail: not clean yet (reported only)"
   echo "==== preset fuzz ===="
   cmake --preset fuzz
   cmake --build --preset fuzz
-  ctest --preset fuzz
+  ctest --preset fuzz --output-junit junit.xml
 fi
