@@ -3,7 +3,7 @@
 # `scripts/setup.sh bench` also installs the benchmarks' comparison peers.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ clang libgtest-dev libgmock-dev libbenchmark-dev
+packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
           libomxil-bellagio-dev gdb valgrind)
 for group in "$@"; do
   case "$group" in

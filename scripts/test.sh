@@ -15,3 +15,18 @@ for preset in "${presets[@]}"; do
   # A relative JUnit path lands in the preset's build folder: build/<preset>/junit.xml.
   ctest --preset "${preset}" --output-junit junit.xml
 done
+
+# With no preset named, also: the fault-injection build's tests, its resource-failure report, and
+# every fuzzer for a few seconds. The report is not enforced yet: the component's init and destroy
+# failure paths still leak and crash (run `ctest --preset resfail` to enforce it).
+if (($# == 0)); then
+  echo "==== preset faults ===="
+  cmake --preset faults
+  cmake --build --preset faults
+  ctest --preset faults --output-junit junit.xml
+  scripts/resfail.sh build/faults/test/zvx_unit_omx/zvx_unit_omx || echo "resfail: not clean yet (reported only)"
+  echo "==== preset fuzz ===="
+  cmake --preset fuzz
+  cmake --build --preset fuzz
+  ctest --preset fuzz --output-junit junit.xml
+fi

@@ -13,7 +13,9 @@ void *zvx_mem_valloc(size_t size);
 // Releases a block from any of the three allocators above; null is accepted.
 void zvx_mem_free(const void *ptr);
 
-// Fault-injection hooks. They return null here: the wrappers never fail on purpose.
+// Fault-injection hooks: an armed flag, the failure window and the allocation number (see
+// zvx_mem_faults.h). They return null except in the fault-injection build, so the wrappers never
+// fail on purpose.
 unsigned int *zvx_mem_unit_get_initialised(void);
 uint64_t *zvx_mem_unit_get_upper_bound_fail(void);
 uint64_t *zvx_mem_unit_get_lower_bound_fail(void);

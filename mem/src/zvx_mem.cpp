@@ -6,6 +6,8 @@
 
 #include <unistd.h>
 
+#include "zvx_mem_unit.h"
+
 namespace {
 // The error line carries a fixed line number so that it reads the same whatever this file's layout.
 constexpr int valloc_error_line = 465;
@@ -13,16 +15,18 @@ constexpr int valloc_error_line = 465;
 
 void *zvx_mem_malloc(size_t size)
 {
-    return malloc(size);
+    return zvx_mem_unit_refuse() ? nullptr : malloc(size);
 }
 
 void *zvx_mem_calloc(size_t nmemb, size_t size)
 {
-    return calloc(nmemb, size);
+    return zvx_mem_unit_refuse() ? nullptr : calloc(nmemb, size);
 }
 
 void *zvx_mem_valloc(size_t size)
 {
+    if (zvx_mem_unit_refuse())
+        return nullptr;
     const long page_size = sysconf(_SC_PAGESIZE);
     if (page_size < 0) {
         printf("%s:%d Error: sysconf(_SC_PAGESIZE) returned error status, errno=%u.\n", __func__, valloc_error_line,
@@ -38,24 +42,4 @@ void *zvx_mem_valloc(size_t size)
 void zvx_mem_free(const void *ptr)
 {
     free(const_cast<void *>(ptr));
-}
-
-unsigned int *zvx_mem_unit_get_initialised(void)
-{
-    return nullptr;
-}
-
-uint64_t *zvx_mem_unit_get_upper_bound_fail(void)
-{
-    return nullptr;
-}
-
-uint64_t *zvx_mem_unit_get_lower_bound_fail(void)
-{
-    return nullptr;
-}
-
-uint64_t *zvx_mem_unit_get_sequence(void)
-{
-    return nullptr;
 }

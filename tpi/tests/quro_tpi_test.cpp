@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -129,6 +130,20 @@ TEST(TpiThreads, ThreadsBarrierAndMutex)
     EXPECT_EQ(quro_tpi_thread_id(), static_cast<quro_tpi_uint32>(getpid())) << "the main thread's id is the pid";
     quro_tpi_mutex_term(&mutex);
     EXPECT_TRUE(quro_tpi_barrier_destroy(&barrier));
+}
+
+// The id is remembered per thread; a forked child must not inherit its parent's.
+TEST(TpiThreads, ForkedChildHasItsOwnThreadId)
+{
+    const quro_tpi_uint32 parent = quro_tpi_thread_id();
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(quro_tpi_thread_id() == static_cast<quro_tpi_uint32>(getpid()) ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(quro_tpi_thread_id(), parent);
 }
 
 } // namespace

@@ -169,6 +169,7 @@ typedef struct quro_utf_suite quro_utf_suite;
 typedef struct quro_utf_test quro_utf_test;
 typedef struct quro_utf_result quro_utf_result;
 typedef struct quro_utf_result_set quro_utf_result_set;
+typedef struct quro_utfp_test_index quro_utfp_test_index;
 
 typedef void (*quro_utf_test_function)(quro_utf_suite *suite);
 typedef void *(*quro_utf_create_fixture_function)(quro_utf_suite *suite);
@@ -202,6 +203,7 @@ struct quro_utf_suite {
     uint32_t jump_thread;
     quro_utf_abort_handler abort_handler;
     void *abort_cookie;
+    quro_utfp_test_index *test_index; // in parent_pool: the tests' ids and names, to refuse duplicates
 };
 
 struct quro_utf_test {

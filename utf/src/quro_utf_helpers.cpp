@@ -12,19 +12,13 @@ namespace {
 
 std::atomic<bool> quro_utfp_foreign_thread_warned{false};
 
-[[noreturn]] void quro_utfp_outside_suite_exit()
-{
-    quro_utf_logerr("UTF: Fatal error; assert outside suite\n");
-    exit(1);
-}
-
 void quro_utfp_assert(int condition, const char *message, quro_utf_result_status status)
 {
     if (condition) {
         return;
     }
     if (quro_utfp_current_suite == nullptr) {
-        quro_utfp_outside_suite_exit();
+        quro_utfp_outside_suite(false);
     }
     quro_utfp_test_log_result(message, status);
 }
@@ -58,13 +52,42 @@ void quro_utfp_vlog_if_shown(unsigned log_bit, const char *format, va_list argum
 }
 
 // The length is measured on a copy, because formatting consumes the argument list.
-char *quro_utfp_vdsprintf_measured(const char *format, va_list arguments)
+int quro_utfp_measure(const char *format, va_list arguments)
 {
     va_list measure;
     va_copy(measure, arguments);
     const int length = quro_tpi_vsnprintf(nullptr, 0, format, measure);
     va_end(measure);
-    return quro_utf_vdsprintf(length, format, arguments);
+    return length;
+}
+
+char *quro_utfp_vdsprintf_measured(const char *format, va_list arguments)
+{
+    return quro_utf_vdsprintf(quro_utfp_measure(format, arguments), format, arguments);
+}
+
+// The bounded length to allocate for, or -1 for a format that cannot be formatted.
+int quro_utfp_bounded_length(int length, const char *format)
+{
+    if (length < 0) {
+        quro_utf_logerr("UTF: Bad format dsprintf format %s\n", format);
+        return -1;
+    }
+    if (length > QURO_UTFP_DSPRINTF_MAX) {
+        quro_utf_logerr("UTF: Truncated dsprintf message %s\n", format);
+        return QURO_UTFP_DSPRINTF_MAX;
+    }
+    return length;
+}
+
+char *quro_utfp_format_into(char *text, int length, const char *format, va_list arguments)
+{
+    if (text == nullptr) {
+        quro_utf_logerr("UTF: Dsprintf mempool allocation failed\n");
+        return nullptr;
+    }
+    quro_tpi_vsnprintf(text, static_cast<size_t>(length) + 1, format, arguments);
+    return text;
 }
 
 } // namespace
@@ -113,15 +136,20 @@ void quro_utf_loginf(const char *format, ...)
     va_end(arguments);
 }
 
+[[noreturn]] void quro_utfp_outside_suite(bool ending_by_abort)
+{
+    quro_utf_logerr("UTF: Fatal error; assert outside suite\n");
+    if (ending_by_abort) {
+        abort();
+    }
+    exit(1);
+}
+
 char *quro_utf_vdsprintf(int length, const char *format, va_list arguments)
 {
+    length = quro_utfp_bounded_length(length, format);
     if (length < 0) {
-        quro_utf_logerr("UTF: Bad format dsprintf format %s\n", format);
         return nullptr;
-    }
-    if (length > QURO_UTFP_DSPRINTF_MAX) {
-        quro_utf_logerr("UTF: Truncated dsprintf message %s\n", format);
-        length = QURO_UTFP_DSPRINTF_MAX;
     }
     char *text = nullptr;
     quro_tpi_mutex_lock(&quro_utfp_current_suite_lock);
@@ -130,11 +158,20 @@ char *quro_utf_vdsprintf(int length, const char *format, va_list arguments)
             quro_utf_mempool_alloc(&quro_utfp_current_suite->results->pool, static_cast<size_t>(length) + 1));
     }
     quro_tpi_mutex_unlock(&quro_utfp_current_suite_lock);
-    if (text == nullptr) {
-        quro_utf_logerr("UTF: Dsprintf mempool allocation failed\n");
-        return nullptr;
+    return quro_utfp_format_into(text, length, format, arguments);
+}
+
+char *quro_utfp_pool_sprintf(quro_utf_mempool *pool, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = quro_utfp_bounded_length(quro_utfp_measure(format, arguments), format);
+    char *text = nullptr;
+    if (length >= 0) {
+        text = quro_utfp_format_into(static_cast<char *>(quro_utf_mempool_alloc(pool, static_cast<size_t>(length) + 1)),
+                                     length, format, arguments);
     }
-    quro_tpi_vsnprintf(text, static_cast<size_t>(length) + 1, format, arguments);
+    va_end(arguments);
     return text;
 }
 
@@ -187,7 +224,7 @@ void quro_utf_assert_fail_ex(int condition, const char *message)
         return;
     }
     if (suite == nullptr) {
-        quro_utfp_outside_suite_exit();
+        quro_utfp_outside_suite(false);
     }
     quro_utfp_test_log_result(message, QURO_UTF_RESULT_FAIL);
     // A jump into another thread's stack would corrupt both; that thread's test just goes on.
@@ -200,8 +237,7 @@ void quro_utf_abort(void)
 {
     quro_utf_suite *suite = quro_utfp_current_suite;
     if (suite == nullptr) {
-        quro_utf_logerr("UTF: Fatal error; assert outside suite\n");
-        abort();
+        quro_utfp_outside_suite(true);
     }
     if (suite->jump_thread != quro_tpi_thread_id()) {
         quro_utf_logerr("UTF: Fatal error; the thread that called setjmp and the one aborting are not the same.\n");

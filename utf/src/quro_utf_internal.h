@@ -15,6 +15,35 @@ extern quro_utf_suite *quro_utfp_current_suite;
 extern quro_tpi_mutex quro_utfp_current_suite_lock;
 extern quro_utf_test_specifier *quro_utfp_current_spec;
 
+// An assertion or abort with no suite running is a misuse that ends the process: by exit(1), or by
+// the C library's abort when ending_by_abort is set.
+[[noreturn]] void quro_utfp_outside_suite(bool ending_by_abort);
+
+// Formats into the pool, with the length bound and messages of quro_utf_dsprintf.
+char *quro_utfp_pool_sprintf(quro_utf_mempool *pool, const char *format, ...) QURO_TPI_PRINTF_LIKE(2, 3);
+
+// The result set is the only writer of its counters.
+typedef enum quro_utfp_test_outcome {
+    QURO_UTFP_TEST_PASSED,
+    QURO_UTFP_TEST_SKIPPED,
+    QURO_UTFP_TEST_FAILED,
+} quro_utfp_test_outcome;
+
+// Refuses duplicate test ids and names of a suite. Its tests are made by new_test, which returns a
+// zeroed record from the pool (NULL when it is exhausted). find_duplicate returns the earliest
+// registered test (first is the suite's first test) with the id or the name, telling in *same_id
+// which matched; add returns false when the pool cannot hold the index. Both take the name's
+// hash_name, computed once.
+size_t quro_utfp_index_hash_name(const char *name);
+quro_utf_test *quro_utfp_index_new_test(quro_utf_mempool *pool);
+const quro_utf_test *quro_utfp_index_find_duplicate(const quro_utfp_test_index *index, const quro_utf_test *first,
+                                                    unsigned id, const char *name, size_t name_hash, bool *same_id);
+bool quro_utfp_index_add(quro_utf_mempool *pool, quro_utfp_test_index **index, quro_utf_test *test, size_t name_hash);
+
+void quro_utfp_count_test(quro_utf_result_set *results, quro_utfp_test_outcome outcome, bool expected_failure);
+void quro_utfp_count_suite(quro_utf_result_set *results, bool passed);
+void quro_utfp_mark_abort(quro_utf_result_set *results);
+
 void quro_utfp_test_log_result(const char *message, quro_utf_result_status status);
 void quro_utfp_test_log_result_external(const char *text, quro_utf_result_status status);
 void quro_utfp_log_test_info(const char *prefix, quro_utf_suite *suite);

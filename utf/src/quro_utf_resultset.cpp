@@ -2,6 +2,8 @@
 // benchmark consolidation, and the details and summary reports.
 #include <string.h>
 
+#include <algorithm>
+
 #include "quro_utf_internal.h"
 
 const char *const quro_utf_status_names[QURO_UTF_RESULT_COUNT] = {"Pass", "Debug", "Info", "Warn",
@@ -56,47 +58,67 @@ bool quro_utfp_same_benchmark(const quro_utf_result *a, const quro_utf_result *b
            a->fixture_index == b->fixture_index;
 }
 
-// Folds the repeats of each benchmark into its first record, which then carries the reduced value.
+unsigned quro_utfp_count_benchmarks(const quro_utf_result *result)
+{
+    unsigned count = 0;
+    for (; result != nullptr; result = result->next_result) {
+        count += quro_utfp_is_benchmark(result->status) ? 1 : 0;
+    }
+    return count;
+}
+
+// Unlinks the later repeats of first's benchmark, up to the storage's room, storing every count;
+// returns how many counts it stored.
+unsigned quro_utfp_gather_repeats(quro_utf_result_set *results, quro_utf_result *first, float *counts, unsigned room)
+{
+    unsigned gathered = 0;
+    counts[gathered++] = first->count;
+    quro_utf_result *previous = first;
+    while (previous->next_result != nullptr && gathered < room) {
+        quro_utf_result *candidate = previous->next_result;
+        if (!quro_utfp_same_benchmark(first, candidate)) {
+            previous = candidate;
+            continue;
+        }
+        counts[gathered++] = candidate->count;
+        previous->next_result = candidate->next_result;
+        if (results->last_result == candidate) {
+            results->last_result = previous;
+        }
+    }
+    return gathered;
+}
+
+// Folds the repeats of each benchmark into its first record, which then carries the value reduced
+// over the timings gathered. The storage holds no more than the records there are, whatever the
+// repeat count asked for.
 void quro_utfp_consolidate_benchmarks(quro_utf_result_set *results)
 {
     const unsigned repeats = results->benchmark_repeats;
     if (repeats <= 1) {
         return;
     }
-    auto *counts = static_cast<float *>(quro_tpi_alloc(repeats * sizeof(float)));
+    const unsigned room = std::min(repeats, quro_utfp_count_benchmarks(results->first_result));
+    if (room == 0) {
+        return;
+    }
+    auto *counts = static_cast<float *>(quro_tpi_alloc(room * sizeof(float)));
     if (counts == nullptr) {
         quro_utf_logerr("UTF: Failed to allocate storage for benchmark result consolidation");
         return;
     }
-    memset(counts, 0, repeats * sizeof(float));
+    const quro_utf_consolidate_method method = results->benchmark_consolidate_method;
     for (quro_utf_result *first = results->first_result; first != nullptr; first = first->next_result) {
         if (!quro_utfp_is_benchmark(first->status)) {
             continue;
         }
-        quro_utfp_current_suite = first->suite;
-        unsigned gathered = 0;
-        counts[gathered++] = first->count;
-        quro_utf_result *previous = first;
-        while (previous->next_result != nullptr && gathered < repeats) {
-            quro_utf_result *candidate = previous->next_result;
-            if (!quro_utfp_same_benchmark(first, candidate)) {
-                previous = candidate;
-                continue;
-            }
-            counts[gathered++] = candidate->count;
-            previous->next_result = candidate->next_result;
-            if (results->last_result == candidate) {
-                results->last_result = previous;
-            }
-        }
-        const float value = quro_utfp_consolidate(results->benchmark_consolidate_method, counts, repeats);
+        const unsigned gathered = quro_utfp_gather_repeats(results, first, counts, room);
+        const float value = gathered == 1 ? counts[0] : quro_utfp_consolidate(method, counts, gathered);
         const char *rest = strchr(first->message, ',');
-        first->message =
-            quro_utf_dsprintf("%s: %1.6f%s", quro_utfp_method_display_name(results->benchmark_consolidate_method),
-                              static_cast<double>(value), rest != nullptr ? rest : "");
+        first->message = quro_utfp_pool_sprintf(&results->pool, "%s: %1.6f%s", quro_utfp_method_display_name(method),
+                                                static_cast<double>(value), rest != nullptr ? rest : "");
         first->count = value;
     }
-    quro_utfp_current_suite = nullptr;
     quro_tpi_free(counts);
 }
 
@@ -115,20 +137,14 @@ float quro_utfp_consolidate(quro_utf_consolidate_method method, float *counts, u
         return sum / static_cast<float>(repeats);
     }
     case QURO_UTF_CONSOLIDATE_MEDIAN: {
-        // Only the lower half and the middle need to be in order.
-        for (unsigned i = 0; i <= repeats / 2; ++i) {
-            unsigned smallest = i;
-            for (unsigned j = i + 1; j < repeats; ++j) {
-                if (counts[j] < counts[smallest]) {
-                    smallest = j;
-                }
-            }
-            const float swap = counts[i];
-            counts[i] = counts[smallest];
-            counts[smallest] = swap;
-        }
+        // Only the middle needs to be in place; for an even count its lower neighbour is the largest
+        // of the lower half.
         const unsigned middle = repeats / 2;
-        return (repeats % 2 != 0) ? counts[middle] : (counts[middle - 1] + counts[middle]) / 2.0f;
+        std::nth_element(counts, counts + middle, counts + repeats);
+        if (repeats % 2 != 0) {
+            return counts[middle];
+        }
+        return (*std::max_element(counts, counts + middle) + counts[middle]) / 2.0f;
     }
     case QURO_UTF_CONSOLIDATE_MIN:
     case QURO_UTF_CONSOLIDATE_MAX: {
@@ -160,6 +176,25 @@ quro_utf_result_set *quro_utf_create_result_set(quro_utf_mempool *pool)
     }
     results->start_time_ns = quro_tpi_get_time_ns();
     return results;
+}
+
+void quro_utfp_count_test(quro_utf_result_set *results, quro_utfp_test_outcome outcome, bool expected_failure)
+{
+    results->tests_considered++;
+    results->tests_expected_failure += expected_failure ? 1 : 0;
+    results->tests_passed += outcome == QURO_UTFP_TEST_PASSED ? 1 : 0;
+    results->tests_skipped += outcome == QURO_UTFP_TEST_SKIPPED ? 1 : 0;
+}
+
+void quro_utfp_count_suite(quro_utf_result_set *results, bool passed)
+{
+    results->suites_considered++;
+    results->suites_passed += passed ? 1 : 0;
+}
+
+void quro_utfp_mark_abort(quro_utf_result_set *results)
+{
+    results->has_abort_tests = 1;
 }
 
 void quro_utf_destroy_result_set(quro_utf_result_set *results)

@@ -32,8 +32,7 @@ void quro_utfp_log_result_with_count(const char *message, quro_utf_result_status
     quro_utf_suite *suite = quro_utfp_current_suite;
     if (suite == nullptr) {
         quro_tpi_mutex_unlock(&quro_utfp_current_suite_lock);
-        quro_utf_logerr("UTF: Fatal error; assert outside suite\n");
-        exit(1);
+        quro_utfp_outside_suite(false);
     }
     if (status > suite->status) {
         suite->status = status;
@@ -82,17 +81,13 @@ void quro_utfp_fail_verdict(quro_utfp_suite_run *run, quro_utf_result_status ver
     run->failed = true;
 }
 
-void quro_utfp_record_verdict(quro_utf_suite *suite, quro_utfp_suite_run *run)
+// Judges the fixture just run against its declared outcome, logging what the verdict adds.
+quro_utfp_test_outcome quro_utfp_judge(quro_utf_suite *suite, quro_utfp_suite_run *run)
 {
-    quro_utf_result_set *results = suite->results;
-    results->tests_considered++;
-    if (suite->this_test->flags & QURO_UTF_FLAG_EXPECTEDFAILURE) {
-        results->tests_expected_failure++;
-    }
     const quro_utf_result_status expected = suite->expected_status;
     if (suite->status == QURO_UTF_RESULT_FATAL && expected != QURO_UTF_RESULT_FATAL) {
         quro_utfp_fail_verdict(run, QURO_UTF_RESULT_FATAL);
-        return;
+        return QURO_UTFP_TEST_FAILED;
     }
     switch (expected) {
     case QURO_UTF_RESULT_WARN:
@@ -109,26 +104,26 @@ void quro_utfp_record_verdict(quro_utf_suite *suite, quro_utfp_suite_run *run)
         }
         if (status == expected) {
             quro_utfp_test_log_result(kOccurred[which], QURO_UTF_RESULT_PASS);
-            results->tests_passed++;
-        } else if (status == QURO_UTF_RESULT_SKIP) {
-            results->tests_skipped++;
-        } else {
-            quro_utfp_test_log_result(kMissing[which], QURO_UTF_RESULT_FAIL);
-            quro_utfp_fail_verdict(run, QURO_UTF_RESULT_FAIL);
+            return QURO_UTFP_TEST_PASSED;
         }
-        return;
+        if (status == QURO_UTF_RESULT_SKIP) {
+            return QURO_UTFP_TEST_SKIPPED;
+        }
+        quro_utfp_test_log_result(kMissing[which], QURO_UTF_RESULT_FAIL);
+        quro_utfp_fail_verdict(run, QURO_UTF_RESULT_FAIL);
+        return QURO_UTFP_TEST_FAILED;
     }
     case QURO_UTF_RESULT_ABORT:
         if (suite->status == QURO_UTF_RESULT_ABORT) {
             quro_utfp_test_log_result("Pass (expected abort occurred)", QURO_UTF_RESULT_PASS);
-            results->tests_passed++;
-        } else if (suite->status == QURO_UTF_RESULT_SKIP) {
-            results->tests_skipped++;
-        } else {
-            quro_utfp_test_log_result("Fail (expected abort missing)", QURO_UTF_RESULT_FAIL);
-            quro_utfp_fail_verdict(run, QURO_UTF_RESULT_ABORT);
+            return QURO_UTFP_TEST_PASSED;
         }
-        return;
+        if (suite->status == QURO_UTF_RESULT_SKIP) {
+            return QURO_UTFP_TEST_SKIPPED;
+        }
+        quro_utfp_test_log_result("Fail (expected abort missing)", QURO_UTF_RESULT_FAIL);
+        quro_utfp_fail_verdict(run, QURO_UTF_RESULT_ABORT);
+        return QURO_UTFP_TEST_FAILED;
     default:
         break;
     }
@@ -137,12 +132,19 @@ void quro_utfp_record_verdict(quro_utf_suite *suite, quro_utfp_suite_run *run)
     }
     const quro_utf_result_status status = suite->status;
     if (status >= QURO_UTF_RESULT_PASS && status <= QURO_UTF_RESULT_WARN) {
-        results->tests_passed++;
-    } else if (status == QURO_UTF_RESULT_SKIP) {
-        results->tests_skipped++;
-    } else {
-        quro_utfp_fail_verdict(run, status);
+        return QURO_UTFP_TEST_PASSED;
     }
+    if (status == QURO_UTF_RESULT_SKIP) {
+        return QURO_UTFP_TEST_SKIPPED;
+    }
+    quro_utfp_fail_verdict(run, status);
+    return QURO_UTFP_TEST_FAILED;
+}
+
+void quro_utfp_record_verdict(quro_utf_suite *suite, quro_utfp_suite_run *run)
+{
+    const quro_utfp_test_outcome outcome = quro_utfp_judge(suite, run);
+    quro_utfp_count_test(suite->results, outcome, (suite->this_test->flags & QURO_UTF_FLAG_EXPECTEDFAILURE) != 0);
 }
 
 // False if a creation step failed; the failure is already logged and the verdict recorded.
@@ -176,7 +178,8 @@ void quro_utfp_discard_fixture_pool(quro_utf_suite *suite)
 }
 
 // Runs the current test once over the current fixture index. Returns whether the test was timed;
-// the time is stored in *elapsed_ns. resfail_point is the failure point in resource-failure runs.
+// the time is stored in *elapsed_ns, when it is asked for. resfail_point is the failure point in
+// resource-failure runs.
 bool quro_utfp_run_fixture(quro_utf_suite *suite, quro_utfp_suite_run *run, const uint64_t *resfail_point,
                            uint64_t *elapsed_ns)
 {
@@ -210,10 +213,14 @@ bool quro_utfp_run_fixture(quro_utf_suite *suite, quro_utfp_suite_run *run, cons
                 quro_utf_resfail_enable();
                 quro_utf_resfail_fail_on(*resfail_point);
             }
-            run->execute_start_ns = quro_tpi_get_time_ns();
+            if (elapsed_ns != nullptr) {
+                run->execute_start_ns = quro_tpi_get_time_ns();
+            }
             test->execute(suite);
         }
-        *elapsed_ns = quro_tpi_get_time_ns() - run->execute_start_ns;
+        if (elapsed_ns != nullptr) {
+            *elapsed_ns = quro_tpi_get_time_ns() - run->execute_start_ns;
+        }
         if (resfail_point != nullptr) {
             run->resfail_did_fail = quro_utf_resfail_did_fail() != 0;
             quro_utf_resfail_disable();
@@ -234,8 +241,7 @@ void quro_utfp_run_fixture_repeats(quro_utf_suite *suite, quro_utfp_suite_run *r
     const quro_utf_test_specifier *spec = run->spec;
     if (spec->options & QURO_UTF_OPTION_RESFAIL) {
         for (uint64_t point = spec->resfail_start; point <= spec->resfail_end; ++point) {
-            uint64_t elapsed_ns = 0;
-            quro_utfp_run_fixture(suite, run, &point, &elapsed_ns);
+            quro_utfp_run_fixture(suite, run, &point, nullptr);
             if (!run->resfail_did_fail || point == spec->resfail_end) {
                 break;
             }
@@ -246,7 +252,7 @@ void quro_utfp_run_fixture_repeats(quro_utf_suite *suite, quro_utfp_suite_run *r
     bool timing = spec->benchmark_repeats != 0;
     for (unsigned repeat = 0; repeat < repeats; ++repeat) {
         uint64_t elapsed_ns = 0;
-        const bool timed = quro_utfp_run_fixture(suite, run, nullptr, &elapsed_ns);
+        const bool timed = quro_utfp_run_fixture(suite, run, nullptr, timing ? &elapsed_ns : nullptr);
         timing = timing && timed;
         if (timing) {
             const float seconds = static_cast<float>(static_cast<double>(elapsed_ns) / 1e9);
@@ -439,30 +445,31 @@ void quro_utf_add_test_with_user_data_and_filters(quro_utf_suite *suite, unsigne
         quro_utf_logerr("UTF: Test Name in reserved space [%s]\n", name);
         suite->status = QURO_UTF_RESULT_FATAL;
     }
-    for (const quro_utf_test *test = suite->first_test; test != nullptr; test = test->next_test) {
-        if (test->id == id) {
+    bool same_id = false;
+    const size_t name_hash = quro_utfp_index_hash_name(name);
+    if (quro_utfp_index_find_duplicate(suite->test_index, suite->first_test, id, name, name_hash, &same_id) !=
+        nullptr) {
+        if (same_id) {
             quro_utf_logerr("UTF: Duplicate Test ID %d / %#08x\n", static_cast<int>(id), id);
-            suite->status = QURO_UTF_RESULT_FATAL;
-            return;
-        }
-        if (strcmp(test->name, name) == 0) {
+        } else {
             quro_utf_logerr("UTF: Duplicate Test Name %s\n", name);
-            suite->status = QURO_UTF_RESULT_FATAL;
-            return;
         }
+        suite->status = QURO_UTF_RESULT_FATAL;
+        return;
     }
-    auto *test = static_cast<quro_utf_test *>(quro_utf_mempool_alloc(suite->parent_pool, sizeof(quro_utf_test)));
-    if (test == nullptr) {
+    quro_utf_test *test = quro_utfp_index_new_test(suite->parent_pool);
+    if (test != nullptr) {
+        test->id = id;
+        test->name = name;
+        test->execute = function;
+        test->user_data = data;
+        test->flags = flags;
+    }
+    if (test == nullptr || !quro_utfp_index_add(suite->parent_pool, &suite->test_index, test, name_hash)) {
         quro_utf_logerr("UTF: Create test mempool allocation failed\n");
         suite->status = QURO_UTF_RESULT_FATAL;
         return;
     }
-    *test = quro_utf_test{};
-    test->id = id;
-    test->name = name;
-    test->execute = function;
-    test->user_data = data;
-    test->flags = flags;
     if (suite->last_test == nullptr) {
         suite->first_test = test;
     } else {
@@ -513,11 +520,11 @@ quro_utf_result_status quro_utf_execute(quro_utf_suite *suite, const quro_utf_te
     const unsigned last_fixture = quro_utfp_last_fixture(suite, spec);
     bool any_selected = false;
     for (quro_utf_test *test = suite->first_test; test != nullptr; test = test->next_test) {
-        const uint64_t test_start_ns = quro_tpi_get_time_ns();
         suite->this_test = test;
         if (!quro_utfp_select_test(&quro_utfp_run_selection, suite, spec)) {
             continue;
         }
+        const uint64_t test_start_ns = quro_tpi_get_time_ns();
         any_selected = true;
         for (uint64_t index = static_cast<uint64_t>(spec->first_fixture); index <= last_fixture; ++index) {
             suite->fixture_index = static_cast<unsigned>(index);
@@ -530,7 +537,9 @@ quro_utf_result_status quro_utf_execute(quro_utf_suite *suite, const quro_utf_te
                 quro_utfp_run_selection.restarted_fixture = true;
             }
             if (quro_utfp_run_selection.restarted_fixture) {
-                test->start_time = quro_tpi_get_time_ns();
+                // The test's first fixture starts when the test does.
+                test->start_time =
+                    index == static_cast<uint64_t>(spec->first_fixture) ? test_start_ns : quro_tpi_get_time_ns();
                 quro_utfp_log_test_info("Initializing", suite);
                 quro_utfp_run_fixture_repeats(suite, &run);
             }
@@ -539,10 +548,7 @@ quro_utf_result_status quro_utf_execute(quro_utf_suite *suite, const quro_utf_te
         test->running_time = static_cast<unsigned>((quro_tpi_get_time_ns() - test_start_ns) / kNsPerMs);
     }
     if (any_selected) {
-        suite->results->suites_considered++;
-        if (!run.failed) {
-            suite->results->suites_passed++;
-        }
+        quro_utfp_count_suite(suite->results, !run.failed);
     }
     return run.verdict;
 }
@@ -646,7 +652,7 @@ void quro_utf_test_abort(void)
 {
     quro_utfp_test_log_result("", QURO_UTF_RESULT_ABORT);
     quro_tpi_mutex_lock(&quro_utfp_current_suite_lock);
-    quro_utfp_current_suite->results->has_abort_tests = 1;
+    quro_utfp_mark_abort(quro_utfp_current_suite->results);
     quro_tpi_mutex_unlock(&quro_utfp_current_suite_lock);
 }
 

@@ -81,94 +81,33 @@ std::string filter_list(const char *default_name)
     return list;
 }
 
-const std::string kHelp = std::string("\nThis will create a new set of tests and run them.\n\nArguments:\n\n"
-                                      "       --silent    No output - just set return status\n"
-                                      "    -q --quiet     Show only fatal messages\n"
-                                      "    -v --verbose   Show all error messages (equivalent to -satfwidpk)\n"
-                                      "    -s --summary   Show summary\n"
-                                      "    -a --abort     Show individual abnormal terminations\n"
-                                      "    -t --fatal     Show individual fatal errors\n"
-                                      "    -f --fail      Show individual non-fatal errors\n"
-                                      "    -w --warn      Show individual warnings\n"
-                                      "    -i --info      Show info messages\n"
-                                      "    -d --debug     Show debug messages\n"
-                                      "    -p --pass      Show pass messages\n"
-                                      "    -k --skip      Show skip messages\n"
-                                      "    -h --help      Show this help message\n"
-                                      "    -e --enable_expectedfailure Enable expected failures\n"
-                                      "    -n --no_buffer Disable result buffering; immediately print logs\n"
-                                      "       --resfail\n"
-                                      "                   Enable automated resource allocation failure tests\n"
-                                      "       --resfail-start=n --resfail-end=n2\n"
-                                      "                   Enable automated resource allocation failure from \n"
-                                      "                   allocation n to n2\n"
-                                      "       --benchmark=repeats\n"
-                                      "                   Benchmark with the given number of repeats\n"
-                                      "       --consolidate=mean|median|min|max (Default: mean)\n"
-                                      "                   Consolidate benchmark results using the method\n\n"
-                                      "    --backtrace=n  Enable backtrace generation support for segfaults\n"
-                                      "                   0 = disabled\n"
-                                      "                   1 = GLIBC trace (Linux-only)\n"
-                                      "                   2 = GDB trace (Linux-only)\n\n"
-                                      "       --error=n   Set the minimum reported error level to n (0-5)\n"
-                                      "       --suite=s   Run only the suite named 's'\n"
-                                      "       --first-suite=s1 --last-suite=s2\n"
-                                      "                   Run only suites between s1 ans s2 in list inclusive\n"
-                                      "       --test=t    Run only the test named 't'\n"
-                                      "       --testid=t  Run only the test with the given ID 't'\n"
-                                      "       --first-test=n1 --last-test=n2\n"
-                                      "                   Run all tests numbered n1 to n2 inclusive\n"
-                                      "       --fixture=n Run only fixture number n\n"
-                                      "       --first-fixture=n1 --last-fixture=n2\n"
-                                      "                   Run all fixtures numbered n1 to n2 inclusive\n\n"
-                                      "       --suite-list=s1|s2|s3|... List of suites separated by |\n"
-                                      "       --test-list=t1|t2|t3|...  List of tests separated by |\n\n"
-                                      "  Filtering options: \n\n"
-                                      "       --include=filter\n"
-                                      "           Include tests that match the given filter:\n") +
-                          filter_list("all") +
-                          "           Note that if included, expected failures will automatically\n"
-                          "           fail without running (to avoid hangs). If you wish to run\n"
-                          "           the tests which are expected to fail please pass the -e \n"
-                          "           option in addition to the filters.\n"
-                          "       --exclude=filter \n"
-                          "           Exclude tests that match the given filter\n" +
-                          filter_list("none") +
-                          "       --list-suites\n"
-                          "       --list-tests\n"
-                          "       --list-fixtures\n"
-                          "           Instead of running the tests, list them. Each option\n"
-                          "           lists at a different level of granularity. Each line\n"
-                          "           of output is a fully-qualified command line to run\n"
-                          "           that suite, test, or fixture.\n"
-                          "       --restart-test\n"
-                          "           Start executing from this test ID in the first suite\n"
-                          "       --restart-fixture\n"
-                          "           Start executing from this fixture ID in the first test\n"
-                          "Short options may be combined (e.g. -s -f can be given as -sf).\n"
-                          "If no arguments are given shows summary, failures, and warnings,\n"
-                          "with error level 4 (i.e. only errors and fatal errors set return\n"
-                          "status to non-0), for all tests.\n\n"
-                          "Demonstration options:\n"
-                          "       --failures  Add a suite whose tests fail, abort and stop on a fatal error\n"
-                          "       --crash     Add a suite whose test crashes\n";
+const std::string kDemoHelp = "Demonstration options:\n"
+                              "       --failures  Add a suite whose tests fail, abort and stop on a fatal error\n"
+                              "       --crash     Add a suite whose test crashes\n";
 
 const std::string kDetails = "UTF: Result Details\n";
 
-TEST(DemoCommandLine, HelpIsExactAndExitsZero)
+// The framework's own text is not restated here: its framing, the generated filter lists and the
+// program's help function behind it are what can go wrong.
+TEST(DemoCommandLine, HelpListsTheFiltersThenTheProgramsOwnAndExitsZero)
 {
-    for (const char *option : {"--help", "-h"}) {
-        const DemoRun run = run_demo({option});
-        EXPECT_EQ(run.out, kBanner + kHelp) << option;
-        EXPECT_EQ(run.exit_code(), 0);
-    }
+    const DemoRun help = run_demo({"--help"});
+    EXPECT_EQ(help.exit_code(), 0);
+    EXPECT_EQ(help.out.rfind(kBanner + "\nThis will create a new set of tests and run them.\n", 0), 0u);
+    EXPECT_TRUE(help.has("Include tests that match the given filter:\n" + filter_list("all") + "           Note"));
+    EXPECT_TRUE(help.has("Exclude tests that match the given filter\n" + filter_list("none") + "       --list-suites"));
+    EXPECT_TRUE(help.out.ends_with("status to non-0), for all tests.\n\n" + kDemoHelp)) << help.out;
+    const DemoRun short_help = run_demo({"-h"});
+    EXPECT_EQ(short_help.out, help.out);
+    EXPECT_EQ(short_help.exit_code(), 0);
 }
 
 TEST(DemoCommandLine, RefusedArgumentsPrintHelpAndExitOne)
 {
+    const std::string help = run_demo({"--help"}).out.substr(kBanner.size());
     for (const char *option : {"--bogus", "--testid=12a", "--resfail-start=0", "--consolidate=Mean", "-z"}) {
         const DemoRun run = run_demo({option});
-        EXPECT_EQ(run.out, kBanner + "UTF: Unknown argument \"" + option + "\"\n" + kHelp) << option;
+        EXPECT_EQ(run.out, kBanner + "UTF: Unknown argument \"" + option + "\"\n" + help) << option;
         EXPECT_EQ(run.exit_code(), 1) << option;
     }
 }

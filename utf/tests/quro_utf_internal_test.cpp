@@ -308,3 +308,155 @@ TEST_F(FrameworkRun, BenchmarkRepeatsFoldIntoTheFirstRecord)
 }
 
 } // namespace
+
+namespace {
+
+std::string summary_of(quro_utf_result_set *results)
+{
+    testing::internal::CaptureStdout();
+    quro_utf_print_result_summary(results, QURO_UTF_LOG_DEFAULT);
+    std::string summary = testing::internal::GetCapturedStdout();
+    const size_t run_time = summary.find("  Run time ");
+    return run_time == std::string::npos ? summary : summary.erase(run_time, summary.find('\n', run_time) - run_time);
+}
+
+const std::string kRule = "=======================================================\n";
+
+TEST_F(FrameworkRun, SummaryCountsAssertionsTestsAndSuites)
+{
+    suite_->fixture_variants = 1;
+    quro_utf_add_test(suite_, 1, "warns", [](quro_utf_suite *) { quro_utf_test_warn("w"); });
+    quro_utf_add_test(suite_, 2, "fails_twice", [](quro_utf_suite *) {
+        quro_utf_test_fail("f1");
+        quro_utf_test_fail("f2");
+    });
+    quro_utf_add_test(suite_, 3, "skips", [](quro_utf_suite *) { quro_utf_test_skip(); });
+    quro_utf_add_test_with_filters(
+        suite_, 4, "unrun", [](quro_utf_suite *) {}, QURO_UTF_FLAG_EXPECTEDFAILURE);
+    run();
+    EXPECT_EQ(summary_of(results_), kRule + "UTF: Result Summary\n" + kRule +
+                                        "  1    assertion Warn\n"
+                                        "  3    assertions Fail\n"
+                                        "\n"
+                                        "  4    tests considered\n"
+                                        "  1    tests passed\n"
+                                        "  1    tests skipped\n"
+                                        "  1    tests expected to fail\n"
+                                        "  2    tests failed\n"
+                                        "\n"
+                                        "  1    suites considered\n"
+                                        "  1    suites did not pass\n"
+                                        "\n"
+                                        "\n" +
+                                        kRule);
+}
+
+TEST_F(FrameworkRun, SummaryOfAPassingRunSaysAllPassedAndWarnsOfResfailAndAborts)
+{
+    quro_utf_add_test(suite_, 1, "passes", [](quro_utf_suite *) { quro_utf_test_pass(nullptr); });
+    quro_utf_add_test(suite_, 2, "expects_abort", [](quro_utf_suite *) {
+        quro_utf_test_expect_abort();
+        quro_utf_abort();
+    });
+    run();
+    spec_.options |= QURO_UTF_OPTION_RESFAIL;
+    quro_utfp_current_spec = &spec_;
+    const std::string summary = summary_of(results_);
+    quro_utfp_current_spec = nullptr;
+    EXPECT_EQ(summary.substr(0, summary.find("\n\n[UTF EXPECTED ABORT]")),
+              kRule + "UTF: Result Summary\n" + kRule +
+                  "WARNING: Resfail enabled, tests may fail but must not\ncrash or cause the program to otherwise lock "
+                  "up\n" +
+                  kRule +
+                  "  All assertions passed\n"
+                  "\n"
+                  "  All 4 tests passed\n"
+                  "\n"
+                  "  All 1 suites passed\n"
+                  "\n");
+    EXPECT_NE(summary.find("\n\n[UTF EXPECTED ABORT]\n*WARNING* if you find your job has expired"), std::string::npos);
+}
+
+TEST_F(FrameworkRun, RegistrationRefusesReservedIdsAndDuplicatesAndFlagsReservedNames)
+{
+    const auto add = [this](unsigned id, const char *name) {
+        suite_->status = QURO_UTF_RESULT_UNKNOWN;
+        testing::internal::CaptureStdout();
+        quro_utf_add_test(suite_, id, name, [](quro_utf_suite *) {});
+        return std::to_string(suite_->status) + " " + testing::internal::GetCapturedStdout();
+    };
+    EXPECT_EQ(add(0xF0000000u, "reserved"), "5 UTF: Test ID in reserved range [0xf0000000]\n");
+    EXPECT_EQ(add(0xEFFFFFFFu, "last"), "-1 ");
+    EXPECT_EQ(add(1, "QA_named"), "5 UTF: Test Name in reserved space [QA_named]\n");
+    EXPECT_EQ(add(1, "other"), "5 UTF: Duplicate Test ID 1 / 0x000001\n");
+    EXPECT_EQ(add(2, "QA_named"), "5 UTF: Test Name in reserved space [QA_named]\nUTF: Duplicate Test Name QA_named\n");
+    EXPECT_EQ(add(3, "a"), "-1 ");
+    EXPECT_EQ(add(4, "b"), "-1 ");
+    EXPECT_EQ(add(4, "a"), "5 UTF: Duplicate Test Name a\n") << "the earlier test decides which is reported";
+    EXPECT_EQ(add(3, "b"), "5 UTF: Duplicate Test ID 3 / 0x000003\n");
+    std::vector<std::string> names;
+    for (unsigned id = 100; id < 400; ++id) {
+        names.push_back("t" + std::to_string(id));
+    }
+    for (unsigned id = 100; id < 400; ++id) {
+        ASSERT_EQ(add(id, names[id - 100].c_str()), "-1 ");
+    }
+    EXPECT_EQ(add(399, "new"), "5 UTF: Duplicate Test ID 399 / 0x00018f\n");
+    EXPECT_EQ(add(5000, "t100"), "5 UTF: Duplicate Test Name t100\n");
+    std::string registered;
+    unsigned count = 0;
+    for (const quro_utf_test *test = suite_->first_test; test != nullptr; test = test->next_test, ++count) {
+        registered += count < 4 ? std::string(test->name) + " " : "";
+    }
+    EXPECT_EQ(registered, "last QA_named a b ");
+    EXPECT_EQ(count, 304u);
+
+    // While ids ascend no id table exists yet; the first id that does not ascend still finds its twin.
+    suite_ = quro_utf_create_suite(&suite_pool_, "Ascending", 1, nullptr, nullptr, results_, nullptr);
+    EXPECT_EQ(add(10, "ten"), "-1 ");
+    EXPECT_EQ(add(20, "twenty"), "-1 ");
+    EXPECT_EQ(add(20, "again"), "5 UTF: Duplicate Test ID 20 / 0x000014\n");
+    EXPECT_EQ(add(15, "fifteen"), "-1 ");
+    EXPECT_EQ(add(10, "ten_again"), "5 UTF: Duplicate Test ID 10 / 0x00000a\n");
+    EXPECT_EQ(add(30, "fifteen"), "5 UTF: Duplicate Test Name fifteen\n");
+}
+
+TEST_F(FrameworkRun, FixtureThatCannotBeCreatedFailsFatallyWithoutRunningItsTest)
+{
+    suite_->create_fixture = [](quro_utf_suite *suite) -> void * {
+        return suite->fixture_index == 0 ? nullptr : &suite->fixture_pool;
+    };
+    quro_utf_add_test(suite_, 1, "t", [](quro_utf_suite *) { quro_utf_test_fail("ran"); });
+    removed = 0;
+    const std::vector<std::string> expected = {"t/0 5 UTF: Failed fixture creation",
+                                               "t/0 4 UTF: Fixture creation failed [1]",
+                                               "t/1 5 UTF: Failed because of earlier FATAL"};
+    EXPECT_EQ(run(), expected);
+    EXPECT_EQ(removed, 1) << "only the fixture that was created is torn down";
+    EXPECT_EQ(results_->tests_considered, 2u);
+    EXPECT_EQ(results_->tests_passed, 0u);
+}
+
+// Storage follows the timings there are, not the repeat count asked for, and a group is reduced
+// over the timings it has.
+TEST_F(FrameworkRun, ConsolidationOfAHugeRepeatCountUsesTheTimingsGathered)
+{
+    results_->benchmark_repeats = 0xFFFFFFFFu;
+    quro_utf_test test{};
+    test.name = "b";
+    for (float count : {2.0f, 4.0f}) {
+        quro_utf_add_result(results_, suite_, &test, 0, QURO_UTF_RESULT_BENCHMARK, "Count: x, Units: \"u\", Type: 0",
+                            count);
+    }
+    quro_utf_add_result(results_, suite_, &test, 1, QURO_UTF_RESULT_BENCHMARK, "Count: y, Units: \"u\", Type: 0", 5.0f);
+    testing::internal::CaptureStdout();
+    quro_utf_print_result_details(results_, QURO_UTF_LOG_DEFAULT);
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(out.find("Failed to allocate"), std::string::npos);
+    ASSERT_NE(results_->first_result, nullptr);
+    EXPECT_STREQ(results_->first_result->message, "Mean: 3.000000, Units: \"u\", Type: 0");
+    ASSERT_NE(results_->first_result->next_result, nullptr);
+    EXPECT_STREQ(results_->first_result->next_result->message, "Mean: 5.000000, Units: \"u\", Type: 0");
+}
+
+} // namespace

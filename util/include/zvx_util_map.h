@@ -25,7 +25,7 @@ struct zvx_map_pair {
 struct zvx_map {
     size_t size;     // live pairs
     size_t deleted;  // tombstones
-    size_t capacity; // slots; starts at 64, doubles, never shrinks
+    size_t capacity; // slots; starts at 64, doubles, never shrinks; 0 without a table
     struct zvx_map_pair **hashmap;
     zvx_map_hash_fptr hash;
     zvx_map_equal_fptr equal;
@@ -33,7 +33,8 @@ struct zvx_map {
     zvx_map_value_destruct_fptr value_destruct;
 };
 
-// False when the table cannot be allocated.
+// False when the table cannot be allocated; the map is then empty, with capacity 0, and every
+// operation accepts it (insert tries to allocate the table again). Destruct leaves the same state.
 bool zvx_map_construct(struct zvx_map *map, zvx_map_hash_fptr hash, zvx_map_equal_fptr equal,
                        zvx_map_key_destruct_fptr key_destruct, zvx_map_value_destruct_fptr value_destruct);
 void zvx_map_destruct(struct zvx_map *map);

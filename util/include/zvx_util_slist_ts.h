@@ -10,13 +10,19 @@ typedef struct zvx_util_slist_data {
 
 // Lock-free FIFO with a dummy node: any number of producers, one consumer. The queue owns its
 // nodes; items belong to whoever dequeues them.
+//
+// A producer may still read a dummy that the consumer has just passed, so passed dummies stay
+// chained from `retired` up to `head` until every enqueue that began before they were passed has
+// finished. Enqueues register by the parity of the epoch they began in; the consumer turns the
+// epoch once the enqueues of the one before have all finished, and frees what it had passed
+// before the turn once the enqueues of the epoch it turned from have finished too.
 typedef struct zvx_util_slist_ts {
-    zvxu_slist_data *head; // current dummy; its value is stale
-    zvxu_slist_data *tail;
-    // A producer may still hold a dummy the consumer has just passed, so passed dummies are only
-    // freed while no enqueue is in flight; they stay chained from here up to head.
-    zvxu_slist_data *retired;
-    uint32_t producers_in_flight;
+    zvxu_slist_data *head;             // consumer: the current dummy; its value is stale
+    zvxu_slist_data *tail;             // any thread, by compare-and-swap
+    zvxu_slist_data *retired;          // consumer: oldest passed dummy (head when none)
+    zvxu_slist_data *retired_unsealed; // consumer: first dummy passed since the epoch last turned
+    uint32_t epoch;                    // written by the consumer, read by producers
+    uint32_t enqueues_in_flight[2];    // producers: running enqueues by their epoch's parity
 } zvx_slist_ts;
 
 // On allocation failure the record is left as it was: a zeroed record then fails every call.

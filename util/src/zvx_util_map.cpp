@@ -23,6 +23,21 @@ zvx_map_pair **allocate_table(size_t capacity)
     return static_cast<zvx_map_pair **>(zvx_mem_calloc(capacity, sizeof(zvx_map_pair *)));
 }
 
+// A map without a table (construct failed, or destructed) has capacity 0 and holds nothing.
+bool has_table(const zvx_map *map)
+{
+    return map->hashmap != nullptr;
+}
+
+void drop_table(zvx_map *map)
+{
+    zvx_mem_free(map->hashmap);
+    map->hashmap = nullptr;
+    map->capacity = 0;
+    map->size = 0;
+    map->deleted = 0;
+}
+
 // The slot holding key, else the first tombstone on its probe path, else the empty slot that
 // ended the path. The load limits guarantee an empty slot.
 zvx_map_pair **zvx_map_place(zvx_map *map, zvx_map_constpointer key)
@@ -82,22 +97,19 @@ bool zvx_map_construct(struct zvx_map *map, zvx_map_hash_fptr hash, zvx_map_equa
 {
     map->size = 0;
     map->deleted = 0;
-    map->capacity = initial_capacity;
     map->hashmap = allocate_table(initial_capacity);
+    map->capacity = has_table(map) ? initial_capacity : 0;
     map->hash = hash;
     map->equal = equal;
     map->key_destruct = key_destruct;
     map->value_destruct = value_destruct;
-    return map->hashmap != nullptr;
+    return has_table(map);
 }
 
 void zvx_map_destruct(struct zvx_map *map)
 {
-    if (map->hashmap == nullptr)
-        return;
     zvx_map_clear(map);
-    zvx_mem_free(map->hashmap);
-    map->hashmap = nullptr;
+    drop_table(map);
 }
 
 void zvx_map_clear(struct zvx_map *map)
@@ -110,12 +122,20 @@ void zvx_map_clear(struct zvx_map *map)
 
 zvx_map_pointer zvx_map_find(struct zvx_map *map, zvx_map_constpointer key)
 {
+    if (!has_table(map))
+        return nullptr;
     zvx_map_pair *pair = *zvx_map_place(map, key);
     return is_live(pair) ? pair->value : nullptr;
 }
 
 bool zvx_map_insert(struct zvx_map *map, zvx_map_pointer key, zvx_map_pointer value)
 {
+    if (!has_table(map)) {
+        map->hashmap = allocate_table(initial_capacity);
+        if (!has_table(map))
+            return false;
+        map->capacity = initial_capacity;
+    }
     zvx_map_pair **slot = zvx_map_place(map, key);
     if (is_live(*slot)) {
         if (map->value_destruct != nullptr)
@@ -144,6 +164,8 @@ bool zvx_map_insert(struct zvx_map *map, zvx_map_pointer key, zvx_map_pointer va
 
 void zvx_map_erase(struct zvx_map *map, zvx_map_constpointer key)
 {
+    if (!has_table(map))
+        return;
     zvx_map_pair **slot = zvx_map_place(map, key);
     if (is_live(*slot))
         zvx_map_erase_pair(map, slot);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "zvx_mem_faults.h"
 #include "zvx_util_map.h"
 
 namespace {
@@ -38,7 +39,7 @@ protected:
     {
         ASSERT_TRUE(zvx_map_construct(&map, hash, zvx_map_int_equal, record_key, record_value));
     }
-    zvx_map map;
+    zvx_map map{};
 };
 } // namespace
 
@@ -141,4 +142,68 @@ TEST_F(Map, ForeachStopsOnFalseAndForeachEraseErasesOnTrue)
     EXPECT_EQ(zvx_map_size(&map), 3u);
     EXPECT_EQ(zvx_map_find(&map, key(4)), nullptr);
     EXPECT_EQ(number(zvx_map_find(&map, key(5))), 5u);
+}
+
+// Known values pin the constants: a changed step, multiplier or seed changes every hash.
+TEST(MapHash, IntegerHashIsJenkinsOverSixtyFourBits)
+{
+    EXPECT_EQ(zvx_map_int_hash(key(0)), 0x1b0c4db8bd927u);
+    EXPECT_EQ(zvx_map_int_hash(key(1)), 0x1b0c7044081b6u);
+    EXPECT_EQ(zvx_map_int_hash(key(0x12345678)), 0x2a4a54ff0796167u);
+    EXPECT_EQ(zvx_map_int_hash(key(0xdeadbeefcafe)), 0x78491ba62fa56739u);
+}
+
+TEST(MapHash, StringHashIsDjb2ReadingUnsignedBytesAndWrapping)
+{
+    EXPECT_EQ(zvx_map_str_hash(""), 5381u);
+    EXPECT_EQ(zvx_map_str_hash("a"), 0x2b606u);
+    EXPECT_EQ(zvx_map_str_hash("omx_if"), 0x65312c38107u);
+    EXPECT_EQ(zvx_map_str_hash("xxxxxxxxxxxxxxxxxxxx"), 0x41b36467d5be24e5u);
+    EXPECT_EQ(zvx_map_str_hash("\xff"), 0x2b6a4u);
+}
+
+TEST_F(Map, DestructedMapIsEmptyAndDestructsAgain)
+{
+    construct(zvx_map_int_hash);
+    zvx_map_insert(&map, key(1), key(10));
+    zvx_map_destruct(&map);
+    zvx_map_clear(&map);
+    EXPECT_EQ(zvx_map_find(&map, key(1)), nullptr);
+    zvx_map_erase(&map, key(1));
+    EXPECT_EQ(zvx_map_size(&map), 0u);
+    zvx_map_destruct(&map);
+    EXPECT_EQ(destructed, (std::vector<std::string>{"key 1", "value 10"}));
+}
+
+TEST_F(Map, FailedConstructLeavesAnEmptyMapThatInsertCanRevive)
+{
+    if (!zvx_mem_faults_arm(0, 0))
+        GTEST_SKIP() << "allocation failures are injected only in the fault-injection build";
+    const bool constructed = zvx_map_construct(&map, zvx_map_int_hash, zvx_map_int_equal, record_key, record_value);
+    zvx_mem_faults_disarm();
+    ASSERT_FALSE(constructed);
+    EXPECT_EQ(map.capacity, 0u);
+    EXPECT_EQ(zvx_map_find(&map, key(3)), nullptr);
+    unsigned int pos = 0;
+    EXPECT_EQ(zvx_map_next(&map, &pos), nullptr);
+    zvx_map_clear(&map);
+    zvx_map_erase(&map, key(3));
+    ASSERT_TRUE(zvx_map_insert(&map, key(3), key(30)));
+    EXPECT_EQ(number(zvx_map_find(&map, key(3))), 30u);
+    EXPECT_EQ(map.capacity, 64u);
+}
+
+TEST_F(Map, InsertThatCannotAllocateItsPairChangesNothing)
+{
+    construct(identity_hash);
+    zvx_map_insert(&map, key(1), key(1));
+    zvx_map_erase(&map, key(1));
+    if (!zvx_mem_faults_arm(0, 0))
+        GTEST_SKIP() << "allocation failures are injected only in the fault-injection build";
+    const bool inserted = zvx_map_insert(&map, key(65), key(65));
+    zvx_mem_faults_disarm();
+    EXPECT_FALSE(inserted);
+    EXPECT_EQ(map.deleted, 1u) << "the tombstone on the probe path stays";
+    EXPECT_EQ(zvx_map_size(&map), 0u);
+    EXPECT_EQ(zvx_map_find(&map, key(65)), nullptr);
 }

@@ -6,6 +6,7 @@
 
 #include "zvx_util_atomic.h"
 #include "zvx_util_semaphore.h"
+#include "zvx_util_semaphore_deadline.h"
 
 TEST(ZvxAtomic, CompareExchangeAndWrappingArithmetic)
 {
@@ -56,4 +57,26 @@ TEST(ZvxSemaphore, TimedWaitOnClosedSemaphoreTimesOutWithinAMillisecond)
     EXPECT_GE(waited, std::chrono::milliseconds(1299));
     EXPECT_LT(waited, std::chrono::milliseconds(1800));
     zvxu_semaphore_destroy(&sem);
+}
+
+// Whatever the clock reads when a test runs: milliseconds that pass a second carry into the seconds.
+TEST(ZvxSemaphore, DeadlineCarriesMillisecondsIntoSeconds)
+{
+    struct Case {
+        timespec now;
+        long timeout;
+        timespec deadline;
+    };
+    const Case cases[] = {
+        {{100, 999999999}, 1, {101, 0}},
+        {{100, 700000000}, 1300, {102, 0}},
+        {{100, 500123456}, 2750, {103, 250000000}},
+        {{100, 0}, 999, {100, 999000000}},
+        {{100, 1999999}, 0, {100, 1000000}},
+    };
+    for (const Case &c : cases) {
+        const timespec deadline = zvxu_semaphore_deadline(c.now, c.timeout);
+        EXPECT_EQ(deadline.tv_sec, c.deadline.tv_sec) << c.now.tv_nsec << " + " << c.timeout << " ms";
+        EXPECT_EQ(deadline.tv_nsec, c.deadline.tv_nsec) << c.now.tv_nsec << " + " << c.timeout << " ms";
+    }
 }

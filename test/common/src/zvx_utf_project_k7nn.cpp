@@ -1,16 +1,31 @@
-// Project hooks of the test framework for this platform. The resource-failure hooks are an
-// interface without a backend here: no allocation is ever made to fail, so each test runs once.
+// Project hooks of the test framework for this platform. Resource failures are allocations of the
+// memory wrappers: the n-th one of a test is made to fail. Where the wrappers' hooks are inert no
+// allocation ever fails, so each test runs once.
 #include "quro_utf.h"
+#include "zvx_mem_faults.h"
+
+namespace {
+// The failure point of the test being run; main thread only.
+uint64_t resfail_point;
+bool resfail_armed;
+} // namespace
 
 void quro_utf_resfail_enable(void) {}
 
-void quro_utf_resfail_disable(void) {}
+void quro_utf_resfail_disable(void)
+{
+    zvx_mem_faults_disarm();
+}
 
-void quro_utf_resfail_fail_on(uint64_t) {}
+void quro_utf_resfail_fail_on(uint64_t n)
+{
+    resfail_point = n;
+    resfail_armed = zvx_mem_faults_arm(n, n);
+}
 
 int quro_utf_resfail_did_fail(void)
 {
-    return 0;
+    return resfail_armed && zvx_mem_faults_counted() > resfail_point ? 1 : 0;
 }
 
 unsigned quro_utf_set_ef_for(unsigned a, unsigned b)

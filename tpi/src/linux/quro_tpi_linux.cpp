@@ -37,6 +37,13 @@ bool quro_tpip_make_parent_dirs(const std::string &path)
     return true;
 }
 
+// Each thread asks the kernel once; 0 = not asked yet. A forked child is a new thread of its own,
+// so the forking thread's copy is cleared there.
+thread_local quro_tpi_uint32 quro_tpip_cached_thread_id = 0;
+
+[[maybe_unused]] const int quro_tpip_fork_handler_installed =
+    pthread_atfork(nullptr, nullptr, [] { quro_tpip_cached_thread_id = 0; });
+
 } // namespace
 
 void quro_tpi_assert_fail(const char *expression, const char *file, int line, const char *function)
@@ -180,7 +187,10 @@ quro_tpi_bool quro_tpi_thread_wait(quro_tpi_thread thread, void **result)
 
 quro_tpi_uint32 quro_tpi_thread_id(void)
 {
-    return static_cast<quro_tpi_uint32>(gettid());
+    if (quro_tpip_cached_thread_id == 0) {
+        quro_tpip_cached_thread_id = static_cast<quro_tpi_uint32>(gettid());
+    }
+    return quro_tpip_cached_thread_id;
 }
 
 quro_tpi_bool quro_tpi_mutex_init(quro_tpi_mutex *mutex)

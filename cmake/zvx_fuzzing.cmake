@@ -1,0 +1,31 @@
+# libFuzzer targets, built by the fuzz preset (clang, every source instrumented for coverage with
+# ASan and UBSan). Each fuzzer is also a CTest test, labelled "fuzz", that runs for
+# ZVX_FUZZ_SECONDS from its seed corpus; fuzzers.txt in the build directory lists every fuzzer
+# (name, program, seed corpus) for scripts/fuzz.sh.
+set(ZVX_FUZZ_SECONDS 10 CACHE STRING "Budget of each fuzzer's CTest run, in seconds")
+
+if(ZVX_BUILD_FUZZERS)
+  enable_testing()
+  add_custom_target(zvx_fuzzers)
+  set(ZVX_FUZZER_LIST "${CMAKE_BINARY_DIR}/fuzzers.txt")
+  file(WRITE "${ZVX_FUZZER_LIST}" "")
+endif()
+
+# zvx_add_fuzzer(<name> SOURCES ... LIBS ... CORPUS <seed dir>)
+function(zvx_add_fuzzer name)
+  if(NOT ZVX_BUILD_FUZZERS)
+    return()
+  endif()
+  cmake_parse_arguments(ARG "" "CORPUS" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  add_dependencies(zvx_fuzzers ${name})
+  # New inputs go to a corpus in the build tree; the seeds in the source tree are only read.
+  set(work_corpus "${CMAKE_CURRENT_BINARY_DIR}/${name}_corpus")
+  file(MAKE_DIRECTORY "${work_corpus}")
+  add_test(NAME ${name} COMMAND ${name} -max_total_time=${ZVX_FUZZ_SECONDS} -print_final_stats=1 "${work_corpus}"
+                                "${ARG_CORPUS}")
+  set_tests_properties(${name} PROPERTIES LABELS fuzz TIMEOUT 600)
+  file(APPEND "${ZVX_FUZZER_LIST}" "${name} ${CMAKE_CURRENT_BINARY_DIR}/${name} ${ARG_CORPUS}\n")
+endfunction()
