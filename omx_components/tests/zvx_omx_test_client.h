@@ -167,7 +167,8 @@ inline void zvx_sync(zvx_omx_common_component *comp)
 {
     static std::atomic<int> synced;
     synced = 0;
-    auto *command = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+    auto *command =
+        static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
     command->function = [](zvx_omx_common_component *, zvx_omx_common_cproc_command_data *) {
         synced = 1;
         return true;
@@ -269,11 +270,25 @@ protected:
         ASSERT_EQ(state(), target);
     }
 
+    OMX_PARAM_PORTDEFINITIONTYPE definition(OMX_U32 port)
+    {
+        OMX_PARAM_PORTDEFINITIONTYPE record = {};
+        record.nSize = sizeof(record);
+        record.nVersion.s.nVersionMajor = 1;
+        record.nVersion.s.nVersionMinor = 1;
+        record.nVersion.s.nRevision = 2;
+        record.nPortIndex = port;
+        EXPECT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &record), OMX_ErrorNone);
+        return record;
+    }
+
+    /* Buffers of the size the port asks for; the component must be taking buffers. */
     std::vector<OMX_BUFFERHEADERTYPE *> allocate(OMX_U32 port, size_t count)
     {
+        const OMX_U32 size = definition(port).nBufferSize;
         std::vector<OMX_BUFFERHEADERTYPE *> headers(count);
         for (auto &header : headers) {
-            EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, port, nullptr, 1024), OMX_ErrorNone);
+            EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, port, nullptr, size), OMX_ErrorNone);
         }
         return headers;
     }

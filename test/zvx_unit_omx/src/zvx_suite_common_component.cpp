@@ -520,8 +520,11 @@ void zvx_test_handle_event(quro_utf_suite *)
     zvxp_dispatch(&component, record, ZVX_BASE_EVENT_ERROR, sizeof(uint32_t) + 1);
     zvxp_dispatch(&component, record, ZVX_BASE_EVENT_OUTPUT, sizeof(struct zvx_base_buffer_userspace));
 
+    // A buffer is registered on the way to Idle, at the size its port asks for.
+    ZVX_REQUIRE_EQ(handle.omx.SendCommand(&handle, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
+    const OMX_U32 size = zvx_omx_port_get_definition(&component.ports[0])->nBufferSize;
     OMX_BUFFERHEADERTYPE *header = nullptr;
-    ZVX_REQUIRE_EQ(handle.omx.UseBuffer(&handle, &header, 0, nullptr, 100, zvx_marker<OMX_U8 *>(1)), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(handle.omx.UseBuffer(&handle, &header, 0, nullptr, size, zvx_marker<OMX_U8 *>(1)), OMX_ErrorNone);
     if (header != nullptr) {
         struct zvx_base_buffer_userspace desc = zvx_omx_common_bufferheader_from_pub(header)->priv.desc;
         desc.format = ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_PLANAR;
