@@ -25,14 +25,13 @@ int32_t zvxp_load(int32_t &field)
 /* While the output port has produced nothing and no flush of it waits, consumed inputs go back only as
  * long as fewer have gone back than outputs were queued, unless the output port holds its minimum: a
  * client that waits for inputs before it queues outputs does not starve the decoder at the start. */
-bool zvxp_may_return_input(struct zvx_omx_common_component *comp, OMX_U32 output_minimum, int32_t skipped)
+bool zvxp_may_return_input(struct zvx_omx_common_component *comp, OMX_U32 output_minimum)
 {
     zvx_omx_port &input = comp->ports[ZVXP_INPUT];
     zvx_omx_port &output = comp->ports[ZVXP_OUTPUT];
     const int32_t outputs_queued = zvxp_load(output.nr_enqueue);
     return output.buffer_produced || (zvxp_load(output.pFlag) & ZVX_OMX_PORT_FLAG_CLIENT_FLUSH) != 0 ||
-           zvxp_load(input.nr_dequeue) + skipped < outputs_queued ||
-           outputs_queued >= static_cast<int32_t>(output_minimum);
+           zvxp_load(input.nr_dequeue) < outputs_queued || outputs_queued >= static_cast<int32_t>(output_minimum);
 }
 
 bool zvxp_return_inputs_command(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *)
@@ -181,26 +180,21 @@ void zvx_omx_return_input_buffers(struct zvx_omx_common_component *comp)
         output_minimum = definition->nBufferCountMin;
     }
     zvx_omx_port &input = comp->ports[ZVXP_INPUT];
-    // Counted over every pass: the walk starts over after each callback, in which the client may queue
-    // the buffer again.
-    int32_t skipped = 0;
+    // Only the head of the queue goes back: a consumed input waits behind one queued before it. The
+    // walk starts over after each callback, in which the client may queue the buffer again.
     for (;;) {
         struct zvx_omx_common_bufferheadertype *returned = nullptr;
         OMX_TICKS timestamp = 0;
         {
             zvx_omx_port_buffers_lock lock(&input);
-            for (auto *it = input.buffer_list.node.next; it != &input.buffer_list.node; it = it->next) {
-                struct zvx_omx_common_bufferheadertype *header = it->data;
-                if (header->priv.owner == ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT &&
-                    zvxp_may_return_input(comp, output_minimum, skipped)) {
-                    zvx_list_erase_port_buffers(&input.buffer_list, it);
-                    header->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
-                    std::atomic_ref(input.nr_dequeue).fetch_add(1);
-                    timestamp = header->pub.nTimeStamp;
-                    returned = header;
-                    break;
-                }
-                ++skipped;
+            auto *head = input.buffer_list.node.next;
+            if (head != &input.buffer_list.node && head->data->priv.owner == ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT &&
+                zvxp_may_return_input(comp, output_minimum)) {
+                returned = head->data;
+                zvx_list_erase_port_buffers(&input.buffer_list, head);
+                returned->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
+                std::atomic_ref(input.nr_dequeue).fetch_add(1);
+                timestamp = returned->pub.nTimeStamp;
             }
         }
         if (returned == nullptr) {
