@@ -667,4 +667,43 @@ TEST_F(EncoderBuffers, EmptyEndOfStreamBeforeAnyBufferIsAnsweredAndNothingElseSl
     client_.take(1);
 }
 
+std::atomic<OMX_U32> zvxp_rate_sent;
+
+void zvxp_record_rate(int, OMX_INDEXTYPE index, OMX_U32, void *param)
+{
+    if (index == OMX_IndexConfigVideoFramerate) {
+        zvxp_rate_sent = static_cast<OMX_CONFIG_FRAMERATETYPE *>(param)->xEncodeFramerate;
+    }
+}
+
+TEST_F(EncoderBuffers, InputTimestampsSetTheFrameRateAndARunningSessionHearsOfIt)
+{
+    zvxp_rate_sent = 0;
+    bb_cb.bbcb_set_parameter = zvxp_record_rate;
+    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandPortDisable, 1, nullptr), OMX_ErrorNone);
+    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_complete(OMX_CommandPortDisable, 1)});
+    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
+    auto input = zvxp_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    ASSERT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
+    std::vector<OMX_BUFFERHEADERTYPE *> headers(input.nBufferCountActual);
+    for (OMX_BUFFERHEADERTYPE *&header : headers) {
+        ASSERT_EQ(omx_->AllocateBuffer(omx_, &header, 0, nullptr, input.nBufferSize), OMX_ErrorNone);
+    }
+    zvx_answer_hw(&encoder_.common, ZVX_BASE_HW_STATE_RUNNING);
+    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateExecuting, nullptr), OMX_ErrorNone);
+    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_complete(OMX_CommandStateSet, OMX_StateExecuting)});
+
+    // 25 pictures a second: one every 40 ms.
+    for (size_t i = 0; i < headers.size(); ++i) {
+        headers[i]->nFilledLen = 1000;
+        headers[i]->nTimeStamp = static_cast<OMX_TICKS>(i) * 40000;
+        ASSERT_EQ(omx_->EmptyThisBuffer(omx_, headers[i]), OMX_ErrorNone);
+    }
+    auto rate = zvxp_record<OMX_CONFIG_FRAMERATETYPE>(0);
+    ASSERT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigVideoFramerate, &rate), OMX_ErrorNone);
+    EXPECT_EQ(rate.xEncodeFramerate, 25u << 16);
+    EXPECT_EQ(zvxp_rate_sent.load(), 25u << 16);
+}
+
 } // namespace
