@@ -18,15 +18,18 @@ typedef enum zvx_omx_buffer_owner_t {
     ZVX_OMX_BUFFER_OWNER_COMP_REJECTED = 3,
 } zvx_omx_buffer_owner_t;
 
-/* What the component keeps about a buffer besides what the client sees. */
+/* What the component keeps about a buffer besides what the client sees. Fields without a guard are set
+ * when the buffer is registered and stay. */
 struct zvx_omx_common_bufferheadertype_priv {
     void *alloc_buffer; /* memory the component allocated; null for a client's buffer */
     bool secure;
-    zvx_omx_buffer_owner_t owner;
+    zvx_omx_buffer_owner_t owner; /* the port's buffer_sem */
     bool rgb_to_yuv;
     uint32_t buffer_size;
     void *yuv_buffer;
-    struct zvx_base_buffer_userspace desc; /* as registered with the session */
+    /* As registered with the session; its identity and handle, those it is queued under, change under the
+     * port's buffer_sem while the component holds the buffer. */
+    struct zvx_base_buffer_userspace desc;
     uint32_t tcx_alloc_bytes;
     uint16_t tcx_width_in_superblocks;
     bool metadata; /* the buffer holds a metadata record naming the frame memory, which is registered instead */
