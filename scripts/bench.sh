@@ -8,7 +8,7 @@ cmake --preset release >/dev/null
 cmake --build --preset release
 for bench in utf/quro_utf_bench util/zvx_util_bench log/zvx_log_bench omx_components/zvx_omx_cproc_bench \
   omx_components/zvx_omx_round_trip_bench \
-  omx_components/zvx_omx_parameter_bench; do
+  omx_components/zvx_omx_parameter_bench omx_components/zvx_omx_buffer_call_bench; do
   echo "==== ${bench##*/} ===="
   "build/release/${bench}" "$@"
 done

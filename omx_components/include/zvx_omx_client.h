@@ -20,4 +20,9 @@ struct zvx_omx_client zvx_omx_client_get(struct zvx_omx_common_component *comp);
 /* Calls the client's EventHandler, if it has one; false when it has none. */
 bool zvx_omx_client_event(const struct zvx_omx_client &client, OMX_EVENTTYPE event, OMX_U32 data1, OMX_U32 data2);
 
+/* Give a buffer back through EmptyBufferDone or FillBufferDone, if the client has it, recording the call
+ * for the instrumentation sink. The caller has made the client the buffer's owner and holds no lock. */
+void zvx_omx_client_empty_buffer_done(const struct zvx_omx_client &client, OMX_BUFFERHEADERTYPE *header);
+void zvx_omx_client_fill_buffer_done(const struct zvx_omx_client &client, OMX_BUFFERHEADERTYPE *header);
+
 #endif

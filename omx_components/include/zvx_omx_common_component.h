@@ -97,6 +97,10 @@ typedef struct zvx_omx_common_component {
     bool android_client;                                             /* lock */
     struct zvx_base_buffer_param_colour_description prev_color_desc; /* command thread */
     pthread_mutex_t callbacks_lock;
+    /* atomic_ref: the state the client's last accepted OMX_CommandStateSet aims at, until that change
+     * completes or is refused; OMX_StateMax when none is under way. Buffers may be registered on the way
+     * to Idle and freed on the way to Loaded, before the command thread has run the change. */
+    int32_t requested_state;
 } zvx_omx_common_component;
 
 /* Holds a mutex of the component for one scope. */
@@ -137,7 +141,7 @@ OMX_U32 zvx_omx_common_component_get_yuv_port_index(const zvx_omx_common_compone
 /* tiles and wideblk are optional outputs, written only when the setting exists. */
 OMX_BOOL zvx_omx_common_component_is_tcx_enabled(zvx_omx_common_component *comp, OMX_U32 port, OMX_BOOL *tiles,
                                                  OMX_BOOL *wideblk);
-/* Switches the compressed layout on the YUV port; false for any other port. */
+/* Switches the compressed layout on the YUV port; false for any other port. Takes the lock itself. */
 bool zvx_omx_common_component_tcx_enable(zvx_omx_common_component *comp, OMX_U32 port, bool enable, bool tiles_enable,
                                          bool wideblk_enable);
 OMX_BOOL zvx_omx_common_component_is_dmabuf_enabled(zvx_omx_common_component *comp, OMX_U32 port);
@@ -145,6 +149,7 @@ OMX_BOOL zvx_omx_common_component_is_metadata_in_buffer_enabled(zvx_omx_common_c
 
 /* Bytes of extra data after the picture in an output buffer. */
 OMX_U32 zvx_omx_common_component_get_extra_data_size(zvx_omx_common_component *comp, OMX_U32 port);
+/* The two below change settings stores: the caller holds the lock. */
 void zvx_omx_common_component_update_crop_rect(zvx_omx_common_component *comp, OMX_U32 port, OMX_U32 width,
                                                OMX_U32 height);
 /* Never lowers stride or slice height; does nothing once the parameters are marked updated. */

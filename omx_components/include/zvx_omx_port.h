@@ -18,17 +18,21 @@ typedef enum zvx_omx_buffer_owner_t {
     ZVX_OMX_BUFFER_OWNER_COMP_REJECTED = 3,
 } zvx_omx_buffer_owner_t;
 
-/* What the component keeps about a buffer besides what the client sees. */
+/* What the component keeps about a buffer besides what the client sees. Fields without a guard are set
+ * when the buffer is registered and stay. */
 struct zvx_omx_common_bufferheadertype_priv {
     void *alloc_buffer; /* memory the component allocated; null for a client's buffer */
     bool secure;
-    zvx_omx_buffer_owner_t owner;
+    zvx_omx_buffer_owner_t owner; /* the port's buffer_sem */
     bool rgb_to_yuv;
     uint32_t buffer_size;
     void *yuv_buffer;
-    struct zvx_base_buffer_userspace desc; /* as registered with the session */
+    /* As registered with the session; its identity and handle, those it is queued under, change under the
+     * port's buffer_sem while the component holds the buffer. */
+    struct zvx_base_buffer_userspace desc;
     uint32_t tcx_alloc_bytes;
     uint16_t tcx_width_in_superblocks;
+    bool metadata; /* the buffer holds a metadata record naming the frame memory, which is registered instead */
 };
 
 /* The client holds &pub; the component gets back to priv from that address. */
@@ -95,13 +99,15 @@ typedef struct zvx_omx_port {
     struct zvx_list_omxbufferhdrptr tracked_buffers; /* buffer_sem */
     struct zvx_list_port_buffers buffer_list;        /* buffer_sem */
     struct zvx_util_semaphore_t buffer_sem;          /* released around every client callback */
-    int32_t conf_buffers_queued;                     /* buffer_sem */
-    int32_t nr_enqueue;         /* atomic_ref: buffers passed to the session since the last flush */
-    int32_t nr_dequeue;         /* atomic_ref: buffers the session returned since the last flush */
-    uint32_t port_format_index; /* comp lock */
-    OMX_BUFFERHEADERTYPE *hdr;  /* command thread: a buffer the port holds back */
-    uint32_t zvx_flags;         /* comp lock */
-    int32_t transition;         /* zvx_omx_port_transition; command thread writes, atomic_ref */
+    int32_t conf_buffers_queued;                     /* atomic_ref: codec-configuration inputs with the session */
+    int32_t nr_enqueue;             /* atomic_ref: buffers passed to the session since the last flush */
+    int32_t nr_dequeue;             /* atomic_ref: buffers the session returned since the last flush */
+    uint32_t port_format_index;     /* comp lock */
+    OMX_BUFFERHEADERTYPE *hdr;      /* command thread: a buffer the port holds back */
+    uint32_t zvx_flags;             /* comp lock */
+    int32_t transition;             /* zvx_omx_port_transition; command thread writes, atomic_ref */
+    uint32_t registrations_pending; /* comp lock: registrations counted against nBufferCountActual, not yet entered */
+    bool had_buffers;               /* comp lock: a buffer was registered once, so a freed header may come back */
 } zvx_omx_port;
 
 /* Value destructors of the two buffer maps: free the header (with the memory the component

@@ -30,6 +30,12 @@ void zvx_omx_state_port_begin(struct zvx_omx_common_component *comp, OMX_U32 por
 /* Back to STABLE, unless the port has gone on to another transition meanwhile. */
 void zvx_omx_state_port_end(struct zvx_omx_common_component *comp, OMX_U32 port, zvx_omx_port_transition transition);
 
+/* The client's state change under way, as any thread sees it: marked when SendCommand accepts it and
+ * settled when the command thread completes or refuses it. A newer request replaces an older one. */
+void zvx_omx_state_request(struct zvx_omx_common_component *comp, OMX_STATETYPE target);
+void zvx_omx_state_settle_request(struct zvx_omx_common_component *comp, OMX_STATETYPE target);
+bool zvx_omx_state_is_requested(struct zvx_omx_common_component *comp, OMX_STATETYPE target);
+
 /* Completes the client's flush of a port that was handed to the session, once: false when none waits. */
 bool zvx_omx_state_complete_client_flush(struct zvx_omx_common_component *comp, OMX_U32 port);
 

@@ -257,9 +257,10 @@ void zvx_enqueue_state_change(int fd, enum zvx_base_hw_state state);
 /* Null when no event is pending; the caller frees the event with zvx_mem_free. */
 struct zvx_base_event_header *zvx_get_event(int fd, OMX_U32 timeout);
 
-OMX_ERRORTYPE zvx_get_parameter(int fd, OMX_INDEXTYPE index, OMX_U32 size, const void *param);
+/* The get calls fill the caller's record. */
+OMX_ERRORTYPE zvx_get_parameter(int fd, OMX_INDEXTYPE index, OMX_U32 size, void *param);
 OMX_ERRORTYPE zvx_set_parameter(int fd, OMX_INDEXTYPE index, OMX_U32 size, void *param);
-OMX_ERRORTYPE zvx_get_config(int fd, OMX_INDEXTYPE index, OMX_U32 size, const void *param);
+OMX_ERRORTYPE zvx_get_config(int fd, OMX_INDEXTYPE index, OMX_U32 size, void *param);
 OMX_ERRORTYPE zvx_set_config(int fd, OMX_INDEXTYPE index, OMX_U32 size, void *param);
 
 OMX_ERRORTYPE zvx_register_buffer(int fd, OMX_U32 port_index, const struct zvx_base_buffer_userspace *descriptor);

@@ -2,6 +2,7 @@
 // callback the component makes reads them as one pair.
 #include "zvx_omx_client.h"
 
+#include "zvx_omx_api_call_record.h"
 #include "zvx_omx_common_component.h"
 
 namespace {
@@ -9,6 +10,17 @@ namespace {
 OMX_COMPONENTTYPE *zvxp_handle(zvx_omx_common_component *comp)
 {
     return reinterpret_cast<OMX_COMPONENTTYPE *>(comp->omx_component);
+}
+
+/* The header as the client receives it, then the call. */
+void zvxp_record_buffer_done(uint32_t code, const zvx_omx_client &client, const OMX_BUFFERHEADERTYPE *header)
+{
+    zvx_instr_write_msg(ZVX_INSTR_API_PTR, sizeof(*header), header);
+    zvx_omx_api_call_record record(code, 3);
+    record.append_argument(client.handle);
+    record.append_argument(client.app_data);
+    record.append_argument(header);
+    record.write();
 }
 
 } // namespace
@@ -40,4 +52,20 @@ bool zvx_omx_client_event(const struct zvx_omx_client &client, OMX_EVENTTYPE eve
     }
     client.callbacks.EventHandler(client.handle, client.app_data, event, data1, data2, nullptr);
     return true;
+}
+
+void zvx_omx_client_empty_buffer_done(const struct zvx_omx_client &client, OMX_BUFFERHEADERTYPE *header)
+{
+    zvxp_record_buffer_done(code_OMX_cbEmptyBufferDone, client, header);
+    if (client.callbacks.EmptyBufferDone != nullptr) {
+        client.callbacks.EmptyBufferDone(client.handle, client.app_data, header);
+    }
+}
+
+void zvx_omx_client_fill_buffer_done(const struct zvx_omx_client &client, OMX_BUFFERHEADERTYPE *header)
+{
+    zvxp_record_buffer_done(code_OMX_cbFillBufferDone, client, header);
+    if (client.callbacks.FillBufferDone != nullptr) {
+        client.callbacks.FillBufferDone(client.handle, client.app_data, header);
+    }
 }

@@ -7,14 +7,9 @@
 
 #include "zvx_omx_config.h"
 #include "zvx_omx_extensions.h"
+#include "zvx_omx_extra_data.h"
 
 namespace {
-
-// Extra data after a compressed picture: a crop record, an interlace record on interlaced streams,
-// and the empty header that closes the list.
-constexpr OMX_U32 zvxp_extra_data_crop = 40;
-constexpr OMX_U32 zvxp_extra_data_crop_and_interlace = 72;
-constexpr OMX_U32 zvxp_extra_data_terminator = 24;
 
 bool zvxp_valid_port(const zvx_omx_common_component *comp, OMX_U32 port)
 {
@@ -93,6 +88,7 @@ bool zvx_omx_common_component_tcx_enable(zvx_omx_common_component *comp, OMX_U32
     tcx.bEnabled = enable ? OMX_TRUE : OMX_FALSE;
     tcx.bTilesEnabled = tiles_enable ? OMX_TRUE : OMX_FALSE;
     tcx.bWideblkEnabled = wideblk_enable ? OMX_TRUE : OMX_FALSE;
+    zvx_omx_mutex_guard guard(&comp->lock);
     return zvx_omx_config_insert(&comp->ports[port].config_and_params, OMX_IndexParamEnableTCX, 0, &tcx, sizeof(tcx)) ==
            OMX_ErrorNone;
 }
@@ -117,7 +113,8 @@ OMX_U32 zvx_omx_common_component_get_extra_data_size(zvx_omx_common_component *c
     const auto *sequence =
         zvxp_port_setting<QURO_PARAM_SEQUENECE_PARAMETERS>(comp, port, QURO_IndexParamSequenceParameters);
     const bool interlaced = sequence != nullptr && sequence->bInterlace != 0;
-    return (interlaced ? zvxp_extra_data_crop_and_interlace : zvxp_extra_data_crop) + zvxp_extra_data_terminator;
+    return ZVX_OMX_EXTRADATA_CROP_SIZE + (interlaced ? ZVX_OMX_EXTRADATA_INTERLACE_SIZE : 0) +
+           ZVX_OMX_EXTRADATA_END_SIZE;
 }
 
 void zvx_omx_common_component_update_crop_rect(zvx_omx_common_component *comp, OMX_U32 port, OMX_U32 width,

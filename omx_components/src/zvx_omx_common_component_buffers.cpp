@@ -1,38 +1,89 @@
+// UseBuffer, AllocateBuffer and FreeBuffer: a port's buffers are registered on the way to Idle or while
+// the port is being enabled, and freed on the way to Loaded or while the port is being disabled, each
+// only while the client holds it.
 #include "zvx_omx_common_component_buffers.h"
-
-#include <atomic>
 
 #include "zvx_mem.h"
 #include "zvx_omx_api_call_record.h"
+#include "zvx_omx_buffer_descriptor.h"
+#include "zvx_omx_buffer_ownership.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
+#include "zvx_omx_metadata_buffers.h"
+#include "zvx_omx_state.h"
 #include "zvx_session_interface.h"
 
 namespace {
 
-using zvxp_session_queue_t = OMX_ERRORTYPE (*)(int fd, struct zvx_base_buffer_details *details);
+/* The largest buffer the component allocates: one frame of the largest size the hardware codes, in
+ * 32-bit RGB. */
+constexpr OMX_U32 ZVXP_MAX_ALLOCATION = 8192u * 8192u * 4u;
 
-struct zvxp_buffer_direction {
-    OMX_U32 port;
-    uint32_t api_code;
-    zvxp_session_queue_t session_queue;
-    const char *entry_name;
-    bool keeps_client_order; /* input buffers go back to the client in the order it queued them */
+/* What the port's settings say of a buffer about to be registered, read under the lock. */
+struct zvxp_port_facts {
+    bool metadata;
+    enum zvx_base_buffer_allocator allocator;
+    struct zvx_base_buffer_userspace layout;
 };
 
-constexpr zvxp_buffer_direction ZVXP_EMPTY = {0, code_OMX_EmptyThisBuffer, zvx_empty_this_buffer, "OMX_EmptyThisBuffer",
-                                              true};
-constexpr zvxp_buffer_direction ZVXP_FILL = {1, code_OMX_FillThisBuffer, zvx_fill_this_buffer, "OMX_FillThisBuffer",
-                                             false};
-
-bool zvxp_port_enabled(struct zvx_omx_port &port)
+void zvxp_instrument(uint32_t code, OMX_HANDLETYPE handle, OMX_U32 port, OMX_U32 size, const void *memory)
 {
-    const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&port);
-    return definition == nullptr || definition->bEnabled != OMX_FALSE;
+    zvx_omx_api_call_record record(code, 4);
+    record.append_argument(handle);
+    record.append_argument(static_cast<uint32_t>(port));
+    record.append_argument(static_cast<uint32_t>(size));
+    record.append_argument(memory);
+    record.write();
 }
 
-/* Caller holds the component lock. */
+OMX_ERRORTYPE zvxp_refuse(OMX_ERRORTYPE error, const char *what, OMX_U32 port)
+{
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "%s. port=%u. (%s:%d)", what, port);
+    return error;
+}
+
+/* OpenMAX takes buffers on the way to Idle, or on an enabled port that is not yet populated outside
+ * Loaded: one being enabled. */
+bool zvxp_may_register(struct zvx_omx_common_component *comp, const OMX_PARAM_PORTDEFINITIONTYPE &definition)
+{
+    if (definition.bEnabled == OMX_FALSE) {
+        return false;
+    }
+    switch (zvx_omx_state_get(comp)) {
+    case OMX_StateLoaded:
+    case OMX_StateWaitForResources:
+        return zvx_omx_state_is_requested(comp, OMX_StateIdle);
+    case OMX_StateIdle:
+    case OMX_StateExecuting:
+    case OMX_StatePause:
+        return definition.bPopulated == OMX_FALSE;
+    default:
+        return false;
+    }
+}
+
+/* OpenMAX frees buffers on the way to Loaded or on a disabled port; a component that is loaded, waiting
+ * or invalid holds nothing that a free could pull away. */
+bool zvxp_may_free(struct zvx_omx_common_component *comp, const OMX_PARAM_PORTDEFINITIONTYPE *definition)
+{
+    switch (zvx_omx_state_get(comp)) {
+    case OMX_StateLoaded:
+    case OMX_StateWaitForResources:
+    case OMX_StateInvalid:
+        return true;
+    case OMX_StateIdle:
+        if (zvx_omx_state_is_requested(comp, OMX_StateLoaded)) {
+            return true;
+        }
+        break;
+    default:
+        break;
+    }
+    return definition == nullptr || definition->bEnabled == OMX_FALSE;
+}
+
+/* Caller holds the lock. */
 void zvxp_update_populated(struct zvx_omx_port &port)
 {
     OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&port);
@@ -42,38 +93,78 @@ void zvxp_update_populated(struct zvx_omx_port &port)
     }
 }
 
-enum zvx_base_omx_buffer_format zvxp_buffer_format(const struct zvx_omx_common_component *comp, OMX_U32 port,
-                                                   const OMX_PARAM_PORTDEFINITIONTYPE *definition)
+/* Checks the request against the port and counts it against nBufferCountActual until it is entered or
+ * given up. */
+OMX_ERRORTYPE zvxp_reserve(struct zvx_omx_common_component *comp, OMX_U32 port, OMX_U32 size, bool allocating,
+                           zvxp_port_facts *facts)
 {
-    if (port == zvx_omx_common_component_get_bitstream_port_index(comp) || definition == nullptr) {
-        return ZVX_BASE_OMX_BUFFER_FORMAT_BITSTREAM;
+    zvx_omx_mutex_guard guard(&comp->lock);
+    struct zvx_omx_port &owner = comp->ports[port];
+    const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&owner);
+    if (definition == nullptr) {
+        return zvxp_refuse(OMX_ErrorBadPortIndex, "Port has no definition", port);
     }
-    return definition->format.video.eColorFormat == OMX_COLOR_FormatYUV420SemiPlanar
-               ? ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_SEMIPLANAR
-               : ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_PLANAR;
+    if (!zvxp_may_register(comp, *definition)) {
+        return zvxp_refuse(OMX_ErrorIncorrectStateOperation, "Buffers are not taken in this state", port);
+    }
+    if (size < definition->nBufferSize || (allocating && size > ZVXP_MAX_ALLOCATION)) {
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Illegal buffer size. port=%u, size=%u, required=%u. (%s:%d)", port,
+                size, definition->nBufferSize);
+        return OMX_ErrorBadParameter;
+    }
+    if (zvx_map_size(&owner.registered_buffers) + owner.registrations_pending >= definition->nBufferCountActual) {
+        return zvxp_refuse(OMX_ErrorInsufficientResources, "Port holds all its buffers", port);
+    }
+    facts->metadata = zvx_omx_common_component_is_metadata_in_buffer_enabled(comp, port) != OMX_FALSE;
+    facts->allocator = zvx_omx_buffer_client_allocator(comp, port);
+    if (allocating && facts->allocator != ZVX_BASE_BUFFER_ALLOCATOR_VMALLOC) {
+        return zvxp_refuse(OMX_ErrorUnsupportedSetting, "Dma-buf memory is the client's to allocate", port);
+    }
+    zvx_omx_buffer_describe(comp, port, &facts->layout);
+    ++owner.registrations_pending;
+    return OMX_ErrorNone;
 }
 
-/* The header's own address identifies the buffer to the session and in the port's table. */
-zvx_base_buffer_handle_t zvxp_buffer_id(const struct zvx_omx_common_bufferheadertype *header)
+void zvxp_give_up_reservation(struct zvx_omx_common_component *comp, OMX_U32 port)
 {
-    return reinterpret_cast<zvx_base_buffer_handle_t>(header);
+    zvx_omx_mutex_guard guard(&comp->lock);
+    --comp->ports[port].registrations_pending;
 }
 
-void zvxp_describe(struct zvx_omx_common_component *comp, OMX_U32 port, struct zvx_omx_common_bufferheadertype *header)
+struct zvx_omx_common_bufferheadertype *zvxp_new_header(OMX_U32 port, OMX_PTR app_private, OMX_U32 size,
+                                                        OMX_U8 *client_memory, const zvxp_port_facts &facts)
 {
-    const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&comp->ports[port]);
+    auto *header = static_cast<struct zvx_omx_common_bufferheadertype *>(
+        zvx_mem_calloc(1, sizeof(struct zvx_omx_common_bufferheadertype)));
+    if (header == nullptr) {
+        return nullptr;
+    }
+    if (client_memory == nullptr) {
+        header->priv.alloc_buffer = zvx_mem_valloc(size);
+        if (header->priv.alloc_buffer == nullptr) {
+            zvx_mem_free(header);
+            return nullptr;
+        }
+    }
+    OMX_BUFFERHEADERTYPE &pub = header->pub;
+    zvx_omx_config_init_header(&pub, sizeof(pub));
+    pub.pBuffer = client_memory != nullptr ? client_memory : static_cast<OMX_U8 *>(header->priv.alloc_buffer);
+    pub.nAllocLen = size;
+    pub.pAppPrivate = app_private;
+    pub.nInputPortIndex = port;
+    pub.nOutputPortIndex = port;
+    header->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
+    header->priv.buffer_size = size;
+    header->priv.metadata = facts.metadata;
+    header->priv.tcx_alloc_bytes = facts.layout.tcx_alloc_bytes;
+    header->priv.tcx_width_in_superblocks = static_cast<uint16_t>(facts.layout.tcx_width_in_superblocks);
     struct zvx_base_buffer_userspace &desc = header->priv.desc;
-    desc.buffer_id = zvxp_buffer_id(header);
-    desc.handle = reinterpret_cast<zvx_base_buffer_handle_t>(header->pub.pBuffer);
-    desc.allocator = ZVX_BASE_BUFFER_ALLOCATOR_VMALLOC;
-    desc.size = header->pub.nAllocLen;
-    desc.format = zvxp_buffer_format(comp, port, definition);
-    desc.crc_allocator = ZVX_BASE_BUFFER_ALLOCATOR_VMALLOC;
-    if (definition != nullptr) {
-        desc.width = definition->format.video.nFrameWidth;
-        desc.height = definition->format.video.nFrameHeight;
-        desc.stride = static_cast<uint32_t>(definition->format.video.nStride);
-    }
+    desc = facts.layout;
+    desc.buffer_id = reinterpret_cast<zvx_base_buffer_handle_t>(header);
+    desc.handle = reinterpret_cast<zvx_base_buffer_handle_t>(pub.pBuffer);
+    desc.allocator = facts.allocator;
+    desc.size = size;
+    return header;
 }
 
 OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE **out, OMX_U32 port, OMX_PTR app_private,
@@ -84,135 +175,76 @@ OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE *
         return OMX_ErrorBadParameter;
     }
     if (port >= ZVX_OMX_PORT_COUNT) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Illegal port index. port=%u. (%s:%d)", port);
-        return OMX_ErrorBadPortIndex;
+        return zvxp_refuse(OMX_ErrorBadPortIndex, "Illegal port index", port);
     }
-    auto *header = static_cast<struct zvx_omx_common_bufferheadertype *>(
-        zvx_mem_calloc(1, sizeof(struct zvx_omx_common_bufferheadertype)));
+    zvxp_port_facts facts = {};
+    OMX_ERRORTYPE error = zvxp_reserve(comp, port, size, client_memory == nullptr, &facts);
+    if (error != OMX_ErrorNone) {
+        return error;
+    }
+    struct zvx_omx_common_bufferheadertype *header = zvxp_new_header(port, app_private, size, client_memory, facts);
     if (header == nullptr) {
+        zvxp_give_up_reservation(comp, port);
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Memory allocation failed. (%s:%d)");
         return OMX_ErrorInsufficientResources;
     }
-    if (client_memory == nullptr) {
-        header->priv.alloc_buffer = zvx_mem_valloc(size);
-        if (header->priv.alloc_buffer == nullptr) {
-            zvx_mem_free(header);
-            ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Memory allocation failed. (%s:%d)");
-            return OMX_ErrorInsufficientResources;
+    // A metadata buffer only names frame memory: that memory is registered when it is queued.
+    if (!facts.metadata) {
+        error = zvx_register_buffer(comp->driver_fd, port, &header->priv.desc);
+        if (error != OMX_ErrorNone) {
+            ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Session refused buffer. hdr=%p, error=0x%x. (%s:%d)",
+                    static_cast<void *>(header), error);
+            zvxp_give_up_reservation(comp, port);
+            zvx_omx_port_free_registered_buffer(header);
+            return error;
         }
     }
-    OMX_BUFFERHEADERTYPE &pub = header->pub;
-    zvx_omx_config_init_header(&pub, sizeof(pub));
-    pub.pBuffer = client_memory != nullptr ? client_memory : static_cast<OMX_U8 *>(header->priv.alloc_buffer);
-    pub.nAllocLen = size;
-    pub.pAppPrivate = app_private;
-    /* Both indices name the buffer's port, so a buffer of one port is refused by the other's flow. */
-    pub.nInputPortIndex = port;
-    pub.nOutputPortIndex = port;
-    header->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
-    header->priv.buffer_size = size;
-    zvxp_describe(comp, port, header);
-
-    const OMX_ERRORTYPE error = zvx_register_buffer(comp->driver_fd, port, &header->priv.desc);
-    if (error != OMX_ErrorNone) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Session refused buffer. hdr=%p, error=0x%x. (%s:%d)", &pub, error);
-        zvx_omx_port_free_registered_buffer(header);
-        return error;
+    bool entered;
+    {
+        zvx_omx_mutex_guard guard(&comp->lock);
+        struct zvx_omx_port &owner = comp->ports[port];
+        --owner.registrations_pending;
+        entered = zvx_map_insert(&owner.registered_buffers, header, header);
+        if (entered) {
+            owner.had_buffers = true;
+            zvxp_update_populated(owner);
+        }
     }
-    struct zvx_omx_port &owner_port = comp->ports[port];
-    pthread_mutex_lock(&comp->lock);
-    const bool inserted = zvx_map_insert(&owner_port.registered_buffers, header, header);
-    if (inserted) {
-        zvxp_update_populated(owner_port);
-    }
-    pthread_mutex_unlock(&comp->lock);
-    if (!inserted) {
-        zvx_unregister_buffer(comp->driver_fd, header->priv.desc.buffer_id);
+    if (!entered) {
+        if (!facts.metadata) {
+            zvx_unregister_buffer(comp->driver_fd, header->priv.desc.buffer_id);
+        }
         zvx_omx_port_free_registered_buffer(header);
         return OMX_ErrorInsufficientResources;
     }
-    *out = &pub;
+    *out = &header->pub;
     return OMX_ErrorNone;
 }
 
-/* Hands the header to the component under the port's semaphore; false if the component holds it already.
- * A client may queue a buffer again from inside its done-callback, while it is still on its way back. */
-bool zvxp_take_ownership(const zvxp_buffer_direction &direction, struct zvx_omx_port &port,
-                         struct zvx_omx_common_bufferheadertype *header)
+/* Takes the header from the client for good: the session forgets it before it is freed. The header
+ * stays registered, but owned by the component, while the session is told. */
+OMX_ERRORTYPE zvxp_claim_for_freeing(struct zvx_omx_common_component *comp, OMX_U32 port,
+                                     const OMX_BUFFERHEADERTYPE *pub, struct zvx_omx_common_bufferheadertype **found)
 {
-    zvxu_semaphore_wait(&port.buffer_sem, 0);
-    const zvx_omx_buffer_owner_t owner = header->priv.owner;
-    const bool client_owned = owner == ZVX_OMX_BUFFER_OWNER_CLIENT || owner == ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT;
-    if (client_owned) {
-        header->priv.owner = ZVX_OMX_BUFFER_OWNER_COMPONENT;
-        zvx_list_push_back_value_omxbufferhdrptr(&port.tracked_buffers, header);
-        if (direction.keeps_client_order) {
-            /* One still on its way back is listed already; it takes its new place at the end. */
-            zvx_list_remove_value_port_buffers(&port.buffer_list, header);
-            zvx_list_push_back_value_port_buffers(&port.buffer_list, header);
+    zvx_omx_mutex_guard guard(&comp->lock);
+    struct zvx_omx_common_bufferheadertype *header = zvx_omx_buffer_find(comp, port, pub);
+    if (header == nullptr) {
+        if (zvx_omx_buffer_find(comp, 1 - port, pub) != nullptr) {
+            return zvxp_refuse(OMX_ErrorBadPortIndex, "Buffer belongs to the other port", port);
         }
+        return zvxp_refuse(OMX_ErrorBadParameter, "Unknown buffer", port);
     }
-    zvxu_semaphore_post(&port.buffer_sem);
-    return client_owned;
-}
-
-void zvxp_return_ownership(const zvxp_buffer_direction &direction, struct zvx_omx_port &port,
-                           struct zvx_omx_common_bufferheadertype *header)
-{
-    zvxu_semaphore_wait(&port.buffer_sem, 0);
-    zvx_list_remove_value_omxbufferhdrptr(&port.tracked_buffers, header);
-    if (direction.keeps_client_order) {
-        zvx_list_remove_value_port_buffers(&port.buffer_list, header);
+    struct zvx_omx_port &owner = comp->ports[port];
+    if (!zvxp_may_free(comp, zvx_omx_port_get_definition(&owner))) {
+        return zvxp_refuse(OMX_ErrorIncorrectStateOperation, "Buffers are not freed in this state", port);
     }
-    header->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
-    zvxu_semaphore_post(&port.buffer_sem);
-}
-
-OMX_ERRORTYPE zvxp_queue_buffer(const zvxp_buffer_direction &direction, OMX_HANDLETYPE handle,
-                                OMX_BUFFERHEADERTYPE *buffer)
-{
-    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "%s(handle=%p, hdr=%p). (%s:%d)", direction.entry_name, handle, buffer);
-    zvx_omx_api_call_record record(direction.api_code, 2);
-    record.append_argument(handle);
-    record.append_argument(buffer);
-    record.write();
-
-    struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(handle);
-    if (comp == nullptr || buffer == nullptr) {
-        return OMX_ErrorBadParameter;
+    zvx_omx_port_buffers_lock lock(&owner);
+    if (header->priv.owner != ZVX_OMX_BUFFER_OWNER_CLIENT) {
+        return zvxp_refuse(OMX_ErrorIncorrectStateOperation, "Buffer is still held by the component", port);
     }
-    const OMX_U32 header_port = direction.port == 0 ? buffer->nInputPortIndex : buffer->nOutputPortIndex;
-    if (header_port != direction.port) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Illegal port index. port=%u. (%s:%d)", header_port);
-        return OMX_ErrorBadPortIndex;
-    }
-    struct zvx_omx_port &port = comp->ports[direction.port];
-    if (!zvxp_port_enabled(port)) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Port is disabled. port=%u. (%s:%d)", direction.port);
-        return OMX_ErrorIncorrectStateOperation;
-    }
-    struct zvx_omx_common_bufferheadertype *header = zvx_omx_common_bufferheader_from_pub(buffer);
-    if (!zvxp_take_ownership(direction, port, header)) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Buffer is already queued. hdr=%p. (%s:%d)", buffer);
-        return OMX_ErrorIncorrectStateOperation;
-    }
-
-    struct zvx_base_buffer_details details = {};
-    details.buffer_id = header->priv.desc.buffer_id;
-    details.handle = header->priv.desc.handle;
-    details.filled_len = buffer->nFilledLen;
-    details.flags = buffer->nFlags;
-    details.zvx_flags = port.zvx_flags;
-    details.timestamp = static_cast<uint64_t>(buffer->nTimeStamp);
-
-    std::atomic_ref(port.nr_enqueue).fetch_add(1);
-    const OMX_ERRORTYPE error = direction.session_queue(comp->driver_fd, &details);
-    if (error != OMX_ErrorNone) {
-        std::atomic_ref(port.nr_enqueue).fetch_sub(1);
-        zvxp_return_ownership(direction, port, header);
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Session refused buffer. hdr=%p, error=0x%x. (%s:%d)", buffer, error);
-    }
-    return error;
+    header->priv.owner = ZVX_OMX_BUFFER_OWNER_COMPONENT;
+    *found = header;
+    return OMX_ErrorNone;
 }
 
 } // namespace
@@ -223,6 +255,7 @@ OMX_ERRORTYPE zvx_omx_common_component_use_buffer(OMX_HANDLETYPE hComponent, OMX
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_UseBuffer(handle=%p, port=%u, size=%u, buffer=%p). (%s:%d)", hComponent,
             nPortIndex, nSizeBytes, pBuffer);
+    zvxp_instrument(code_OMX_UseBuffer, hComponent, nPortIndex, nSizeBytes, pBuffer);
     if (pBuffer == nullptr) {
         return OMX_ErrorBadParameter;
     }
@@ -234,6 +267,7 @@ OMX_ERRORTYPE zvx_omx_common_component_allocate_buffer(OMX_HANDLETYPE hComponent
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_AllocateBuffer(handle=%p, port=%u, size=%u). (%s:%d)", hComponent,
             nPortIndex, nSizeBytes);
+    zvxp_instrument(code_OMX_AllocateBuffer, hComponent, nPortIndex, nSizeBytes, nullptr);
     return zvxp_register_buffer(hComponent, ppBufferHdr, nPortIndex, pAppPrivate, nSizeBytes, nullptr);
 }
 
@@ -242,38 +276,42 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_FreeBuffer(handle=%p, port=%u, hdr=%p). (%s:%d)", hComponent,
             nPortIndex, pBufferHdr);
+    zvx_omx_api_call_record record(code_OMX_FreeBuffer, 3);
+    record.append_argument(hComponent);
+    record.append_argument(static_cast<uint32_t>(nPortIndex));
+    record.append_argument(pBufferHdr);
+    record.write();
     struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(hComponent);
     if (comp == nullptr || pBufferHdr == nullptr) {
         return OMX_ErrorBadParameter;
     }
     if (nPortIndex >= ZVX_OMX_PORT_COUNT) {
-        return OMX_ErrorBadPortIndex;
+        return zvxp_refuse(OMX_ErrorBadPortIndex, "Illegal port index", nPortIndex);
+    }
+    struct zvx_omx_common_bufferheadertype *header = nullptr;
+    const OMX_ERRORTYPE error = zvxp_claim_for_freeing(comp, nPortIndex, pBufferHdr, &header);
+    if (error != OMX_ErrorNone) {
+        return error;
+    }
+    if (!header->priv.metadata) {
+        zvx_unregister_buffer(comp->driver_fd, header->priv.desc.buffer_id);
     }
     struct zvx_omx_port &port = comp->ports[nPortIndex];
-    struct zvx_omx_common_bufferheadertype *header = zvx_omx_common_bufferheader_from_pub(pBufferHdr);
-    pthread_mutex_lock(&comp->lock);
-    if (zvx_map_find(&port.registered_buffers, header) == nullptr) {
-        pthread_mutex_unlock(&comp->lock);
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Unknown buffer. hdr=%p. (%s:%d)", pBufferHdr);
-        return OMX_ErrorBadParameter;
+    bool emptied;
+    {
+        zvx_omx_mutex_guard guard(&comp->lock);
+        {
+            zvx_omx_port_buffers_lock lock(&port);
+            zvx_list_remove_value_port_buffers(&port.buffer_list, header);
+            zvx_list_remove_value_omxbufferhdrptr(&port.tracked_buffers, header);
+        }
+        zvx_map_erase(&port.registered_buffers, header);
+        zvxp_update_populated(port);
+        emptied = zvx_map_size(&port.registered_buffers) == 0;
     }
-    zvxu_semaphore_wait(&port.buffer_sem, 0);
-    zvx_list_remove_value_port_buffers(&port.buffer_list, header);
-    zvx_list_remove_value_omxbufferhdrptr(&port.tracked_buffers, header);
-    zvxu_semaphore_post(&port.buffer_sem);
-    zvx_unregister_buffer(comp->driver_fd, header->priv.desc.buffer_id);
-    zvx_map_erase(&port.registered_buffers, header);
-    zvxp_update_populated(port);
-    pthread_mutex_unlock(&comp->lock);
+    // The frame memory named by metadata is known to the session only while the port has buffers.
+    if (emptied) {
+        zvx_omx_metadata_forget(comp, nPortIndex);
+    }
     return OMX_ErrorNone;
-}
-
-OMX_ERRORTYPE zvx_omx_common_component_empty_this_buffer(OMX_HANDLETYPE hComponent, OMX_BUFFERHEADERTYPE *pBuffer)
-{
-    return zvxp_queue_buffer(ZVXP_EMPTY, hComponent, pBuffer);
-}
-
-OMX_ERRORTYPE zvx_omx_common_component_fill_this_buffer(OMX_HANDLETYPE hComponent, OMX_BUFFERHEADERTYPE *pBuffer)
-{
-    return zvxp_queue_buffer(ZVXP_FILL, hComponent, pBuffer);
 }

@@ -103,7 +103,12 @@ OMX_ERRORTYPE zvxp_send_state_set(struct zvx_omx_common_component *comp, OMX_U32
     if (current == OMX_StateIdle && target == OMX_StateLoaded) {
         std::atomic_ref(comp->sw_state_trying_to_stop).store(true);
     }
-    return zvxp_queue_new_command(comp, &command->command_data);
+    zvx_omx_state_request(comp, static_cast<OMX_STATETYPE>(target));
+    const OMX_ERRORTYPE error = zvxp_queue_new_command(comp, &command->command_data);
+    if (error != OMX_ErrorNone) {
+        zvx_omx_state_settle_request(comp, static_cast<OMX_STATETYPE>(target));
+    }
+    return error;
 }
 
 OMX_ERRORTYPE zvxp_send_flush(struct zvx_omx_common_component *comp, OMX_U32 port)

@@ -23,6 +23,16 @@ bool zvxp_unmap_buffer(zvx_map_constpointer, zvx_map_pointer value, void *driver
     return true;
 }
 
+/* A buffer the client never freed is forgotten by the session before its memory goes. */
+bool zvxp_unregister_buffer(zvx_map_constpointer, zvx_map_pointer value, void *driver_fd)
+{
+    const auto *header = static_cast<const struct zvx_omx_common_bufferheadertype *>(value);
+    if (!header->priv.metadata) {
+        zvx_unregister_buffer(*static_cast<const int *>(driver_fd), reinterpret_cast<zvx_base_buffer_handle_t>(header));
+    }
+    return true;
+}
+
 // Fields that need no allocation, so that destroy is safe whatever fails after them.
 void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *handle, OMX_CALLBACKTYPE *callbacks)
 {
@@ -45,6 +55,7 @@ void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *
     comp->sw_state_trying_to_stop = false;
     comp->role = ZVX_OMX_COMPONENT_ROLE_UNCLASSIFIED;
     comp->hw_state = ZVX_BASE_HW_STATE_STOPPED;
+    comp->requested_state = OMX_StateMax;
     comp->prev_ts = INT64_MAX;
     comp->prev_fps = zvxu_circular_list_create(zvxp_frame_interval_slots);
     comp->vp9_alloc_params_changed = false;
@@ -110,7 +121,7 @@ void zvx_omx_common_component_destroy(zvx_omx_common_component *comp)
             static_cast<void *>(comp));
 
     for (zvx_omx_port &port : comp->ports)
-        zvx_map_clear(&port.registered_buffers);
+        zvx_map_foreach_erase(&port.registered_buffers, zvxp_unregister_buffer, &comp->driver_fd);
     for (zvx_omx_port &port : comp->ports)
         zvx_map_foreach_erase(&port.mapped_buffers, zvxp_unmap_buffer, &comp->driver_fd);
 

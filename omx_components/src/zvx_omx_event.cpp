@@ -28,12 +28,13 @@ template <typename T> T zvxp_payload_word(const struct zvx_base_event_header *ev
     return word;
 }
 
-/* The events whose handling arrives with the buffer and stream-setting work: recognised and sized,
- * then dropped. */
-void zvxp_on_unhandled(struct zvx_omx_common_component *, const struct zvx_base_event_header *event)
+/* The payload follows a 4-byte header, so a record with wider fields is read from an aligned copy. */
+template <typename Payload, void (*Handler)(struct zvx_omx_common_component *, const Payload *)>
+void zvxp_on_record(struct zvx_omx_common_component *comp, const struct zvx_base_event_header *event)
 {
-    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_WARNING, "Dropped session event. code=%u, size=%u. (%s:%d)", event->code,
-            event->size);
+    Payload payload;
+    std::memcpy(&payload, event->data, sizeof(payload));
+    Handler(comp, &payload);
 }
 
 void zvxp_on_rpc_print(struct zvx_omx_common_component *comp, const struct zvx_base_event_header *event)
@@ -59,7 +60,7 @@ void zvxp_on_generic(struct zvx_omx_common_component *comp, const struct zvx_bas
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_WARNING, "Dropped short session event. code=%u, size=%u. (%s:%d)", event->code,
                 event->size);
     } else {
-        zvxp_on_unhandled(comp, event);
+        zvxp_omx_handle_event_portdefinition_change(comp, zvxp_payload_word<uint32_t>(event, 1));
     }
 }
 
@@ -111,15 +112,23 @@ constexpr std::array<zvxp_event_row, ZVXP_DISPATCHED_CODES> ZVXP_EVENTS = [] {
     rows[ZVX_BASE_EVENT_ERROR] = {sizeof(zvxp_error_t), zvxp_on_error, false};
     rows[ZVX_BASE_EVENT_GENERIC] = {sizeof(uint32_t), zvxp_on_generic, false};
     rows[ZVX_BASE_EVENT_PROCESSED] = {sizeof(struct zvx_frame_performance), zvxp_on_processed, true};
-    rows[ZVX_BASE_EVENT_INPUT] = {sizeof(struct zvx_base_buffer_userspace), zvxp_on_unhandled, false};
-    rows[ZVX_BASE_EVENT_OUTPUT] = {sizeof(struct zvx_base_buffer_userspace), zvxp_on_unhandled, false};
+    rows[ZVX_BASE_EVENT_INPUT] = {sizeof(struct zvx_base_buffer_userspace),
+                                  zvxp_on_record<struct zvx_base_buffer_userspace, zvxp_omx_handle_event_input>, false};
+    rows[ZVX_BASE_EVENT_OUTPUT] = {sizeof(struct zvx_base_buffer_userspace),
+                                   zvxp_on_record<struct zvx_base_buffer_userspace, zvxp_omx_handle_event_output>,
+                                   false};
     rows[ZVX_BASE_EVENT_INPUT_FLUSHED] = {0, zvxp_on_input_flushed, false};
     rows[ZVX_BASE_EVENT_OUTPUT_FLUSHED] = {0, zvxp_on_output_flushed, false};
     rows[ZVX_BASE_EVENT_SESSION_HUNG] = {0, zvxp_on_session_hung, false};
-    rows[ZVX_BASE_EVENT_ALLOC_PARAMS] = {sizeof(struct zvx_base_fw_frame_alloc_parameters), zvxp_on_unhandled, false};
-    rows[ZVX_BASE_EVENT_SEQUENCE_PARAMS] = {sizeof(struct zvx_base_response_sequence_parameters), zvxp_on_unhandled,
-                                            false};
-    rows[ZVX_BASE_EVENT_BUFFER_PARAM] = {sizeof(struct zvx_base_buffer_param), zvxp_on_unhandled, false};
+    rows[ZVX_BASE_EVENT_ALLOC_PARAMS] = {
+        sizeof(struct zvx_base_fw_frame_alloc_parameters),
+        zvxp_on_record<struct zvx_base_fw_frame_alloc_parameters, zvxp_omx_handle_alloc_params>, false};
+    rows[ZVX_BASE_EVENT_SEQUENCE_PARAMS] = {
+        sizeof(struct zvx_base_response_sequence_parameters),
+        zvxp_on_record<struct zvx_base_response_sequence_parameters, zvxp_omx_handle_sequence_params>, false};
+    rows[ZVX_BASE_EVENT_BUFFER_PARAM] = {sizeof(struct zvx_base_buffer_param),
+                                         zvxp_on_record<struct zvx_base_buffer_param, zvxp_omx_handle_buffer_param>,
+                                         false};
     rows[ZVX_BASE_EVENT_REF_FRAME_RELEASED] = {sizeof(zvx_base_buffer_handle_t), zvxp_on_ref_frame_released, false};
     rows[ZVX_BASE_EVENT_RPC_MEM_ALLOC] = {0, zvxp_on_rpc_mem_alloc, false};
     rows[ZVX_BASE_EVENT_RPC_MEM_RESIZE] = {0, zvxp_on_rpc_mem_resize, false};

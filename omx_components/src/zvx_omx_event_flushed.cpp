@@ -2,6 +2,7 @@
 // client, a client flush waiting for the session completes, and the port's flush bookkeeping restarts.
 #include <atomic>
 
+#include "zvx_omx_buffer_ownership.h"
 #include "zvx_omx_client.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_event.h"
@@ -47,19 +48,23 @@ void zvxp_omx_handle_event_input_flushed(struct zvx_omx_common_component *comp)
     zvx_instr_write_msg(ZVX_INSTR_FLUSHED_INPUT_RECV, 0, nullptr);
     // The semaphore is released around each callback, in which the client may queue the buffer
     // again; every search starts over from the head of the list.
-    zvxu_semaphore_wait(&port.buffer_sem, 0);
-    while (struct zvx_omx_common_bufferheadertype *header = zvxp_take_returned(port)) {
-        zvxu_semaphore_post(&port.buffer_sem);
+    for (;;) {
+        struct zvx_omx_common_bufferheadertype *header;
+        OMX_TICKS timestamp = 0;
+        {
+            zvx_omx_port_buffers_lock lock(&port);
+            header = zvxp_take_returned(port);
+            if (header == nullptr) {
+                break;
+            }
+            timestamp = header->pub.nTimeStamp;
+        }
         const zvx_omx_client client = zvx_omx_client_get(comp);
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "EmptyBufferDone(handle=%p, hdr=%p, timestamp=%ld). (%s:%d)",
-                client.handle, static_cast<void *>(&header->pub), static_cast<long>(header->pub.nTimeStamp));
-        if (client.callbacks.EmptyBufferDone != nullptr) {
-            client.callbacks.EmptyBufferDone(client.handle, client.app_data, &header->pub);
-        }
-        zvxu_semaphore_wait(&port.buffer_sem, 0);
+                client.handle, static_cast<void *>(&header->pub), static_cast<long>(timestamp));
+        zvx_omx_client_empty_buffer_done(client, &header->pub);
         std::atomic_ref(port.nr_dequeue).fetch_add(1);
     }
-    zvxu_semaphore_post(&port.buffer_sem);
     zvxp_end_flush_cycle(comp, port_index);
 }
 
@@ -79,9 +84,9 @@ void zvxp_omx_handle_event_output_flushed(struct zvx_omx_common_component *comp)
         const zvx_omx_client client = zvx_omx_client_get(comp);
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "FillBufferDone(handle=%p, hdr=%p). (%s:%d)", client.handle,
                 static_cast<void *>(held));
-        if (client.callbacks.FillBufferDone != nullptr) {
-            client.callbacks.FillBufferDone(client.handle, client.app_data, held);
-        }
+        zvx_omx_client_fill_buffer_done(client, held);
     }
+    // Outputs the session refused, parked for a reallocation that the flush ends, go back empty too.
+    zvx_omx_rejected_buffers_flush(comp);
     zvxp_end_flush_cycle(comp, port_index);
 }

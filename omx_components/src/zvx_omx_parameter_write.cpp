@@ -11,6 +11,7 @@
 #include "zvx_omx_config.h"
 #include "zvx_omx_extensions.h"
 #include "zvx_omx_log.h"
+#include "zvx_omx_metadata_buffers.h"
 #include "zvx_omx_parameter_read.h"
 #include "zvx_omx_parameter_table.h"
 #include "zvx_omx_parameters.h"
@@ -83,7 +84,10 @@ void zvxp_refresh_frame_port(struct zvx_omx_common_component *comp, OMX_U32 port
                                                                       video.eColorFormat, tcx, &stride);
     video.nStride = static_cast<OMX_S32>(stride);
     video.nSliceHeight = video.nFrameHeight;
-    definition->nBufferSize = size + zvx_omx_common_component_get_extra_data_size(comp, port);
+    // In store-metadata mode a buffer holds only the record that names the frame memory.
+    definition->nBufferSize = zvx_omx_common_component_is_metadata_in_buffer_enabled(comp, port)
+                                  ? zvx_omx_metadata_record_size()
+                                  : size + zvx_omx_common_component_get_extra_data_size(comp, port);
     if (auto *buffer_size = zvxp_stored<QURO_PARAM_BUFFERSIZETYPE>(comp, port, OMX_IndexParamBufferSize)) {
         buffer_size->nWidth = video.nFrameWidth;
         buffer_size->nHeight = video.nFrameHeight;
@@ -281,6 +285,10 @@ OMX_ERRORTYPE zvxp_apply(struct zvx_omx_common_component *comp, const zvx_omx_pa
         updates.add(OMX_IndexParamPortDefinition, port);
         break;
     case OMX_IndexParamEnableStoreMetaData:
+        if (port == zvx_omx_common_component_get_yuv_port_index(comp)) {
+            zvxp_refresh_frame_port(comp, port);
+            updates.add(OMX_IndexParamPortDefinition, port);
+        }
         zvxp_grow_bitstream_buffers(comp, updates);
         break;
     default:

@@ -71,6 +71,22 @@ void zvx_omx_state_port_end(struct zvx_omx_common_component *comp, OMX_U32 port,
     zvxp_transition(comp, port).compare_exchange_strong(expected, ZVX_OMX_PORT_STABLE);
 }
 
+void zvx_omx_state_request(struct zvx_omx_common_component *comp, OMX_STATETYPE target)
+{
+    std::atomic_ref(comp->requested_state).store(static_cast<int32_t>(target));
+}
+
+void zvx_omx_state_settle_request(struct zvx_omx_common_component *comp, OMX_STATETYPE target)
+{
+    int32_t expected = static_cast<int32_t>(target);
+    std::atomic_ref(comp->requested_state).compare_exchange_strong(expected, static_cast<int32_t>(OMX_StateMax));
+}
+
+bool zvx_omx_state_is_requested(struct zvx_omx_common_component *comp, OMX_STATETYPE target)
+{
+    return std::atomic_ref(comp->requested_state).load() == static_cast<int32_t>(target);
+}
+
 bool zvx_omx_state_complete_client_flush(struct zvx_omx_common_component *comp, OMX_U32 port)
 {
     std::atomic_ref flags(comp->ports[port].pFlag);

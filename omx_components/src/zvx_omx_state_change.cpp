@@ -110,16 +110,20 @@ const zvxp_transition &zvxp_transition_of(OMX_STATETYPE current, OMX_STATETYPE t
     return ZVXP_TRANSITIONS[from][to];
 }
 
-void zvxp_refuse(const zvx_omx_client &client, OMX_ERRORTYPE error, const char *error_name, OMX_STATETYPE target)
+void zvxp_refuse(struct zvx_omx_common_component *comp, const zvx_omx_client &client, OMX_ERRORTYPE error,
+                 const char *error_name, OMX_STATETYPE target)
 {
+    zvx_omx_state_settle_request(comp, target);
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
             "EventHandler(handle=%p, event=OMX_EventError, error=%s, state=%s (0x%x)). (%s:%d)", client.handle,
             error_name, zvx_omx_state_name(target), target);
     zvx_omx_client_event(client, OMX_EventError, static_cast<OMX_U32>(error), target);
 }
 
-void zvxp_report_insufficient_resources(const zvx_omx_client &client, OMX_STATETYPE target)
+void zvxp_report_insufficient_resources(struct zvx_omx_common_component *comp, const zvx_omx_client &client,
+                                        OMX_STATETYPE target)
 {
+    zvx_omx_state_settle_request(comp, target);
     ZVX_LOG(
         &zvx_log_omx_if, ZVX_LOG_ERROR,
         "EventHandler(handle=%p, event=OMX_EventError, cmd=OMX_ErrorInsufficientResources, state=%s (0x%x)). (%s:%d)",
@@ -130,6 +134,7 @@ void zvxp_report_insufficient_resources(const zvx_omx_client &client, OMX_STATET
 void zvxp_complete(struct zvx_omx_common_component *comp, const zvx_omx_client &client, OMX_STATETYPE target)
 {
     zvx_omx_state_set(comp, target);
+    zvx_omx_state_settle_request(comp, target);
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
             "EventHandler(handle=%p, event=OMX_EventCmdComplete, cmd=OMX_CommandStateSet, state=%s (0x%x)). (%s:%d)",
             client.handle, zvx_omx_state_name(target), target);
@@ -161,17 +166,17 @@ bool zvxp_change_state(struct zvx_omx_common_component *comp, const zvx_omx_clie
     const zvxp_transition &transition = zvxp_transition_of(zvx_omx_state_get(comp), target);
     switch (transition.rule) {
     case zvxp_rule::from_invalid:
-        zvxp_refuse(client, OMX_ErrorInvalidState, "OMX_ErrorInvalidState", target);
+        zvxp_refuse(comp, client, OMX_ErrorInvalidState, "OMX_ErrorInvalidState", target);
         break;
     case zvxp_rule::invalidate:
         zvx_omx_state_set(comp, OMX_StateInvalid);
-        zvxp_refuse(client, OMX_ErrorInvalidState, "OMX_ErrorInvalidState", target);
+        zvxp_refuse(comp, client, OMX_ErrorInvalidState, "OMX_ErrorInvalidState", target);
         break;
     case zvxp_rule::same_state:
-        zvxp_refuse(client, OMX_ErrorSameState, "OMX_ErrorSameState", target);
+        zvxp_refuse(comp, client, OMX_ErrorSameState, "OMX_ErrorSameState", target);
         return true;
     case zvxp_rule::incorrect:
-        zvxp_refuse(client, OMX_ErrorIncorrectStateTransition, "OMX_ErrorIncorrectStateTransition", target);
+        zvxp_refuse(comp, client, OMX_ErrorIncorrectStateTransition, "OMX_ErrorIncorrectStateTransition", target);
         return true;
     case zvxp_rule::change:
         if (transition.ready != nullptr && !transition.ready(comp)) {
@@ -180,12 +185,12 @@ bool zvxp_change_state(struct zvx_omx_common_component *comp, const zvx_omx_clie
             if (--command.remaining_attempts > 0) {
                 return false;
             }
-            zvxp_report_insufficient_resources(client, target);
+            zvxp_report_insufficient_resources(comp, client, target);
             return true;
         }
         if (transition.session != zvxp_session_step::none) {
             if (!zvxp_involve_session(comp, transition, target)) {
-                zvxp_report_insufficient_resources(client, target);
+                zvxp_report_insufficient_resources(comp, client, target);
             }
             return true;
         }
@@ -230,9 +235,12 @@ bool common_component_cmd_state_change(struct zvx_omx_common_component *comp,
     }
     bool done = true;
     if (command != nullptr) {
+        auto &change = *reinterpret_cast<struct command_state_change_data *>(command);
         const zvx_omx_client client = zvx_omx_client_get(comp);
         if (client.callbacks.EventHandler != nullptr) {
-            done = zvxp_change_state(comp, client, *reinterpret_cast<struct command_state_change_data *>(command));
+            done = zvxp_change_state(comp, client, change);
+        } else {
+            zvx_omx_state_settle_request(comp, static_cast<OMX_STATETYPE>(change.state));
         }
     }
     std::atomic_ref(comp->sw_state_trying_to_stop).store(false);
@@ -275,6 +283,7 @@ bool delayed_statechange(struct zvx_omx_common_component *comp, struct zvx_omx_c
     const auto &delayed = *reinterpret_cast<const struct command_delayed_state_change_data *>(command);
     const auto target = static_cast<OMX_STATETYPE>(delayed.state);
     if (zvx_omx_state_abandon_if_invalid(comp, target)) {
+        zvx_omx_state_settle_request(comp, target);
         return true;
     }
     if (zvx_omx_state_hw(comp) != delayed.hw_state) {
@@ -311,6 +320,7 @@ bool delayed_statechange_onflush(struct zvx_omx_common_component *comp,
     const auto target =
         static_cast<OMX_STATETYPE>(reinterpret_cast<const struct command_delayed_state_change_data *>(command)->state);
     if (zvx_omx_state_abandon_if_invalid(comp, target)) {
+        zvx_omx_state_settle_request(comp, target);
         return true;
     }
     if (zvxp_flushes_pending(comp)) {

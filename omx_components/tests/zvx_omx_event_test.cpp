@@ -40,6 +40,17 @@ protected:
         zvxp_omx_handle_event(&comp_, zvxp_event(code, payload, size).get());
     }
 
+    /* A buffer of the size the port asks for, registered on the way to Idle. */
+    OMX_BUFFERHEADERTYPE *allocate(OMX_U32 port)
+    {
+        zvx_omx_state_request(&comp_, OMX_StateIdle);
+        OMX_BUFFERHEADERTYPE *header = nullptr;
+        EXPECT_EQ(handle_.omx.AllocateBuffer(&handle_, &header, port, nullptr,
+                                             zvx_omx_port_get_definition(&comp_.ports[port])->nBufferSize),
+                  OMX_ErrorNone);
+        return header;
+    }
+
     zvx_test_client client_;
     zvx_omx_common_component comp_;
     zvx_omx_component handle_;
@@ -95,8 +106,8 @@ TEST_F(Events, InputFlushReturnsWhatTheSessionGaveBackInQueueOrderThenCompletesT
                                              ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT};
     std::vector<OMX_BUFFERHEADERTYPE *> headers;
     for (zvx_omx_buffer_owner_t owner : owners) {
-        OMX_BUFFERHEADERTYPE *header = nullptr;
-        ASSERT_EQ(handle_.omx.AllocateBuffer(&handle_, &header, 0, nullptr, 64), OMX_ErrorNone);
+        OMX_BUFFERHEADERTYPE *header = allocate(0);
+        ASSERT_NE(header, nullptr);
         zvx_omx_common_bufferheader_from_pub(header)->priv.owner = owner;
         zvx_list_push_back_value_port_buffers(&comp_.ports[0].buffer_list,
                                               zvx_omx_common_bufferheader_from_pub(header));
@@ -119,8 +130,8 @@ TEST_F(Events, InputFlushReturnsWhatTheSessionGaveBackInQueueOrderThenCompletesT
 
 TEST_F(Events, OutputFlushGivesTheHeldBackBufferBackEmpty)
 {
-    OMX_BUFFERHEADERTYPE *header = nullptr;
-    ASSERT_EQ(handle_.omx.AllocateBuffer(&handle_, &header, 1, nullptr, 64), OMX_ErrorNone);
+    OMX_BUFFERHEADERTYPE *header = allocate(1);
+    ASSERT_NE(header, nullptr);
     header->nFilledLen = 64;
     header->nFlags = OMX_BUFFERFLAG_EOS;
     comp_.ports[1].hdr = header;

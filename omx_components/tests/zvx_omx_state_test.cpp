@@ -123,10 +123,12 @@ TEST_F(Commands, EnableOutsideLoadedWaitsUntilThePortIsPopulated)
 
 TEST_F(Commands, DisableWithSessionStopsFlushesWaitsForFreedBuffersAndRestarts)
 {
-    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, 5);
     send(OMX_CommandPortDisable, 1);
     expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
-    change_state(OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, 5);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
 
     send(OMX_CommandPortDisable, 0);
     zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);

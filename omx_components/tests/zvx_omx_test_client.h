@@ -162,12 +162,50 @@ inline void zvx_answer_flush(zvx_omx_common_component *comp, OMX_U32 port)
                zvx_due_flush_requested, static_cast<int32_t>(port));
 }
 
+struct zvx_test_record_answer {
+    zvx_omx_common_cproc_command_data head;
+    zvx_test_due due;
+    int32_t argument;
+    zvx_base_event_header *event; /* allocated to its exact size */
+};
+
+inline bool zvx_run_record_answer(zvx_omx_common_component *comp, zvx_omx_common_cproc_command_data *command)
+{
+    auto *answer = reinterpret_cast<zvx_test_record_answer *>(command);
+    if (!answer->due(comp, answer->argument)) {
+        return false;
+    }
+    zvxp_omx_handle_event(comp, answer->event);
+    zvx_mem_free(answer->event);
+    return true;
+}
+
+/* The session's event code with a whole record as payload, once due says so. */
+template <typename Record>
+inline void zvx_answer_with(zvx_omx_common_component *comp, uint16_t code, const Record &record,
+                            zvx_test_due due = zvx_due_now, int32_t argument = 0)
+{
+    auto *answer = static_cast<zvx_test_record_answer *>(zvx_mem_calloc(1, sizeof(zvx_test_record_answer)));
+    ASSERT_NE(answer, nullptr);
+    answer->event =
+        static_cast<zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + sizeof(Record)));
+    ASSERT_NE(answer->event, nullptr);
+    answer->event->code = code;
+    answer->event->size = sizeof(Record);
+    std::memcpy(answer->event->data, &record, sizeof(Record));
+    answer->head.function = zvx_run_record_answer;
+    answer->due = due;
+    answer->argument = argument;
+    ASSERT_TRUE(zvx_omx_common_component_queue_command(comp, &answer->head));
+}
+
 /* Returns once everything queued before has run at least once. */
 inline void zvx_sync(zvx_omx_common_component *comp)
 {
     static std::atomic<int> synced;
     synced = 0;
-    auto *command = static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+    auto *command =
+        static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
     command->function = [](zvx_omx_common_component *, zvx_omx_common_cproc_command_data *) {
         synced = 1;
         return true;
@@ -269,11 +307,25 @@ protected:
         ASSERT_EQ(state(), target);
     }
 
+    OMX_PARAM_PORTDEFINITIONTYPE definition(OMX_U32 port)
+    {
+        OMX_PARAM_PORTDEFINITIONTYPE record = {};
+        record.nSize = sizeof(record);
+        record.nVersion.s.nVersionMajor = 1;
+        record.nVersion.s.nVersionMinor = 1;
+        record.nVersion.s.nRevision = 2;
+        record.nPortIndex = port;
+        EXPECT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &record), OMX_ErrorNone);
+        return record;
+    }
+
+    /* Buffers of the size the port asks for; the component must be taking buffers. */
     std::vector<OMX_BUFFERHEADERTYPE *> allocate(OMX_U32 port, size_t count)
     {
+        const OMX_U32 size = definition(port).nBufferSize;
         std::vector<OMX_BUFFERHEADERTYPE *> headers(count);
         for (auto &header : headers) {
-            EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, port, nullptr, 1024), OMX_ErrorNone);
+            EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, port, nullptr, size), OMX_ErrorNone);
         }
         return headers;
     }

@@ -101,12 +101,10 @@ struct zvx_base_event_header *zvx_get_event(int fd, OMX_U32 timeout)
                           [&](zvx_emu::Device &device) { return device.get_event(timeout).release(); });
 }
 
-/* The record is the caller's to fill, whatever the declaration's const says. */
-OMX_ERRORTYPE zvx_get_parameter(int fd, OMX_INDEXTYPE index, OMX_U32 size, const void *param)
+OMX_ERRORTYPE zvx_get_parameter(int fd, OMX_INDEXTYPE index, OMX_U32 size, void *param)
 {
-    return zvxp_remember(zvxp_on_device(fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) {
-        return device.get_parameter(index, size, const_cast<void *>(param));
-    }));
+    return zvxp_remember(zvxp_on_device(
+        fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) { return device.get_parameter(index, size, param); }));
 }
 
 OMX_ERRORTYPE zvx_set_parameter(int fd, OMX_INDEXTYPE index, OMX_U32 size, void *param)
@@ -115,11 +113,10 @@ OMX_ERRORTYPE zvx_set_parameter(int fd, OMX_INDEXTYPE index, OMX_U32 size, void 
         fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) { return device.set_parameter(index, size, param); }));
 }
 
-OMX_ERRORTYPE zvx_get_config(int fd, OMX_INDEXTYPE index, OMX_U32 size, const void *param)
+OMX_ERRORTYPE zvx_get_config(int fd, OMX_INDEXTYPE index, OMX_U32 size, void *param)
 {
-    return zvxp_remember(zvxp_on_device(fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) {
-        return device.get_config(index, size, const_cast<void *>(param));
-    }));
+    return zvxp_remember(zvxp_on_device(
+        fd, OMX_ErrorHardware, [&](zvx_emu::Device &device) { return device.get_config(index, size, param); }));
 }
 
 OMX_ERRORTYPE zvx_set_config(int fd, OMX_INDEXTYPE index, OMX_U32 size, void *param)

@@ -55,7 +55,7 @@ struct zvx_base_event_header *zvx_get_event(int, OMX_U32)
     return nullptr;
 }
 
-OMX_ERRORTYPE zvx_get_parameter(int, OMX_INDEXTYPE, OMX_U32, const void *)
+OMX_ERRORTYPE zvx_get_parameter(int, OMX_INDEXTYPE, OMX_U32, void *)
 {
     return OMX_ErrorNone;
 }
@@ -67,7 +67,7 @@ OMX_ERRORTYPE zvx_set_parameter(int fd, OMX_INDEXTYPE index, OMX_U32 size, void 
     return OMX_ErrorNone;
 }
 
-OMX_ERRORTYPE zvx_get_config(int, OMX_INDEXTYPE, OMX_U32, const void *)
+OMX_ERRORTYPE zvx_get_config(int, OMX_INDEXTYPE, OMX_U32, void *)
 {
     return OMX_ErrorNone;
 }

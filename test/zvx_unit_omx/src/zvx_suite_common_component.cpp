@@ -5,6 +5,7 @@
 #include "zvx_blackbox.h"
 #include "zvx_component_suite_support.h"
 #include "zvx_component_suites.h"
+#include "zvx_suite_common_buffers.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_common_component_role.h"
@@ -520,8 +521,11 @@ void zvx_test_handle_event(quro_utf_suite *)
     zvxp_dispatch(&component, record, ZVX_BASE_EVENT_ERROR, sizeof(uint32_t) + 1);
     zvxp_dispatch(&component, record, ZVX_BASE_EVENT_OUTPUT, sizeof(struct zvx_base_buffer_userspace));
 
+    // A buffer is registered on the way to Idle, at the size its port asks for.
+    ZVX_REQUIRE_EQ(handle.omx.SendCommand(&handle, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
+    const OMX_U32 size = zvx_omx_port_get_definition(&component.ports[0])->nBufferSize;
     OMX_BUFFERHEADERTYPE *header = nullptr;
-    ZVX_REQUIRE_EQ(handle.omx.UseBuffer(&handle, &header, 0, nullptr, 100, zvx_marker<OMX_U8 *>(1)), OMX_ErrorNone);
+    ZVX_REQUIRE_EQ(handle.omx.UseBuffer(&handle, &header, 0, nullptr, size, zvx_marker<OMX_U8 *>(1)), OMX_ErrorNone);
     if (header != nullptr) {
         struct zvx_base_buffer_userspace desc = zvx_omx_common_bufferheader_from_pub(header)->priv.desc;
         desc.format = ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_PLANAR;
@@ -922,7 +926,6 @@ void zvx_test_calc_buffer_size_stride(quro_utf_suite *)
     zvx_component_suite_release();
 }
 
-/* Numbers missing here belong to tests that arrive with the features they exercise. */
 const zvx_component_suite_test ZVXP_TESTS[] = {
     {1, "Get type - null component", zvx_test_get_type_null_component},
     {2, "Get type - valid component", zvx_test_get_type_valid_component},
@@ -943,7 +946,14 @@ const zvx_component_suite_test ZVXP_TESTS[] = {
     {17, "Get state", zvx_test_get_state},
     {18, "Get extension index", zvx_test_get_extension_index},
     {19, "Set callbacks", zvx_test_set_callbacks},
+    {20, "Empty this buffer", zvx_test_empty_this_buffer},
+    {21, "Fill this buffer", zvx_test_fill_this_buffer},
     {22, "Queue command - null params", zvx_test_queue_command_with_null},
+    {23, "Send current settings", zvx_test_send_current_settings},
+    {24, "Use Buffer", zvx_test_use_buffer},
+    {25, "Free Buffer", zvx_test_free_buffer},
+    {26, "Allocate Buffer", zvx_test_allocate_buffer},
+    {27, "Allocate Buffer MB", zvx_test_allocate_buffer_mb},
     {28, "Get parameter", zvx_test_get_parameter},
     {29, "Set parameter", zvx_test_set_parameter},
     {30, "Purge and Post set param", zvx_test_purge_and_post},
@@ -954,6 +964,12 @@ const zvx_component_suite_test ZVXP_TESTS[] = {
     {35, "State change", zvx_test_state_change},
     {36, "Cproc", zvx_test_cproc},
     {37, "Handle event", zvx_test_handle_event},
+    {38, "Is metadata enabled", zvx_test_is_metadata_enabled},
+    {39, "Is dmabuf enabled", zvx_test_is_dmabuf_enabled},
+    {40, "Get extra data size", zvx_test_get_extra_data_size},
+    {41, "Validate buffer size", zvx_test_validate_buffer_size},
+    {42, "Decoder use metadata buffer", zvx_test_decoder_use_metadata_buffer},
+    {43, "Encoder use metadata buffer", zvx_test_encoder_use_metadata_buffer},
     {44, "Flush buffers in executing state", zvx_test_flush_buffers_in_executing_state},
     {45, "Calc buffer size & Stride", zvx_test_calc_buffer_size_stride},
 };

@@ -1,0 +1,709 @@
+// Buffers through the handle as clients use and misuse them, with the session's returns played as
+// events on the command thread.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <map>
+#include <thread>
+#include <vector>
+
+#include "zvx_omx_encoder_component.h"
+#include "zvx_omx_extensions.h"
+#include "zvx_omx_test_client.h"
+
+namespace {
+
+template <typename T> T zvxp_record(OMX_U32 port)
+{
+    T record = {};
+    record.nSize = sizeof(record);
+    record.nVersion.s.nVersionMajor = 1;
+    record.nVersion.s.nVersionMinor = 1;
+    record.nVersion.s.nRevision = 2;
+    if constexpr (requires { record.nPortIndex; }) {
+        record.nPortIndex = port;
+    }
+    return record;
+}
+
+std::atomic<int> zvxp_queued_to_session;
+
+void zvxp_count_queued(int, struct zvx_base_buffer_details *)
+{
+    ++zvxp_queued_to_session;
+}
+
+using headers = std::vector<OMX_BUFFERHEADERTYPE *>;
+
+/* A flush as the session carries it out: once the port's flush is asked for, every buffer it holds
+ * comes back empty, then the flushed event; all in one command, so nothing else runs in between. */
+struct zvxp_flush_answer {
+    zvx_omx_common_cproc_command_data head;
+    OMX_U32 port;
+    size_t count;
+    zvx_base_buffer_userspace returned[16];
+};
+
+template <typename Payload> void zvxp_dispatch(zvx_omx_common_component *comp, uint16_t code, const Payload &payload)
+{
+    auto *event = static_cast<zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + sizeof(payload)));
+    event->code = code;
+    event->size = sizeof(payload);
+    std::memcpy(event->data, &payload, sizeof(payload));
+    zvxp_omx_handle_event(comp, event);
+    zvx_mem_free(event);
+}
+
+bool zvxp_run_flush_answer(zvx_omx_common_component *comp, zvx_omx_common_cproc_command_data *command)
+{
+    auto *answer = reinterpret_cast<zvxp_flush_answer *>(command);
+    if (!zvx_due_flush_requested(comp, static_cast<int32_t>(answer->port))) {
+        return false;
+    }
+    for (size_t i = 0; i < answer->count; ++i) {
+        zvxp_dispatch(comp, answer->port == 0 ? ZVX_BASE_EVENT_INPUT : ZVX_BASE_EVENT_OUTPUT, answer->returned[i]);
+    }
+    const zvx_base_event_header flushed = {
+        static_cast<uint16_t>(answer->port == 0 ? ZVX_BASE_EVENT_INPUT_FLUSHED : ZVX_BASE_EVENT_OUTPUT_FLUSHED), 0};
+    zvxp_omx_handle_event(comp, &flushed);
+    return true;
+}
+
+class Buffers : public zvx_decoder_test {
+protected:
+    void SetUp() override
+    {
+        zvx_decoder_test::SetUp();
+        zvxp_queued_to_session = 0;
+        bb_cb.bbcb_empty_this_buffer = zvxp_count_queued;
+        bb_cb.bbcb_fill_this_buffer = zvxp_count_queued;
+    }
+
+    /* Output disabled on the way to Idle, as GStreamer does, then enabled and populated; Executing. */
+    void start_executing()
+    {
+        send(OMX_CommandPortDisable, 1);
+        expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+        send(OMX_CommandStateSet, OMX_StateIdle);
+        inputs_ = allocate(0, definition(0).nBufferCountActual);
+        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+        expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+        send(OMX_CommandPortEnable, 1);
+        outputs_ = allocate(1, definition(1).nBufferCountActual);
+        expect_events({zvx_complete(OMX_CommandPortEnable, 1)});
+        change_state(OMX_StateExecuting);
+    }
+
+    void queue(const headers &buffers)
+    {
+        for (OMX_BUFFERHEADERTYPE *header : buffers) {
+            const OMX_U32 port = header->nInputPortIndex;
+            header->nFilledLen = port == 0 ? 100 : 0;
+            header->nOffset = 0;
+            ASSERT_EQ(port == 0 ? omx_->EmptyThisBuffer(omx_, header) : omx_->FillThisBuffer(omx_, header),
+                      OMX_ErrorNone);
+        }
+    }
+
+    static zvx_base_buffer_userspace descriptor(OMX_BUFFERHEADERTYPE *header)
+    {
+        return zvx_omx_common_bufferheader_from_pub(header)->priv.desc;
+    }
+
+    /* The session gives the buffers back once due says so. */
+    void give_back(const headers &buffers)
+    {
+        for (OMX_BUFFERHEADERTYPE *header : buffers) {
+            zvx_base_buffer_userspace desc = descriptor(header);
+            desc.filled_len = 0;
+            desc.flags = 0;
+            zvx_answer_with(comp_, header->nInputPortIndex == 0 ? ZVX_BASE_EVENT_INPUT : ZVX_BASE_EVENT_OUTPUT, desc);
+        }
+    }
+
+    /* The session flushes the port, giving back what it holds of it. */
+    void flush_returning(OMX_U32 port, const headers &held)
+    {
+        auto *answer = static_cast<zvxp_flush_answer *>(zvx_mem_calloc(1, sizeof(zvxp_flush_answer)));
+        ASSERT_NE(answer, nullptr);
+        ASSERT_LE(held.size(), std::size(answer->returned));
+        answer->head.function = zvxp_run_flush_answer;
+        answer->port = port;
+        for (OMX_BUFFERHEADERTYPE *header : held) {
+            zvx_base_buffer_userspace &desc = answer->returned[answer->count++];
+            desc = descriptor(header);
+            desc.filled_len = 0;
+            desc.flags = 0;
+        }
+        ASSERT_TRUE(zvx_omx_common_component_queue_command(comp_, &answer->head));
+    }
+
+    /* How often each header came back since the last call. */
+    std::map<OMX_BUFFERHEADERTYPE *, int> returns()
+    {
+        std::map<OMX_BUFFERHEADERTYPE *, int> counted;
+        for (const zvx_test_client::returned_buffer &returned : client_.take_buffers()) {
+            ++counted[returned.header];
+        }
+        return counted;
+    }
+
+    /* The same, waiting until count returns have arrived. */
+    std::map<OMX_BUFFERHEADERTYPE *, int> returns_after(size_t count)
+    {
+        std::map<OMX_BUFFERHEADERTYPE *, int> counted;
+        size_t total = 0;
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (total < count && std::chrono::steady_clock::now() < deadline) {
+            for (const zvx_test_client::returned_buffer &returned : client_.take_buffers()) {
+                ++counted[returned.header];
+                ++total;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return counted;
+    }
+
+    static std::map<OMX_BUFFERHEADERTYPE *, int> once_each(const headers &buffers)
+    {
+        std::map<OMX_BUFFERHEADERTYPE *, int> expected;
+        for (OMX_BUFFERHEADERTYPE *header : buffers) {
+            expected[header] = 1;
+        }
+        return expected;
+    }
+
+    headers inputs_;
+    headers outputs_;
+};
+
+TEST_F(Buffers, RegistrationOnlyOnTheWayToIdleOrOnAPortBeingEnabled)
+{
+    const OMX_U32 size = definition(0).nBufferSize;
+    OMX_U8 memory[16];
+    OMX_BUFFERHEADERTYPE *header = nullptr;
+    EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, 0, nullptr, size), OMX_ErrorIncorrectStateOperation);
+    EXPECT_EQ(omx_->UseBuffer(omx_, &header, 0, nullptr, size, memory), OMX_ErrorIncorrectStateOperation);
+    EXPECT_EQ(header, nullptr);
+
+    start_executing();
+    EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, 0, nullptr, size), OMX_ErrorIncorrectStateOperation)
+        << "populated port";
+    send(OMX_CommandPortDisable, 1);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+    zvx_answer_flush(comp_, 1);
+    EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, 1, nullptr, definition(1).nBufferSize),
+              OMX_ErrorIncorrectStateOperation)
+        << "port being disabled";
+    free_all(1, outputs_);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+
+    send(OMX_CommandPortEnable, 1);
+    outputs_ = allocate(1, definition(1).nBufferCountActual);
+    expect_events({zvx_complete(OMX_CommandPortEnable, 1)});
+}
+
+TEST_F(Buffers, RegistrationRefusesBadArgumentsSizesAndCounts)
+{
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    const OMX_PARAM_PORTDEFINITIONTYPE input = definition(0);
+    OMX_U8 memory[16];
+    OMX_BUFFERHEADERTYPE *header = nullptr;
+    EXPECT_EQ(omx_->AllocateBuffer(nullptr, &header, 0, nullptr, input.nBufferSize), OMX_ErrorBadParameter);
+    EXPECT_EQ(omx_->AllocateBuffer(omx_, nullptr, 0, nullptr, input.nBufferSize), OMX_ErrorBadParameter);
+    EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, 2, nullptr, input.nBufferSize), OMX_ErrorBadPortIndex);
+    EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, OMX_ALL, nullptr, input.nBufferSize), OMX_ErrorBadPortIndex);
+    EXPECT_EQ(omx_->UseBuffer(omx_, &header, 0, nullptr, input.nBufferSize, nullptr), OMX_ErrorBadParameter);
+    EXPECT_EQ(omx_->UseBuffer(omx_, &header, 0, nullptr, input.nBufferSize - 1, memory), OMX_ErrorBadParameter);
+    EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, 0, nullptr, 0), OMX_ErrorBadParameter);
+    EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, 0, nullptr, 0xFFFFFFFFu), OMX_ErrorBadParameter);
+    EXPECT_EQ(header, nullptr);
+
+    headers taken;
+    for (int attempt = 0; attempt < 40; ++attempt) {
+        OMX_BUFFERHEADERTYPE *next = nullptr;
+        const OMX_ERRORTYPE error = omx_->AllocateBuffer(omx_, &next, 0, nullptr, input.nBufferSize);
+        if (error == OMX_ErrorNone) {
+            EXPECT_EQ(next->nSize, sizeof(OMX_BUFFERHEADERTYPE));
+            EXPECT_EQ(next->nAllocLen, input.nBufferSize);
+            taken.push_back(next);
+        } else {
+            EXPECT_EQ(error, OMX_ErrorInsufficientResources);
+        }
+        EXPECT_EQ(definition(0).bPopulated, taken.size() >= input.nBufferCountActual ? OMX_TRUE : OMX_FALSE);
+    }
+    EXPECT_EQ(taken.size(), input.nBufferCountActual);
+    client_.take(1); // the change to Idle cannot complete without the output's buffers
+}
+
+TEST_F(Buffers, EightThreadsRegisterAtOnceAndExactlyTheCountSucceeds)
+{
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    const OMX_PARAM_PORTDEFINITIONTYPE input = definition(0);
+    std::atomic<unsigned> registered{0};
+    std::vector<std::thread> clients;
+    for (int thread = 0; thread < 8; ++thread) {
+        clients.emplace_back([&] {
+            for (int attempt = 0; attempt < 5; ++attempt) {
+                OMX_BUFFERHEADERTYPE *header = nullptr;
+                if (omx_->AllocateBuffer(omx_, &header, 0, nullptr, input.nBufferSize) == OMX_ErrorNone) {
+                    ++registered;
+                }
+            }
+        });
+    }
+    for (std::thread &client : clients) {
+        client.join();
+    }
+    EXPECT_EQ(registered.load(), input.nBufferCountActual);
+    EXPECT_EQ(definition(0).bPopulated, OMX_TRUE);
+    client_.take(1);
+}
+
+TEST_F(Buffers, HeaderIsFoundAmongThePortsBuffersBeforeAnythingOfItIsRead)
+{
+    start_executing();
+    // Exactly a public header: a read of anything behind it is caught by the sanitizers.
+    auto *foreign = static_cast<OMX_BUFFERHEADERTYPE *>(std::calloc(1, sizeof(OMX_BUFFERHEADERTYPE)));
+    *foreign = *inputs_[0];
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, foreign), OMX_ErrorBadParameter);
+    EXPECT_EQ(omx_->FillThisBuffer(omx_, foreign), OMX_ErrorBadParameter);
+    std::free(foreign);
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, nullptr), OMX_ErrorBadParameter);
+    EXPECT_EQ(omx_->EmptyThisBuffer(nullptr, inputs_[0]), OMX_ErrorBadParameter);
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, outputs_[0]), OMX_ErrorBadPortIndex);
+    EXPECT_EQ(omx_->FillThisBuffer(omx_, inputs_[0]), OMX_ErrorBadPortIndex);
+    EXPECT_EQ(zvxp_queued_to_session.load(), 0);
+    EXPECT_EQ(zvx_list_size_omxbufferhdrptr(&comp_->ports[0].tracked_buffers), 0u);
+}
+
+TEST_F(Buffers, AnotherComponentsHeaderIsRefusedAndNotKept)
+{
+    start_executing();
+    zvx_test_client other_client;
+    zvx_omx_decoder_component other;
+    zvx_omx_component other_handle;
+    OMX_CALLBACKTYPE callbacks = other_client.callbacks();
+    ASSERT_EQ(zvx_omx_decoder_component_init(&other_handle, &other, &other_client, &callbacks), OMX_ErrorNone);
+    OMX_COMPONENTTYPE *other_omx = &other_handle.omx;
+    ASSERT_EQ(other_omx->SendCommand(other_omx, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
+    OMX_BUFFERHEADERTYPE *theirs = nullptr;
+    ASSERT_EQ(other_omx->AllocateBuffer(other_omx, &theirs, 0, nullptr, definition(0).nBufferSize), OMX_ErrorNone);
+
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, theirs), OMX_ErrorBadParameter);
+    EXPECT_EQ(other_omx->FreeBuffer(other_omx, 0, theirs), OMX_ErrorNone);
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, theirs), OMX_ErrorBadParameter) << "freed by its own component";
+    zvx_omx_decoder_component_destroy(&other);
+    EXPECT_EQ(zvx_list_size_omxbufferhdrptr(&comp_->ports[0].tracked_buffers), 0u);
+    EXPECT_EQ(zvx_list_size_port_buffers(&comp_->ports[0].buffer_list), 0u);
+}
+
+TEST_F(Buffers, FreedHeaderQueuedAgainIsUnknown)
+{
+    start_executing();
+    change_state(OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateLoaded);
+    free_all(0, inputs_);
+    free_all(1, outputs_);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
+    for (OMX_BUFFERHEADERTYPE *freed : inputs_) {
+        EXPECT_EQ(omx_->EmptyThisBuffer(omx_, freed), OMX_ErrorBadParameter);
+        EXPECT_EQ(omx_->FreeBuffer(omx_, 0, freed), OMX_ErrorBadParameter);
+    }
+    for (OMX_BUFFERHEADERTYPE *freed : outputs_) {
+        EXPECT_EQ(omx_->FillThisBuffer(omx_, freed), OMX_ErrorBadParameter);
+    }
+}
+
+TEST_F(Buffers, HeaderSizeVersionPortAndLengthsAreChecked)
+{
+    start_executing();
+    OMX_BUFFERHEADERTYPE *header = inputs_[0];
+    const OMX_BUFFERHEADERTYPE kept = *header;
+    header->nSize = 3;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadParameter);
+    *header = kept;
+    header->nVersion.nVersion = 0xdeadbeef;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorVersionMismatch);
+    *header = kept;
+    header->nInputPortIndex = 1;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadPortIndex);
+    *header = kept;
+    header->nOffset = 0xFFFFFFF0u;
+    header->nFilledLen = 0xFFFFFFF0u;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadParameter);
+    header->nOffset = 1;
+    header->nFilledLen = header->nAllocLen;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadParameter);
+    outputs_[0]->nOffset = outputs_[0]->nAllocLen + 1;
+    EXPECT_EQ(omx_->FillThisBuffer(omx_, outputs_[0]), OMX_ErrorBadParameter);
+    EXPECT_EQ(zvxp_queued_to_session.load(), 0);
+
+    // Data at an offset reaches the session from the start of the buffer.
+    *header = kept;
+    header->pBuffer[8] = 0x5a;
+    header->nOffset = 8;
+    header->nFilledLen = 1;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorNone);
+    EXPECT_EQ(header->pBuffer[0], 0x5a);
+    EXPECT_EQ(header->nOffset, 0u);
+}
+
+TEST_F(Buffers, QueueingOnlyInIdleExecutingOrPauseOnAnEnabledPort)
+{
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    inputs_ = allocate(0, definition(0).nBufferCountActual);
+    outputs_ = allocate(1, definition(1).nBufferCountActual);
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, inputs_[0]), OMX_ErrorIncorrectStateOperation) << "Loaded";
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, inputs_[0]), OMX_ErrorNone) << "Idle";
+    change_state(OMX_StateExecuting);
+    change_state(OMX_StatePause);
+    EXPECT_EQ(omx_->FillThisBuffer(omx_, outputs_[0]), OMX_ErrorNone) << "Pause";
+    // Paused hardware is stopped already: the disable only flushes.
+    send(OMX_CommandPortDisable, 1);
+    flush_returning(1, {outputs_[0]});
+    EXPECT_EQ(omx_->FillThisBuffer(omx_, outputs_[1]), OMX_ErrorIncorrectStateOperation) << "port disabled";
+    EXPECT_EQ(returns_after(1), once_each({outputs_[0]}));
+    free_all(1, outputs_);
+    expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+    EXPECT_EQ(zvxp_queued_to_session.load(), 2);
+}
+
+TEST_F(Buffers, ResubmittedBufferIsRefusedAndLeftWhereItIs)
+{
+    start_executing();
+    OMX_BUFFERHEADERTYPE *header = inputs_[0];
+    queue({header});
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorIncorrectStateOperation);
+    EXPECT_EQ(omx_->FreeBuffer(omx_, 0, header), OMX_ErrorIncorrectStateOperation);
+    EXPECT_EQ(zvxp_queued_to_session.load(), 1);
+    EXPECT_EQ(zvx_list_size_omxbufferhdrptr(&comp_->ports[0].tracked_buffers), 1u);
+    EXPECT_EQ(zvx_list_size_port_buffers(&comp_->ports[0].buffer_list), 1u);
+
+    queue(outputs_);
+    give_back({header});
+    zvx_sync(comp_);
+    EXPECT_EQ(returns(), once_each({header}));
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorNone) << "back with the client";
+}
+
+TEST_F(Buffers, EightThreadsQueueOneBufferAndOneOfThemWins)
+{
+    start_executing();
+    std::atomic<int> accepted{0};
+    std::atomic<int> refused{0};
+    std::vector<std::thread> clients;
+    for (int thread = 0; thread < 8; ++thread) {
+        clients.emplace_back([&] {
+            for (OMX_BUFFERHEADERTYPE *header : inputs_) {
+                (omx_->EmptyThisBuffer(omx_, header) == OMX_ErrorNone ? accepted : refused)++;
+            }
+        });
+    }
+    for (std::thread &client : clients) {
+        client.join();
+    }
+    EXPECT_EQ(accepted.load(), static_cast<int>(inputs_.size()));
+    EXPECT_EQ(refused.load(), static_cast<int>(7 * inputs_.size()));
+    EXPECT_EQ(zvxp_queued_to_session.load(), accepted.load());
+}
+
+TEST_F(Buffers, EveryBufferIsBackOnceAfterAFlushAPortDisableAndTheWayToIdle)
+{
+    start_executing();
+    queue(inputs_);
+    queue(outputs_);
+    send(OMX_CommandFlush, OMX_ALL);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+    flush_returning(0, inputs_);
+    flush_returning(1, outputs_);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    expect_events({zvx_complete(OMX_CommandFlush, 0), zvx_complete(OMX_CommandFlush, 1)});
+    headers all = inputs_;
+    all.insert(all.end(), outputs_.begin(), outputs_.end());
+    EXPECT_EQ(returns(), once_each(all));
+
+    queue(outputs_);
+    send(OMX_CommandPortDisable, 1);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+    flush_returning(1, outputs_);
+    EXPECT_EQ(returns_after(outputs_.size()), once_each(outputs_));
+    free_all(1, outputs_);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+
+    queue(inputs_);
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+    flush_returning(0, inputs_);
+    flush_returning(1, {});
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+    EXPECT_EQ(returns(), once_each(inputs_));
+}
+
+TEST_F(Buffers, ConsumedInputsGoBackInQueueOrderAndAreHeldBackAtTheStart)
+{
+    start_executing();
+    const OMX_U32 output_minimum = definition(1).nBufferCountMin;
+    ASSERT_GE(output_minimum, 3u);
+    queue({outputs_[0]});
+    queue(inputs_);
+    give_back({inputs_[1]});
+    zvx_sync(comp_);
+    EXPECT_TRUE(client_.take_buffers().empty()) << "behind one the session still holds";
+    give_back({inputs_[0]});
+    give_back({inputs_[2]});
+    zvx_sync(comp_);
+    std::vector<zvx_test_client::returned_buffer> returned = client_.take_buffers();
+    ASSERT_EQ(returned.size(), 1u) << "no more back than outputs queued, while nothing was produced";
+    EXPECT_EQ(returned[0].header, inputs_[0]);
+
+    queue({outputs_[1]});
+    zvx_sync(comp_);
+    returned = client_.take_buffers();
+    ASSERT_EQ(returned.size(), 1u) << "an output more lets one more go";
+    EXPECT_EQ(returned[0].header, inputs_[1]);
+
+    zvx_base_buffer_userspace picture = descriptor(outputs_[0]);
+    picture.filled_len = 64;
+    zvx_answer_with(comp_, ZVX_BASE_EVENT_OUTPUT, picture);
+    zvx_sync(comp_);
+    returned = client_.take_buffers();
+    ASSERT_EQ(returned.size(), 2u) << "once output is produced, everything consumed goes";
+    EXPECT_EQ(returned[0].header, outputs_[0]);
+    EXPECT_EQ(returned[1].header, inputs_[2]);
+}
+
+TEST_F(Buffers, ConsumedInputsKeepTheirQueueOrderOnceTheStreamRuns)
+{
+    start_executing();
+    queue(outputs_);
+    queue(inputs_);
+    give_back({inputs_[2], inputs_[1]});
+    zvx_sync(comp_);
+    EXPECT_TRUE(client_.take_buffers().empty()) << "the first one queued is still with the session";
+    give_back({inputs_[0]});
+    zvx_sync(comp_);
+    const std::vector<zvx_test_client::returned_buffer> returned = client_.take_buffers();
+    ASSERT_EQ(returned.size(), 3u);
+    for (size_t i = 0; i < returned.size(); ++i) {
+        EXPECT_EQ(returned[i].header, inputs_[i]);
+    }
+}
+
+TEST_F(Buffers, OutputCarriesWhatTheSessionWroteAndTheCropAndEndOfStream)
+{
+    start_executing();
+    queue(outputs_);
+    zvx_base_buffer_userspace picture = descriptor(outputs_[0]);
+    picture.offset = 16;
+    picture.filled_len = 1000;
+    picture.flags = OMX_BUFFERFLAG_ENDOFFRAME | OMX_BUFFERFLAG_EOS;
+    picture.timestamp = 123456;
+    picture.cropx = 100;
+    picture.cropy = 80;
+    zvx_answer_with(comp_, ZVX_BASE_EVENT_OUTPUT, picture);
+    expect_events({{OMX_EventPortSettingsChanged, 1, OMX_IndexConfigCommonOutputCrop},
+                   {OMX_EventBufferFlag, 1, OMX_BUFFERFLAG_ENDOFFRAME | OMX_BUFFERFLAG_EOS}});
+    const OMX_BUFFERHEADERTYPE &filled = *outputs_[0];
+    EXPECT_EQ(filled.nOffset, 16u);
+    EXPECT_EQ(filled.nFilledLen, 1000u);
+    EXPECT_EQ(filled.nTimeStamp, 123456);
+    EXPECT_EQ(filled.nFlags, static_cast<OMX_U32>(OMX_BUFFERFLAG_ENDOFFRAME | OMX_BUFFERFLAG_EOS));
+    auto crop = zvxp_record<OMX_CONFIG_RECTTYPE>(1);
+    ASSERT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigCommonOutputCrop, &crop), OMX_ErrorNone);
+    EXPECT_EQ(crop.nWidth, 100u);
+    EXPECT_EQ(crop.nHeight, 80u);
+
+    zvx_base_buffer_userspace overlong = descriptor(outputs_[1]);
+    overlong.offset = 8;
+    overlong.filled_len = outputs_[1]->nAllocLen;
+    overlong.cropx = 100;
+    overlong.cropy = 80;
+    zvx_answer_with(comp_, ZVX_BASE_EVENT_OUTPUT, overlong);
+    zvx_sync(comp_);
+    EXPECT_EQ(outputs_[1]->nFilledLen, outputs_[1]->nAllocLen - 8) << "cut at the buffer's end";
+    EXPECT_EQ(returns(), once_each({outputs_[0], outputs_[1]}));
+}
+
+TEST_F(Buffers, CallbacksMayQueueTheBufferTheyReturn)
+{
+    struct requeueing_client {
+        OMX_COMPONENTTYPE *omx;
+        std::atomic<int> requeued{0};
+        static OMX_ERRORTYPE done(OMX_HANDLETYPE handle, OMX_PTR app_data, OMX_BUFFERHEADERTYPE *header)
+        {
+            auto *self = static_cast<requeueing_client *>(app_data);
+            auto *omx = static_cast<OMX_COMPONENTTYPE *>(handle);
+            const OMX_ERRORTYPE error =
+                header->nInputPortIndex == 0 ? omx->EmptyThisBuffer(omx, header) : omx->FillThisBuffer(omx, header);
+            if (error == OMX_ErrorNone) {
+                ++self->requeued;
+            }
+            return OMX_ErrorNone;
+        }
+    } requeueing{omx_};
+    start_executing();
+    queue(inputs_);
+    queue(outputs_);
+    OMX_CALLBACKTYPE callbacks = {nullptr, requeueing_client::done, requeueing_client::done};
+    ASSERT_EQ(omx_->SetCallbacks(omx_, &callbacks, &requeueing), OMX_ErrorNone);
+    give_back(inputs_);
+    give_back(outputs_);
+    zvx_sync(comp_);
+    EXPECT_EQ(requeueing.requeued.load(), static_cast<int>(inputs_.size() + outputs_.size()));
+    EXPECT_EQ(zvx_list_size_omxbufferhdrptr(&comp_->ports[0].tracked_buffers), inputs_.size());
+    EXPECT_EQ(zvx_list_size_omxbufferhdrptr(&comp_->ports[1].tracked_buffers), outputs_.size());
+    callbacks = client_.callbacks();
+    ASSERT_EQ(omx_->SetCallbacks(omx_, &callbacks, &client_), OMX_ErrorNone);
+}
+
+TEST_F(Buffers, RefusedOutputsWaitForEveryOutstandingOneThenGoBackTogether)
+{
+    auto role = zvxp_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    std::strcpy(reinterpret_cast<char *>(role.cRole), "video_decoder.vp9");
+    ASSERT_EQ(omx_->SetParameter(omx_, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
+    start_executing();
+    queue(outputs_);
+    zvx_base_buffer_userspace picture = descriptor(outputs_[0]);
+    picture.filled_len = 64;
+    zvx_answer_with(comp_, ZVX_BASE_EVENT_OUTPUT, picture);
+    zvx_sync(comp_);
+    EXPECT_EQ(returns(), once_each({outputs_[0]}));
+    queue({outputs_[0]});
+
+    zvx_base_fw_frame_alloc_parameters larger = {};
+    larger.planar_alloc_frame_width = 1920;
+    larger.planar_alloc_frame_height = 1088;
+    zvx_answer_with(comp_, ZVX_BASE_EVENT_ALLOC_PARAMS, larger);
+    for (size_t i = 0; i < outputs_.size(); ++i) {
+        zvx_base_buffer_userspace refused = descriptor(outputs_[i]);
+        refused.zvx_flags |= ZVX_OMX_ZVX_FLAG_REJECTED;
+        zvx_answer_with(comp_, ZVX_BASE_EVENT_OUTPUT, refused);
+        zvx_sync(comp_);
+        if (i + 1 < outputs_.size()) {
+            EXPECT_TRUE(client_.take_buffers().empty()) << "refused buffer " << i << " went back early";
+        }
+    }
+    expect_events({{OMX_EventPortSettingsChanged, 1, 0}});
+    EXPECT_EQ(returns(), once_each(outputs_));
+    EXPECT_EQ(definition(1).format.video.nFrameWidth, 1920u);
+}
+
+TEST_F(Buffers, OutputFlushGivesBackRefusedOutputsStillParked)
+{
+    auto role = zvxp_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    std::strcpy(reinterpret_cast<char *>(role.cRole), "video_decoder.vp9");
+    ASSERT_EQ(omx_->SetParameter(omx_, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
+    start_executing();
+    queue(outputs_);
+    std::atomic_ref(comp_->vp9_alloc_params_changed).store(true);
+    for (OMX_BUFFERHEADERTYPE *header : {outputs_[0], outputs_[1]}) {
+        zvx_base_buffer_userspace refused = descriptor(header);
+        refused.zvx_flags |= ZVX_OMX_ZVX_FLAG_REJECTED;
+        zvx_answer_with(comp_, ZVX_BASE_EVENT_OUTPUT, refused);
+    }
+    send(OMX_CommandFlush, 1);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+    flush_returning(1, {outputs_.begin() + 2, outputs_.end()});
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    expect_events({zvx_complete(OMX_CommandFlush, 1)});
+    EXPECT_EQ(returns(), once_each(outputs_));
+}
+
+TEST_F(Buffers, TeardownInTheMiddleOfAStreamLosesNothing)
+{
+    start_executing();
+    queue(inputs_);
+    queue(outputs_);
+    destroy();
+}
+
+/* An encoder as the encoder suite builds it: Loaded, no buffer registered ever. */
+class EncoderBuffers : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        bb_reset_cb();
+        OMX_CALLBACKTYPE callbacks = client_.callbacks();
+        ASSERT_EQ(zvx_omx_encoder_component_init(&handle_, &encoder_, &client_, &callbacks), OMX_ErrorNone);
+        omx_ = &handle_.omx;
+    }
+    void TearDown() override { zvx_omx_encoder_component_destroy(&encoder_); }
+
+    zvx_test_client client_;
+    zvx_omx_encoder_component encoder_;
+    zvx_omx_component handle_;
+    OMX_COMPONENTTYPE *omx_ = nullptr;
+};
+
+TEST_F(EncoderBuffers, EmptyEndOfStreamBeforeAnyBufferIsAnsweredAndNothingElseSlipsThrough)
+{
+    auto *stray = static_cast<OMX_BUFFERHEADERTYPE *>(std::calloc(1, sizeof(OMX_BUFFERHEADERTYPE)));
+    stray->nFlags = OMX_BUFFERFLAG_EOS;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, stray), OMX_ErrorNone);
+    EXPECT_EQ(zvx_list_size_port_buffers(&encoder_.common.ports[0].buffer_list), 0u);
+    stray->nFilledLen = 1;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, stray), OMX_ErrorBadParameter) << "carries data";
+    stray->nFilledLen = 0;
+    EXPECT_EQ(omx_->FillThisBuffer(omx_, stray), OMX_ErrorBadParameter) << "only an input ends a stream";
+    stray->nInputPortIndex = 1;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, stray), OMX_ErrorBadParameter) << "not for the input";
+    stray->nInputPortIndex = 0;
+
+    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
+    OMX_BUFFERHEADERTYPE *header = nullptr;
+    auto input = zvxp_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    ASSERT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
+    ASSERT_EQ(omx_->AllocateBuffer(omx_, &header, 0, nullptr, input.nBufferSize), OMX_ErrorNone);
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, stray), OMX_ErrorBadParameter)
+        << "once a buffer was registered, an unknown address may be one freed";
+    std::free(stray);
+    client_.take(1);
+}
+
+std::atomic<OMX_U32> zvxp_rate_sent;
+
+void zvxp_record_rate(int, OMX_INDEXTYPE index, OMX_U32, void *param)
+{
+    if (index == OMX_IndexConfigVideoFramerate) {
+        zvxp_rate_sent = static_cast<OMX_CONFIG_FRAMERATETYPE *>(param)->xEncodeFramerate;
+    }
+}
+
+TEST_F(EncoderBuffers, InputTimestampsSetTheFrameRateAndARunningSessionHearsOfIt)
+{
+    zvxp_rate_sent = 0;
+    bb_cb.bbcb_set_parameter = zvxp_record_rate;
+    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandPortDisable, 1, nullptr), OMX_ErrorNone);
+    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_complete(OMX_CommandPortDisable, 1)});
+    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
+    auto input = zvxp_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    ASSERT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
+    std::vector<OMX_BUFFERHEADERTYPE *> headers(input.nBufferCountActual);
+    for (OMX_BUFFERHEADERTYPE *&header : headers) {
+        ASSERT_EQ(omx_->AllocateBuffer(omx_, &header, 0, nullptr, input.nBufferSize), OMX_ErrorNone);
+    }
+    zvx_answer_hw(&encoder_.common, ZVX_BASE_HW_STATE_RUNNING);
+    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateExecuting, nullptr), OMX_ErrorNone);
+    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_complete(OMX_CommandStateSet, OMX_StateExecuting)});
+
+    // 25 pictures a second: one every 40 ms.
+    for (size_t i = 0; i < headers.size(); ++i) {
+        headers[i]->nFilledLen = 1000;
+        headers[i]->nTimeStamp = static_cast<OMX_TICKS>(i) * 40000;
+        ASSERT_EQ(omx_->EmptyThisBuffer(omx_, headers[i]), OMX_ErrorNone);
+    }
+    auto rate = zvxp_record<OMX_CONFIG_FRAMERATETYPE>(0);
+    ASSERT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigVideoFramerate, &rate), OMX_ErrorNone);
+    EXPECT_EQ(rate.xEncodeFramerate, 25u << 16);
+    EXPECT_EQ(zvxp_rate_sent.load(), 25u << 16);
+}
+
+} // namespace

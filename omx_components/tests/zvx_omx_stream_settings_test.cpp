@@ -1,0 +1,188 @@
+// The stream-setting events dispatched directly to a decoder whose command thread is not running, and
+// what the client then reads through the handle.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+
+#include "zvx_omx_config.h"
+#include "zvx_omx_extensions.h"
+#include "zvx_omx_test_client.h"
+
+namespace {
+
+template <typename T> T zvxp_record(OMX_U32 port)
+{
+    T record = {};
+    record.nSize = sizeof(record);
+    record.nVersion.s.nVersionMajor = 1;
+    record.nVersion.s.nVersionMinor = 1;
+    record.nVersion.s.nRevision = 2;
+    if constexpr (requires { record.nPortIndex; }) {
+        record.nPortIndex = port;
+    }
+    return record;
+}
+
+class StreamSettings : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        bb_reset_cb();
+        zvx_omx_common_component_set_type(&comp_, ZVX_OMX_DECODER);
+        OMX_CALLBACKTYPE callbacks = client_.callbacks();
+        ASSERT_EQ(zvx_omx_common_component_init(&handle_, &comp_, &client_, &callbacks), OMX_ErrorNone);
+        ASSERT_EQ(zvx_omx_config_decoder(&comp_.ports[0].config_and_params, &comp_.ports[1].config_and_params),
+                  OMX_ErrorNone);
+        omx_ = &handle_.omx;
+    }
+    void TearDown() override
+    {
+        zvx_omx_common_component_destroy(&comp_);
+        EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{});
+    }
+
+    /* The event allocated to its exact size, so that a read past it is caught. */
+    template <typename Payload> void dispatch(uint16_t code, const Payload &payload)
+    {
+        auto *event =
+            static_cast<zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + sizeof(payload)));
+        event->code = code;
+        event->size = sizeof(payload);
+        std::memcpy(event->data, &payload, sizeof(payload));
+        zvxp_omx_handle_event(&comp_, event);
+        zvx_mem_free(event);
+    }
+
+    template <typename T> T get(OMX_INDEXTYPE index, OMX_U32 port)
+    {
+        T record = zvxp_record<T>(port);
+        EXPECT_EQ(omx_->GetParameter(omx_, index, &record), OMX_ErrorNone);
+        return record;
+    }
+
+    OMX_PARAM_PORTDEFINITIONTYPE output() { return get<OMX_PARAM_PORTDEFINITIONTYPE>(OMX_IndexParamPortDefinition, 1); }
+
+    static zvx_base_buffer_param colour(uint8_t range, uint8_t primaries, uint8_t transfer, uint8_t matrix)
+    {
+        zvx_base_buffer_param param = {};
+        param.type = 15;
+        param.data.colour_description.range = range;
+        param.data.colour_description.colour_primaries = primaries;
+        param.data.colour_description.transfer_characteristics = transfer;
+        param.data.colour_description.matrix_coeff = matrix;
+        return param;
+    }
+
+    zvx_test_client client_;
+    zvx_omx_common_component comp_;
+    zvx_omx_component handle_;
+    OMX_COMPONENTTYPE *omx_ = nullptr;
+};
+
+TEST_F(StreamSettings, AllocationParametersSizeTheOutputUntilItHasProduced)
+{
+    zvx_base_fw_frame_alloc_parameters allocation = {};
+    allocation.planar_alloc_frame_width = 320;
+    allocation.planar_alloc_frame_height = 240;
+    dispatch(ZVX_BASE_EVENT_ALLOC_PARAMS, allocation);
+    const OMX_PARAM_PORTDEFINITIONTYPE definition = output();
+    EXPECT_EQ(definition.format.video.nFrameWidth, 320u);
+    EXPECT_EQ(definition.format.video.nFrameHeight, 240u);
+    EXPECT_GE(definition.format.video.nStride, 320);
+    EXPECT_GE(definition.nBufferSize, 320u * 240u * 2u);
+    EXPECT_EQ(get<OMX_PARAM_PORTDEFINITIONTYPE>(OMX_IndexParamPortDefinition, 0).format.video.nFrameWidth, 320u);
+    auto crop = zvxp_record<OMX_CONFIG_RECTTYPE>(1);
+    ASSERT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigCommonOutputCrop, &crop), OMX_ErrorNone);
+    EXPECT_EQ(crop.nWidth, 320u);
+    EXPECT_EQ(crop.nHeight, 240u);
+
+    comp_.ports[1].buffer_produced = true;
+    allocation.planar_alloc_frame_width = 640;
+    dispatch(ZVX_BASE_EVENT_ALLOC_PARAMS, allocation);
+    EXPECT_EQ(output().format.video.nFrameWidth, 320u) << "the stream is under way: the client reallocates";
+}
+
+TEST_F(StreamSettings, SequenceParametersRaiseTheBufferCountAndTellTheClientOnce)
+{
+    const OMX_PARAM_PORTDEFINITIONTYPE before = output();
+    zvx_base_response_sequence_parameters sequence = {};
+    sequence.bitdepth_luma = 8;
+    sequence.bitdepth_chroma = 8;
+    sequence.num_buffers_planar = static_cast<uint8_t>(before.nBufferCountMin + 2);
+    dispatch(ZVX_BASE_EVENT_SEQUENCE_PARAMS, sequence);
+    EXPECT_EQ(client_.take(), (std::vector<zvx_test_event>{{OMX_EventPortSettingsChanged, 1, 0}}));
+    const OMX_PARAM_PORTDEFINITIONTYPE after = output();
+    EXPECT_EQ(after.nBufferCountMin, before.nBufferCountMin + 3);
+    EXPECT_EQ(after.nBufferCountActual, after.nBufferCountMin);
+    EXPECT_EQ(after.nBufferSize, after.format.video.nFrameWidth * after.format.video.nFrameHeight * 2);
+    EXPECT_TRUE(comp_.ports[1].flush_without_stop);
+
+    dispatch(ZVX_BASE_EVENT_SEQUENCE_PARAMS, sequence);
+    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "nothing changed: the session carries on";
+}
+
+TEST_F(StreamSettings, TenBitInterlacedStreamChangesTheOutputFormat)
+{
+    zvx_base_response_sequence_parameters sequence = {};
+    sequence.interlace = 1;
+    sequence.bitdepth_luma = 10;
+    sequence.bitdepth_chroma = 10;
+    dispatch(ZVX_BASE_EVENT_SEQUENCE_PARAMS, sequence);
+    EXPECT_EQ(client_.take(), (std::vector<zvx_test_event>{{OMX_EventPortSettingsChanged, 1, 0}}));
+    EXPECT_EQ(static_cast<OMX_U32>(output().format.video.eColorFormat),
+              static_cast<OMX_U32>(QURO_COLOR_FormatYUYAAYVYAA_10b));
+    const auto stream = get<QURO_PARAM_SEQUENECE_PARAMETERS>(QURO_IndexParamSequenceParameters, 1);
+    EXPECT_EQ(stream.bInterlace, 1);
+    EXPECT_EQ(stream.nBitDepthLumaMinus8, 2);
+}
+
+TEST_F(StreamSettings, ColourDescriptionBecomesAspectsAndHdrAndEachChangeIsToldOnce)
+{
+    zvx_base_buffer_param param = colour(1, 9, 16, 9);
+    param.data.colour_description.flags = 3;
+    param.data.colour_description.max_display_mastering_luminance = 1000 * 10000;
+    param.data.colour_description.max_content_light_level = 800;
+    dispatch(ZVX_BASE_EVENT_BUFFER_PARAM, param);
+    EXPECT_EQ(client_.take(),
+              (std::vector<zvx_test_event>{{OMX_EventPortSettingsChanged, 1, OMX_IndexConfigDescribeHDRColorInfo},
+                                           {OMX_EventPortSettingsChanged, 1, OMX_IndexParamDescribeColorAspects}}));
+    auto aspects = get<DescribeColorAspectsParams>(OMX_IndexParamDescribeColorAspects, 1);
+    EXPECT_EQ(aspects.sAspects.mRange, RangeLimited);
+    EXPECT_EQ(aspects.sAspects.mPrimaries, PrimariesBT2020);
+    EXPECT_EQ(aspects.sAspects.mTransfer, TransferST2084);
+    EXPECT_EQ(aspects.sAspects.mMatrixCoeffs, MatrixBT2020);
+    const auto hdr = get<DescribeHDRStaticInfoParams>(OMX_IndexConfigDescribeHDRColorInfo, 1);
+    EXPECT_EQ(hdr.sInfo.sType1.mMaxDisplayLuminance, 1000);
+    EXPECT_EQ(hdr.sInfo.sType1.mMaxContentLightLevel, 800);
+
+    comp_.ports[1].pFlag = 0;
+    dispatch(ZVX_BASE_EVENT_BUFFER_PARAM, param);
+    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{});
+    EXPECT_EQ(comp_.ports[1].pFlag & 2, 2) << "a description arrived, changed or not";
+
+    dispatch(ZVX_BASE_EVENT_BUFFER_PARAM, colour(1, 9, 12, 9));
+    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "an unknown transfer keeps the one before";
+    EXPECT_EQ(get<DescribeColorAspectsParams>(OMX_IndexParamDescribeColorAspects, 1).sAspects.mTransfer,
+              TransferST2084);
+}
+
+TEST_F(StreamSettings, DisplaySizeGoesToTheSequenceRecordAndOtherTypesChangeNothing)
+{
+    zvx_base_buffer_param param = {};
+    param.type = 5;
+    param.data.display_size = {1280, 720};
+    dispatch(ZVX_BASE_EVENT_BUFFER_PARAM, param);
+    const auto stream = get<QURO_PARAM_SEQUENECE_PARAMETERS>(QURO_IndexParamSequenceParameters, 1);
+    EXPECT_EQ(stream.nDisplayWidth, 1280);
+    EXPECT_EQ(stream.nDisplayHeight, 720);
+    const OMX_PARAM_PORTDEFINITIONTYPE before = output();
+    for (uint32_t type : {17u, 99u}) {
+        param.type = type;
+        dispatch(ZVX_BASE_EVENT_BUFFER_PARAM, param);
+    }
+    const OMX_PARAM_PORTDEFINITIONTYPE after = output();
+    EXPECT_EQ(std::memcmp(&before, &after, sizeof(before)), 0);
+}
+
+} // namespace
