@@ -116,4 +116,21 @@ TYPED_TEST(Lifecycle, EveryAllocationFailureOfInitIsReportedAndUndone)
     }
 }
 
+// Both the command record and its queue node can fail; neither leaves a record behind.
+TYPED_TEST(Lifecycle, CommandThatCannotBeQueuedIsRefusedForWantOfMemory)
+{
+    ASSERT_EQ(TypeParam::init(&this->handle, &this->comp), OMX_ErrorNone);
+    OMX_COMPONENTTYPE *omx = &this->handle.omx;
+    for (uint64_t point : {0u, 1u}) {
+        if (!zvx_mem_faults_arm(point, point)) {
+            TypeParam::destroy(&this->comp);
+            GTEST_SKIP() << "allocation failures are injected only in the fault-injection build";
+        }
+        EXPECT_EQ(omx->SendCommand(omx, OMX_CommandStateSet, OMX_StateIdle, nullptr),
+                  OMX_ErrorInsufficientResources);
+        zvx_mem_faults_disarm();
+    }
+    TypeParam::destroy(&this->comp);
+}
+
 } // namespace
