@@ -105,6 +105,7 @@ OMX_ERRORTYPE zvx_omx_common_component_init(struct zvx_omx_component *handle, zv
         zvxp_init_fields(comp, handle, callbacks);
         const OMX_ERRORTYPE error = zvxp_build(comp);
         if (error != OMX_ErrorNone) {
+            comp->omx_component = nullptr; // not filled yet: nothing of it to detach, or even read
             zvx_omx_common_component_destroy(comp);
             return error;
         }
