@@ -101,6 +101,7 @@ typedef struct zvx_omx_common_component {
      * completes or is refused; OMX_StateMax when none is under way. Buffers may be registered on the way
      * to Idle and freed on the way to Loaded, before the command thread has run the change. */
     int32_t requested_state;
+    bool built; /* init: set by init, cleared once destroy (or a failed init) has released the record */
 } zvx_omx_common_component;
 
 /* Holds a mutex of the component for one scope. */
@@ -123,11 +124,12 @@ inline zvx_omx_common_component *zvx_omx_common_component_from_handle(OMX_HANDLE
     return static_cast<zvx_omx_common_component *>(static_cast<OMX_COMPONENTTYPE *>(handle)->pComponentPrivate);
 }
 
-/* Leaves the component loaded, device open, no session, command thread not started. On failure the
- * caller destroys the component. */
+/* Leaves the component loaded, device open, no session, command thread not started. A failed init
+ * releases whatever it built; a destroy after it does nothing. */
 OMX_ERRORTYPE zvx_omx_common_component_init(struct zvx_omx_component *handle, zvx_omx_common_component *comp,
                                             OMX_PTR app_data, OMX_CALLBACKTYPE *callbacks);
-/* The command thread must already be stopped. */
+/* The command thread must already be stopped. Clears the handle's record pointer, so that later calls
+ * through the handle fail; a second destroy does nothing. */
 void zvx_omx_common_component_destroy(zvx_omx_common_component *comp);
 
 zvx_omx_component_type_t zvx_omx_common_component_get_type(const zvx_omx_common_component *comp);

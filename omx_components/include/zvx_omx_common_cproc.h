@@ -27,7 +27,8 @@ struct zvx_omx_common_cproc_command_data {
 
 typedef struct zvx_util_slist_ts zvx_omx_common_cproc_command_queue_lockfree_ts;
 
-void zvx_omx_common_cproc_command_queue_init(zvx_omx_common_cproc_command_queue_lockfree_ts *queue);
+/* False when the queue's first node cannot be allocated; the queue is then empty and refuses every command. */
+bool zvx_omx_common_cproc_command_queue_init(zvx_omx_common_cproc_command_queue_lockfree_ts *queue);
 /* Frees every record still queued. */
 void zvx_omx_common_cproc_command_queue_destroy(zvx_omx_common_cproc_command_queue_lockfree_ts *queue);
 bool zvx_omx_common_cproc_command_queue_enqueue(zvx_omx_common_cproc_command_queue_lockfree_ts *queue,

@@ -34,6 +34,7 @@ struct zvx_omx_record_field {
     uint32_t size;  /* of one element */
     uint32_t count; /* elements: 1 unless the field is an array */
     zvx_omx_field_kind kind;
+    uint32_t enumeration_limit; /* largest value the field's enumeration holds; 0: no limit, or no enumeration */
 };
 
 struct zvx_omx_record_layout {
@@ -65,17 +66,44 @@ template <typename Member> constexpr zvx_omx_field_kind zvx_omx_field_kind_of()
         return std::is_signed_v<Member> ? zvx_omx_field_kind::signed_int : zvx_omx_field_kind::unsigned_int;
 }
 
+/* A client's record arrives as bytes: a field of an enumeration without a fixed underlying type may hold
+ * a value beyond the enumeration, and reading it as that type is undefined. Such values are refused at
+ * the entry. The OpenMAX enumerations end at their *_Max, 0x7FFFFFFF; a narrower one specialises this. */
+template <typename Enumeration> inline constexpr uint32_t zvx_omx_enumeration_limit = 0x7FFFFFFF;
+
+template <typename T>
+concept zvx_omx_fixed_enumeration = std::is_enum_v<T> && requires
+{
+    T{std::underlying_type_t<T>{}};
+};
+
+template <typename Member> constexpr uint32_t zvx_omx_enumeration_limit_of()
+{
+    if constexpr (std::is_enum_v<Member> && !zvx_omx_fixed_enumeration<Member>) {
+        static_assert(std::is_unsigned_v<std::underlying_type_t<Member>>, "a negative value needs a range of its own");
+        static_assert(sizeof(Member) == sizeof(uint32_t));
+        return zvx_omx_enumeration_limit<Member>;
+    } else {
+        return 0;
+    }
+}
+
 template <typename Member> constexpr zvx_omx_record_field zvx_omx_field(const char *name, size_t offset)
 {
     if constexpr (std::is_array_v<Member>) {
         using Element = std::remove_extent_t<Member>;
         if constexpr (sizeof(Element) == 1 && std::is_integral_v<Element>)
-            return {name, static_cast<uint32_t>(offset), sizeof(Member), 1, zvx_omx_field_kind::text};
+            return {name, static_cast<uint32_t>(offset), sizeof(Member), 1, zvx_omx_field_kind::text, 0};
         else
-            return {name, static_cast<uint32_t>(offset), sizeof(Element), std::extent_v<Member>,
-                    zvx_omx_field_kind_of<Element>()};
+            return {name,
+                    static_cast<uint32_t>(offset),
+                    sizeof(Element),
+                    std::extent_v<Member>,
+                    zvx_omx_field_kind_of<Element>(),
+                    zvx_omx_enumeration_limit_of<Element>()};
     } else {
-        return {name, static_cast<uint32_t>(offset), sizeof(Member), 1, zvx_omx_field_kind_of<Member>()};
+        return {name, static_cast<uint32_t>(offset),   sizeof(Member),
+                1,    zvx_omx_field_kind_of<Member>(), zvx_omx_enumeration_limit_of<Member>()};
     }
 }
 

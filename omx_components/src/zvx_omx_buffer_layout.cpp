@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_extensions.h"
@@ -11,6 +12,14 @@
 #include "zvx_session_interface.h"
 
 namespace {
+
+/* A client's query may hold any bytes: its enumeration fields are read as words, not as their types. */
+template <typename Enumeration> OMX_U32 zvxp_client_word(const Enumeration &field)
+{
+    OMX_U32 word;
+    std::memcpy(&word, &field, sizeof(word));
+    return word;
+}
 
 constexpr OMX_U32 zvxp_size_alignment = 32;
 constexpr OMX_U32 zvxp_tcx_block = 16;
@@ -177,8 +186,8 @@ void zvx_omx_describe_color_format(DescribeColorFormatParams *params)
     params->nSliceHeight = std::max(params->nSliceHeight, height);
     const uint64_t stride = params->nStride;
     const uint64_t luma_bytes = stride * params->nSliceHeight;
-    if (params->bUsingNativeBuffers != OMX_FALSE || width == 0 || height == 0 || stride > UINT32_MAX / 2 ||
-        luma_bytes * 2 > UINT32_MAX) {
+    if (zvxp_client_word(params->bUsingNativeBuffers) != OMX_FALSE || width == 0 || height == 0 ||
+        stride > UINT32_MAX / 2 || luma_bytes * 2 > UINT32_MAX) {
         zvxp_report_unknown(image);
         return;
     }
@@ -188,7 +197,7 @@ void zvx_omx_describe_color_format(DescribeColorFormatParams *params)
     zvxp_plane luma = {0, 1, luma_row, 1};
     zvxp_plane u;
     zvxp_plane v;
-    switch (static_cast<OMX_U32>(params->eColorFormat)) {
+    switch (zvxp_client_word(params->eColorFormat)) {
     case OMX_COLOR_FormatYUV420Planar:
     case OMX_COLOR_FormatYUV420Flexible:
         u = {luma_bytes, 1, half_row, 2};

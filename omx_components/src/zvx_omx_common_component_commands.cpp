@@ -81,7 +81,7 @@ OMX_ERRORTYPE zvxp_queue_new_command(struct zvx_omx_common_component *comp,
 {
     if (!zvx_omx_common_component_queue_command(comp, command)) {
         zvx_mem_free(command);
-        return OMX_ErrorUndefined;
+        return OMX_ErrorInsufficientResources; /* a built component's queue refuses only for want of memory */
     }
     return OMX_ErrorNone;
 }

@@ -2,11 +2,15 @@
 
 #include "zvx_util_slist_ts.h"
 
-void zvx_omx_common_cproc_command_queue_init(zvx_omx_common_cproc_command_queue_lockfree_ts *queue)
+bool zvx_omx_common_cproc_command_queue_init(zvx_omx_common_cproc_command_queue_lockfree_ts *queue)
 {
-    if (queue != nullptr) {
-        zvxu_slist_ts_init(queue);
+    if (queue == nullptr) {
+        return false;
     }
+    /* A queue whose first node cannot be allocated stays zeroed: empty, refusing, and safe to destroy. */
+    *queue = zvx_slist_ts{};
+    zvxu_slist_ts_init(queue);
+    return queue->head != nullptr;
 }
 
 void zvx_omx_common_cproc_command_queue_destroy(zvx_omx_common_cproc_command_queue_lockfree_ts *queue)

@@ -40,8 +40,8 @@ void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *
     // No other thread sees the record yet, and a compare-and-swap set would first read whatever the
     // caller's memory held.
     comp->omx_state = zvxu_atomic{OMX_StateLoaded};
-    zvx_omx_common_cproc_command_queue_init(&comp->cproc_queue);
     zvx_omx_common_cproc_invoker_init(&comp->cproc_invoker);
+    std::memset(&comp->cproc_queue, 0, sizeof(comp->cproc_queue));
 
     std::memset(&comp->omx_callbacks, 0, sizeof(comp->omx_callbacks));
     if (callbacks != nullptr)
@@ -57,7 +57,7 @@ void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *
     comp->hw_state = ZVX_BASE_HW_STATE_STOPPED;
     comp->requested_state = OMX_StateMax;
     comp->prev_ts = INT64_MAX;
-    comp->prev_fps = zvxu_circular_list_create(zvxp_frame_interval_slots);
+    comp->prev_fps = nullptr;
     comp->vp9_alloc_params_changed = false;
     comp->secure = false;
     comp->num_prot_bufs = 0;
@@ -70,6 +70,35 @@ void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *
     comp->alloc_params.planar_alloc_frame_height = zvxp_default_alloc_height;
     pthread_mutex_init(&comp->lock, nullptr);
     pthread_mutex_init(&comp->callbacks_lock, nullptr);
+    comp->built = true;
+}
+
+// What init allocates. Destroy is safe after a failure at any step: the ports come first, as a port
+// that was never initialised could not be destroyed.
+OMX_ERRORTYPE zvxp_build(zvx_omx_common_component *comp)
+{
+    OMX_ERRORTYPE error = OMX_ErrorNone;
+    for (zvx_omx_port &port : comp->ports) {
+        const OMX_ERRORTYPE port_error = zvx_omx_port_init(&port);
+        if (error == OMX_ErrorNone)
+            error = port_error;
+    }
+    if (error != OMX_ErrorNone)
+        return error;
+    if (!zvx_omx_common_cproc_command_queue_init(&comp->cproc_queue))
+        return OMX_ErrorInsufficientResources;
+    comp->prev_fps = zvxu_circular_list_create(zvxp_frame_interval_slots);
+    if (comp->prev_fps == nullptr)
+        return OMX_ErrorInsufficientResources;
+    return zvx_omx_clone_default_settings(comp);
+}
+
+// Calls through the handle after destroy find no record and fail instead of reaching freed memory.
+void zvxp_detach_handle(zvx_omx_common_component *comp)
+{
+    if (comp->omx_component != nullptr && comp->omx_component->omx.pComponentPrivate == comp)
+        comp->omx_component->omx.pComponentPrivate = nullptr;
+    comp->omx_component = nullptr;
 }
 
 } // namespace
@@ -82,20 +111,15 @@ OMX_ERRORTYPE zvx_omx_common_component_init(struct zvx_omx_component *handle, zv
             static_cast<void *>(handle), static_cast<void *>(comp), app_data, static_cast<void *>(callbacks),
             zvxp_revision);
 
+    // A failed init releases what it built: the caller's destroy then finds nothing left to do.
     if (comp != nullptr) {
         zvxp_init_fields(comp, handle, callbacks);
-        // Both ports are brought to a destroyable state before the first error is reported.
-        OMX_ERRORTYPE error = OMX_ErrorNone;
-        for (zvx_omx_port &port : comp->ports) {
-            OMX_ERRORTYPE port_error = zvx_omx_port_init(&port);
-            if (error == OMX_ErrorNone)
-                error = port_error;
+        const OMX_ERRORTYPE error = zvxp_build(comp);
+        if (error != OMX_ErrorNone) {
+            comp->omx_component = nullptr; // not filled yet: nothing of it to detach, or even read
+            zvx_omx_common_component_destroy(comp);
+            return error;
         }
-        if (error != OMX_ErrorNone)
-            return error;
-        error = zvx_omx_clone_default_settings(comp);
-        if (error != OMX_ErrorNone)
-            return error;
     }
 
     if (handle != nullptr)
@@ -106,6 +130,7 @@ OMX_ERRORTYPE zvx_omx_common_component_init(struct zvx_omx_component *handle, zv
         if (comp->driver_fd == -1) {
             ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_PANIC, "Failed to open device node. path=%s. (%s:%d)",
                     ZVX_OMX_DEVICE_PATH);
+            zvx_omx_common_component_destroy(comp);
             return OMX_ErrorHardware;
         }
         zvx_read_hw_info(comp->driver_fd);
@@ -119,6 +144,8 @@ void zvx_omx_common_component_destroy(zvx_omx_common_component *comp)
         return;
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "zvx_omx_common_component_destroy(comp=%p.) (%s:%d)",
             static_cast<void *>(comp));
+    if (!comp->built)
+        return;
 
     for (zvx_omx_port &port : comp->ports)
         zvx_map_foreach_erase(&port.registered_buffers, zvxp_unregister_buffer, &comp->driver_fd);
@@ -138,4 +165,6 @@ void zvx_omx_common_component_destroy(zvx_omx_common_component *comp)
     zvx_instr_release();
     for (zvx_omx_port &port : comp->ports)
         zvx_omx_port_destroy(&port);
+    zvxp_detach_handle(comp);
+    comp->built = false;
 }

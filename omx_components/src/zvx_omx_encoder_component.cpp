@@ -36,7 +36,7 @@ OMX_ERRORTYPE zvx_omx_encoder_component_init(struct zvx_omx_component *handle, s
     const OMX_ERRORTYPE config_error =
         zvx_omx_config_encoder(&comp->common.ports[0].config_and_params, &comp->common.ports[1].config_and_params);
     if (config_error != OMX_ErrorNone) {
-        zvx_omx_common_component_destroy(&comp->common);
+        zvx_omx_encoder_component_destroy(comp);
         return config_error;
     }
     zvx_omx_common_cproc_invoker_start(&comp->common);

@@ -2,6 +2,7 @@
 // record must pass comes here, before anything is read beyond its header or anything is changed.
 #include <atomic>
 #include <cstring>
+#include <span>
 
 #include "zvx_mem.h"
 #include "zvx_omx_api_call_record.h"
@@ -56,6 +57,21 @@ OMX_ERRORTYPE zvxp_check_record(struct zvx_omx_common_component *comp, OMX_INDEX
         return OMX_ErrorInvalidState;
     *found = entry;
     return OMX_ErrorNone;
+}
+
+// The record's enumeration fields are checked as words, before any of them is read as its type.
+bool zvxp_enumerations_in_range(const zvx_omx_record_layout &layout, const void *record)
+{
+    const auto *bytes = static_cast<const uint8_t *>(record);
+    for (const zvx_omx_record_field &field : std::span(layout.fields, layout.field_count)) {
+        for (uint32_t element = 0; field.enumeration_limit != 0 && element < field.count; ++element) {
+            uint32_t value;
+            std::memcpy(&value, bytes + field.offset + element * field.size, sizeof(value));
+            if (value > field.enumeration_limit)
+                return false;
+        }
+    }
+    return true;
 }
 
 // OpenMAX lets a parameter change only while the component is loaded or its port is disabled; a
@@ -147,6 +163,8 @@ OMX_ERRORTYPE zvx_omx_common_component_set_parameter(OMX_HANDLETYPE hComponent, 
     struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(hComponent);
     const zvx_omx_parameter_entry *entry = nullptr;
     OMX_ERRORTYPE error = zvxp_check_record(comp, nIndex, pComponentParameterStructure, ZVX_OMX_PARAMETER_SET, &entry);
+    if (error == OMX_ErrorNone && !zvxp_enumerations_in_range(entry->layout(), pComponentParameterStructure))
+        error = OMX_ErrorBadParameter;
     if (error == OMX_ErrorNone && !zvxp_may_set(comp, *entry, pComponentParameterStructure))
         error = OMX_ErrorIncorrectStateOperation;
     if (error == OMX_ErrorNone)

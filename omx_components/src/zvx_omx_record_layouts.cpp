@@ -6,6 +6,13 @@
 
 #include "zvx_omx_extensions.h"
 
+// The enumerations that end below 0x7FFFFFFF: eight bits for the colour aspects, one for the image type.
+template <> inline constexpr uint32_t zvx_omx_enumeration_limit<ColorAspectsRange> = 0xFF;
+template <> inline constexpr uint32_t zvx_omx_enumeration_limit<ColorAspectsPrimaries> = 0xFF;
+template <> inline constexpr uint32_t zvx_omx_enumeration_limit<ColorAspectsTransfer> = 0xFF;
+template <> inline constexpr uint32_t zvx_omx_enumeration_limit<ColorAspectsMatrixCoeffs> = 0xFF;
+template <> inline constexpr uint32_t zvx_omx_enumeration_limit<MediaImageType> = 1;
+
 // Only the video member of the port definition's format union applies to this component.
 ZVX_OMX_RECORD_LAYOUT(OMX_PARAM_PORTDEFINITIONTYPE, ZVX_OMX_FIELD(nSize), ZVX_OMX_FIELD(nVersion),
                       ZVX_OMX_FIELD(nPortIndex), ZVX_OMX_FIELD(eDir), ZVX_OMX_FIELD(nBufferCountActual),

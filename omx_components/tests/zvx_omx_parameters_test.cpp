@@ -358,6 +358,41 @@ TEST_F(DecoderParameters, DescribeColorFormatLaysOutEachYuv420Plane)
     EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_UNKNOWN) << "planes beyond 4 GiB cannot be described";
 }
 
+// A client's enumeration field may hold any word. Reading one beyond its enumeration as that type is
+// undefined, so a set refuses it first and a query reads it as a word. Found by the SetParameter fuzzer.
+TEST_F(DecoderParameters, EnumerationWordBeyondItsEnumerationIsRefusedBeforeItIsRead)
+{
+    const auto put = [](auto &field, OMX_U32 word) { std::memcpy(&field, &word, sizeof(word)); };
+    const OMX_U32 top_bit = 0x80000000u;
+    const OMX_PARAM_PORTDEFINITIONTYPE before = definition(1);
+    auto record = before;
+    put(record.format.video.eColorFormat, top_bit);
+    EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
+    record = before;
+    put(record.bEnabled, top_bit);
+    EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
+    EXPECT_TRUE(same_bytes(definition(1), before));
+
+    auto format = record_for<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
+    put(format.eColorFormat, top_bit);
+    EXPECT_EQ(set(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorBadParameter);
+
+    auto aspects = record_for<DescribeColorAspectsParams>(1);
+    put(aspects.sAspects.mTransfer, 0x100);
+    EXPECT_EQ(set(OMX_IndexParamDescribeColorAspects, &aspects), OMX_ErrorBadParameter)
+        << "the colour aspects end at eight bits";
+    aspects.sAspects.mTransfer = TransferOther;
+    EXPECT_EQ(set(OMX_IndexParamDescribeColorAspects, &aspects), OMX_ErrorNone);
+
+    auto describe = record_for<DescribeColorFormatParams>(0);
+    describe.nFrameWidth = 176;
+    describe.nFrameHeight = 144;
+    put(describe.eColorFormat, top_bit | OMX_COLOR_FormatYUV420Planar);
+    put(describe.bUsingNativeBuffers, top_bit);
+    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
+    EXPECT_EQ(describe.sMediaImage.mType, MEDIA_IMAGE_TYPE_UNKNOWN);
+}
+
 // The stream-setting events apply what the session found through the command function itself, on the
 // command thread and in any state: a 10-bit stream's format is taken though no port format offers it.
 TEST_F(DecoderParameters, CommandFunctionTakesTheStreamsOwnFormatInAnyState)

@@ -175,6 +175,7 @@ void zvx_test_destroy_session(quro_utf_suite *)
     zvx_omx_common_component_destroy_session(nullptr);
     zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
     ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_common_component_destroy>(&component);
     const struct {
         bool created;
         int fd;
@@ -185,7 +186,7 @@ void zvx_test_destroy_session(quro_utf_suite *)
         zvx_omx_common_component_destroy_session(&component);
     }
     component.driver_fd = -1;
-    zvx_omx_common_component_destroy(&component);
+    zvx_component_suite_release();
     ZVX_REQUIRE_EQ(zvxp_destroyed_sessions, 1);
 }
 
@@ -197,11 +198,12 @@ void zvx_test_get_version(quro_utf_suite *)
     OMX_VERSIONTYPE spec_version = {};
     zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
     ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_common_component_destroy>(&component);
     ZVX_REQUIRE_EQ(handle.omx.GetComponentVersion(&handle, nullptr, &component_version, &spec_version, nullptr),
                    OMX_ErrorNone);
     ZVX_REQUIRE_EQ(component_version.nVersion, 1u);
     ZVX_REQUIRE_EQ(spec_version.nVersion, 0x00000101u);
-    zvx_omx_common_component_destroy(&component);
+    zvx_component_suite_release();
 }
 
 void zvx_test_get_state(quro_utf_suite *)
@@ -211,6 +213,7 @@ void zvx_test_get_state(quro_utf_suite *)
     OMX_STATETYPE state;
     zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
     ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_common_component_destroy>(&component);
 
     component.omx_state.val = 17;
     ZVX_REQUIRE_EQ(handle.omx.GetState(&handle, &state), OMX_ErrorNone);
@@ -229,7 +232,7 @@ void zvx_test_get_state(quro_utf_suite *)
     ZVX_REQUIRE_EQ(handle.omx.GetState(&handle, &state), OMX_ErrorNone);
     ZVX_REQUIRE_EQ(static_cast<int>(state), 12);
     handle.omx.pComponentPrivate = &component;
-    zvx_omx_common_component_destroy(&component);
+    zvx_component_suite_release();
 }
 
 void zvx_test_get_extension_index(quro_utf_suite *)
@@ -272,6 +275,7 @@ void zvx_test_set_callbacks(quro_utf_suite *)
     zvx_omx_component handle;
     zvx_omx_common_component_set_type(&component, ZVX_OMX_DECODER);
     ZVX_REQUIRE_EQ(zvx_omx_common_component_init(&handle, &component, nullptr, nullptr), OMX_ErrorNone);
+    zvx_component_suite_hold<zvx_omx_common_component_destroy>(&component);
     handle.omx.pApplicationPrivate = nullptr;
     std::memset(&component.omx_callbacks, 0, sizeof(component.omx_callbacks));
     OMX_CALLBACKTYPE callbacks = {zvx_marker<decltype(callbacks.EventHandler)>(0x17),
@@ -295,7 +299,7 @@ void zvx_test_set_callbacks(quro_utf_suite *)
     ZVX_REQUIRE(component.omx_callbacks.EventHandler == zvx_marker<decltype(callbacks.EventHandler)>(0x17));
     ZVX_REQUIRE(component.omx_callbacks.EmptyBufferDone == zvx_marker<decltype(callbacks.EmptyBufferDone)>(0x18));
     ZVX_REQUIRE(component.omx_callbacks.FillBufferDone == zvx_marker<decltype(callbacks.FillBufferDone)>(0x19));
-    zvx_omx_common_component_destroy(&component);
+    zvx_component_suite_release();
 }
 
 void zvx_test_queue_command_with_null(quro_utf_suite *)
