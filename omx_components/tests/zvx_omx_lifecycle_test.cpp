@@ -16,8 +16,9 @@ template <typename Record, auto Init, auto Destroy> struct Kind {
     static OMX_ERRORTYPE init(zvx_omx_component *handle, Record *comp) { return Init(handle, comp, nullptr, nullptr); }
     static void destroy(Record *comp) { Destroy(comp); }
 };
-using Decoder = Kind<zvx_omx_decoder_component, zvx_omx_decoder_component_init, zvx_omx_decoder_component_destroy>;
-using Encoder = Kind<zvx_omx_encoder_component, zvx_omx_encoder_component_init, zvx_omx_encoder_component_destroy>;
+/* Structs, not aliases, so that the test names carry a short type. */
+struct Decoder : Kind<zvx_omx_decoder_component, zvx_omx_decoder_component_init, zvx_omx_decoder_component_destroy> {};
+struct Encoder : Kind<zvx_omx_encoder_component, zvx_omx_encoder_component_init, zvx_omx_encoder_component_destroy> {};
 
 template <typename K> class Lifecycle : public ::testing::Test {
 protected:
