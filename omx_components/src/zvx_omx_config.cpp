@@ -622,6 +622,8 @@ void zvx_omx_config_init_header(void *record, OMX_U32 size)
         OMX_VERSIONTYPE nVersion;
     } stamp;
     stamp.nSize = size;
+    // Where OMX_U32 is wider than the four version bytes, its upper bytes must read as zero too.
+    stamp.nVersion.nVersion = 0;
     stamp.nVersion.s.nVersionMajor = 1;
     stamp.nVersion.s.nVersionMinor = 1;
     stamp.nVersion.s.nRevision = 2;
