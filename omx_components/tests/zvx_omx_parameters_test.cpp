@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "zvx_blackbox.h"
+#include "zvx_omx_abi.h"
 #include "zvx_omx_common_cproc.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_decoder_component.h"
@@ -603,7 +604,8 @@ TEST_F(EncoderParameters, FrameSizeOfTheInputSizesTheOutputBuffers)
     auto tcx = record_for<OMX_PARAM_ENABLETCXTYPE>(0);
     tcx.bEnabled = OMX_TRUE;
     ASSERT_EQ(set(OMX_IndexParamEnableTCX, &tcx), OMX_ErrorNone);
-    EXPECT_EQ(definition(0).nBufferSize, (68u + 1) * 120 * 400 + 64) << "compressed frames and their extra data";
+    EXPECT_EQ(definition(0).nBufferSize, (68u + 1) * 120 * 400 + ZVX_OMX_ABI_SIZE(64, 128))
+        << "compressed frames and their extra data";
     tcx.nPortIndex = 1;
     EXPECT_EQ(set(OMX_IndexParamEnableTCX, &tcx), OMX_ErrorUnsupportedIndex) << "a bitstream has no frame layout";
     auto support = record_for<OMX_PARAM_TCXTYPE>(0);
