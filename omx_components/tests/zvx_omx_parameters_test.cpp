@@ -587,6 +587,30 @@ TEST_F(EncoderParameters, BitrateHasOneValueWhicheverRecordSetsIt)
     enter_state(OMX_StateLoaded);
 }
 
+// A client describes the stream it will receive by the current pair, before the first picture: it must
+// be a pair the codec supports, never the neutral 0/0 a decoder keeps until its stream says.
+TEST_F(EncoderParameters, CurrentProfileLevelIsASupportedPairForEveryCodec)
+{
+    for (const char *role : {"video_encoder.avc", "video_encoder.hevc", "video_encoder.vp8", "video_encoder.avc"}) {
+        SCOPED_TRACE(role);
+        ASSERT_EQ(set_role(role), OMX_ErrorNone);
+        auto current = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+        ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelCurrent, &current), OMX_ErrorNone);
+        auto first = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+        ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelQuerySupported, &first), OMX_ErrorNone);
+        EXPECT_NE(current.eProfile, 0u);
+        EXPECT_EQ(current.eProfile, first.eProfile);
+        EXPECT_EQ(current.eLevel, first.eLevel);
+    }
+    auto high = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+    high.eProfile = OMX_VIDEO_AVCProfileHigh;
+    high.eLevel = OMX_VIDEO_AVCLevel4;
+    ASSERT_EQ(set(OMX_IndexParamVideoProfileLevelCurrent, &high), OMX_ErrorNone);
+    auto current = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+    ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelCurrent, &current), OMX_ErrorNone);
+    EXPECT_EQ(current.eProfile, static_cast<OMX_U32>(OMX_VIDEO_AVCProfileHigh));
+}
+
 TEST_F(EncoderParameters, FrameSizeOfTheInputSizesTheOutputBuffers)
 {
     auto input = definition(0);
