@@ -195,6 +195,25 @@ bool is_port_setting_changed(struct zvx_omx_common_component *comp, const OMX_PA
                        sizeof(*old_port) - from) != 0;
 }
 
+/* The buffers an enabled port holds already give the session what it asks for, and nothing but the
+ * spare buffer above its count would change: a client that keeps the port as it is (as encoders'
+ * clients do, reading the event as news) need not reallocate, so the session carries on with them.
+ * Caller holds the lock. */
+bool zvxp_registered_buffers_suffice(struct zvx_omx_common_component *comp, OMX_U32 port,
+                                     const OMX_PARAM_PORTDEFINITIONTYPE &stored,
+                                     const OMX_PARAM_PORTDEFINITIONTYPE &adjusted, OMX_U32 session_count)
+{
+    if (stored.bEnabled == OMX_FALSE || zvx_map_size(&comp->ports[port].registered_buffers) < session_count) {
+        return false;
+    }
+    OMX_PARAM_PORTDEFINITIONTYPE same_counts = adjusted;
+    same_counts.nBufferCountActual = stored.nBufferCountActual;
+    same_counts.nBufferCountMin = stored.nBufferCountMin;
+    constexpr size_t from = offsetof(OMX_PARAM_PORTDEFINITIONTYPE, nBufferCountActual);
+    return std::memcmp(reinterpret_cast<const char *>(&stored) + from, reinterpret_cast<const char *>(&same_counts) + from,
+                       sizeof(stored) - from) == 0;
+}
+
 /* Frame buffers are handed out in whole pages, with room for the extra data. Caller holds the lock. */
 void zvxp_size_to_pages(struct zvx_omx_common_component *comp, OMX_U32 port, OMX_PARAM_PORTDEFINITIONTYPE *definition)
 {
@@ -403,8 +422,10 @@ void zvxp_omx_handle_event_portdefinition_change(struct zvx_omx_common_component
         if (stored == nullptr) {
             return;
         }
+        const OMX_U32 session_count = definition.nBufferCountActual;
         zvxp_size_to_pages(comp, port, &definition);
-        changed = is_port_setting_changed(comp, stored, &definition);
+        changed = is_port_setting_changed(comp, stored, &definition) &&
+                  !zvxp_registered_buffers_suffice(comp, port, *stored, definition, session_count);
         if (changed) {
             zvxp_adopt_definition(comp, port, definition);
         }
