@@ -1,6 +1,8 @@
-// Here the devices are emulated. Real clients feed them real streams, whose pictures arrive in decode
-// order; a device hands them back in presentation order, so the emulated one keeps a reorder window
-// as deep as the B-picture pyramids common encoders write.
+// Here the devices are emulated, and real clients feed them real streams. A device reads a stream's
+// resolution from the stream; the emulated one takes the frame size the client declares on the input
+// port, as clients that parse the stream do. Pictures arrive in decode order and a device hands them
+// back in presentation order, so the emulated one keeps a reorder window as deep as the B-picture
+// pyramids common encoders write.
 #include "zvx_omx_core_session_side.h"
 
 #include "zvx_session_emulator.h"
@@ -16,6 +18,7 @@ void zvx_omx_core_session_side_up(void)
     zvx_init_emulator();
     zvx_emu_script script;
     script.reorder_depth = ZVXP_REORDER_DEPTH;
+    script.stream_size_from_input_port = true;
     zvx_emu_set_default_script(script);
 }
 
