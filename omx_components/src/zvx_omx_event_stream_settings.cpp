@@ -210,8 +210,8 @@ bool zvxp_registered_buffers_suffice(struct zvx_omx_common_component *comp, OMX_
     same_counts.nBufferCountActual = stored.nBufferCountActual;
     same_counts.nBufferCountMin = stored.nBufferCountMin;
     constexpr size_t from = offsetof(OMX_PARAM_PORTDEFINITIONTYPE, nBufferCountActual);
-    return std::memcmp(reinterpret_cast<const char *>(&stored) + from, reinterpret_cast<const char *>(&same_counts) + from,
-                       sizeof(stored) - from) == 0;
+    return std::memcmp(reinterpret_cast<const char *>(&stored) + from,
+                       reinterpret_cast<const char *>(&same_counts) + from, sizeof(stored) - from) == 0;
 }
 
 /* Frame buffers are handed out in whole pages, with room for the extra data. Caller holds the lock. */
