@@ -93,13 +93,14 @@ protected:
 
     void TearDown() override { std::filesystem::remove_all(dir_); }
 
-    /* Runs a shell command line, its output collected, for at most `seconds`; `signal` ends it then. */
+    /* Runs a shell command line, its output collected, for at most `seconds`; `signal` ends it then.
+     * A test runs at most two, inside CTest's 300 s, so a hung client is reported with its output. */
     run_result run(const std::string &command, int seconds = 120, const char *signal = "TERM")
     {
         const std::filesystem::path output = dir_ / "output.txt";
         // The command's own status, also when the signal ended it; a command that outlives the signal
-        // by a minute is killed.
-        const std::string line = "timeout --preserve-status -k 60 -s " + std::string(signal) + " " +
+        // by ten seconds is killed.
+        const std::string line = "timeout --preserve-status -k 10 -s " + std::string(signal) + " " +
                                  std::to_string(seconds) + " " + command + " >" + output.string() + " 2>&1";
         const int status = std::system(line.c_str());
         std::ifstream file(output);
@@ -133,7 +134,7 @@ protected:
         config.close();
         const std::string environment =
             "GST_OMX_CONFIG_DIR=" + dir_.string() + " GST_REGISTRY=" + (dir_ / "registry.bin").string();
-        const run_result inspect = run("env " + environment + " gst-inspect-1.0 omxh264dec omxh264enc");
+        const run_result inspect = run("env " + environment + " gst-inspect-1.0 omxh264dec omxh264enc", 60);
         EXPECT_EQ(inspect.status, 0) << inspect.output;
         return environment;
     }
