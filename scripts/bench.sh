@@ -15,3 +15,5 @@ done
 # The client round trip again with the client and the command thread sharing one CPU.
 echo "==== zvx_omx_round_trip_bench, pinned to CPU 0 ===="
 taskset -c 0 build/release/omx_components/zvx_omx_round_trip_bench "$@"
+# The client pipelines: GStreamer decoding through the core beside FFmpeg's software decoder.
+scripts/measure_clients.sh

@@ -5,6 +5,11 @@ set -euo pipefail
 
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
           libomxil-bellagio-dev gdb valgrind)
+# The real clients the LP64 build's tests run against the core, and what their pipelines need:
+# x264enc (ugly) makes the H.264 streams, h264parse (bad) splits them, avdec_h264 (libav) is the
+# software decoder the decode pipeline is timed beside.
+packages+=(gstreamer1.0-tools gstreamer1.0-omx-generic gstreamer1.0-plugins-base gstreamer1.0-plugins-good
+           gstreamer1.0-plugins-ugly gstreamer1.0-plugins-bad gstreamer1.0-libav ffmpeg)
 for group in "$@"; do
   case "$group" in
     bench) packages+=(libomxil-bellagio0 libomxil-bellagio0-components-base) ;;

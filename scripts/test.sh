@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# Builds every preset that CI checks and runs all tests in each: g++ debug, clang, ASan+UBSan, TSan.
+# Builds every preset that CI checks and runs all tests in each: g++ debug, clang, ASan+UBSan, TSan, and
+# the LP64 ABI build (ASan+UBSan) whose tests include GStreamer and FFmpeg running against the core.
 # Pass preset names to run only those (e.g. scripts/test.sh debug).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh
 presets=("$@")
-if ((${#presets[@]} == 0)); then presets=(debug clang asan tsan); fi
+if ((${#presets[@]} == 0)); then presets=(debug clang asan tsan lp64); fi
 
 for preset in "${presets[@]}"; do
   echo "==== preset ${preset} ===="

@@ -15,6 +15,8 @@
 #include <OMX_Video.h>
 #include <stdint.h>
 
+#include "zvx_omx_abi.h"
+
 /*
  * Extra values are listed once, in the X-macro lists below: each list both defines the typed
  * constants and feeds the diagnostic name tables, so no value can be added without its name.
@@ -72,7 +74,7 @@ typedef struct OMX_PARAM_ENABLETCXTYPE {
     OMX_BOOL bTilesEnabled;
     OMX_BOOL bWideblkEnabled;
 } OMX_PARAM_ENABLETCXTYPE;
-static_assert(sizeof(OMX_PARAM_ENABLETCXTYPE) == 24);
+static_assert(sizeof(OMX_PARAM_ENABLETCXTYPE) == ZVX_OMX_ABI_SIZE(24, 40));
 
 /* Answer of OMX_IndexParamTCX: whether the hardware can lay this port's frames out compressed. */
 typedef struct OMX_PARAM_TCXTYPE {
@@ -81,7 +83,7 @@ typedef struct OMX_PARAM_TCXTYPE {
     OMX_U32 nPortIndex;
     OMX_BOOL bSupported;
 } OMX_PARAM_TCXTYPE;
-static_assert(sizeof(OMX_PARAM_TCXTYPE) == 16);
+static_assert(sizeof(OMX_PARAM_TCXTYPE) == ZVX_OMX_ABI_SIZE(16, 32));
 
 /* Switch of the dma-buf buffer mode. */
 typedef struct OMX_PARAM_ENABLEDMABUFTYPE {
@@ -90,7 +92,7 @@ typedef struct OMX_PARAM_ENABLEDMABUFTYPE {
     OMX_U32 nPortIndex;
     OMX_BOOL bEnabled;
 } OMX_PARAM_ENABLEDMABUFTYPE;
-static_assert(sizeof(OMX_PARAM_ENABLEDMABUFTYPE) == 16);
+static_assert(sizeof(OMX_PARAM_ENABLEDMABUFTYPE) == ZVX_OMX_ABI_SIZE(16, 32));
 
 /* Stream properties the session learns while decoding (the type name's spelling is historical). */
 typedef struct QURO_PARAM_SEQUENECE_PARAMETERS {
@@ -112,7 +114,7 @@ typedef struct QURO_PARAM_SEQUENECE_PARAMETERS {
     OMX_U16 nBitDepthChromaMinus8;
     OMX_U16 nChromaSampling;
 } QURO_PARAM_SEQUENECE_PARAMETERS;
-static_assert(sizeof(QURO_PARAM_SEQUENECE_PARAMETERS) == 40);
+static_assert(sizeof(QURO_PARAM_SEQUENECE_PARAMETERS) == ZVX_OMX_ABI_SIZE(40, 56));
 
 typedef struct QURO_VIDEO_PARAM_RATECONTROLTYPE {
     OMX_U32 nSize;
@@ -145,7 +147,7 @@ typedef struct QURO_PARAM_BUFFERSIZETYPE {
     OMX_U32 nHeight;
     OMX_U32 nStride;
 } QURO_PARAM_BUFFERSIZETYPE;
-static_assert(sizeof(QURO_PARAM_BUFFERSIZETYPE) == 24);
+static_assert(sizeof(QURO_PARAM_BUFFERSIZETYPE) == ZVX_OMX_ABI_SIZE(24, 48));
 
 typedef struct QURO_CONFIG_INTRAPERIODTYPE {
     OMX_U32 nSize;
@@ -155,7 +157,7 @@ typedef struct QURO_CONFIG_INTRAPERIODTYPE {
     OMX_U32 nPFrames;
     OMX_U32 nBFrames;
 } QURO_CONFIG_INTRAPERIODTYPE;
-static_assert(sizeof(QURO_CONFIG_INTRAPERIODTYPE) == 24);
+static_assert(sizeof(QURO_CONFIG_INTRAPERIODTYPE) == ZVX_OMX_ABI_SIZE(24, 48));
 
 /* Frame rate estimated from input time stamps: averaged over nWindow frames, tracked when enabled. */
 typedef struct QURO_CONFIG_DYNAMICFPSTYPE {
@@ -166,39 +168,40 @@ typedef struct QURO_CONFIG_DYNAMICFPSTYPE {
     OMX_U32 nWindow;
     OMX_BOOL bTrackChanges;
 } QURO_CONFIG_DYNAMICFPSTYPE;
-static_assert(sizeof(QURO_CONFIG_DYNAMICFPSTYPE) == 24);
+static_assert(sizeof(QURO_CONFIG_DYNAMICFPSTYPE) == ZVX_OMX_ABI_SIZE(24, 48));
 
-/* The session's 1.2.0 port definition: every field a 32-bit word, pointers truncated. */
+/* The session's 1.2.0 port definition: every field a 32-bit word whatever the client's OMX_U32 is,
+ * pointers truncated. */
 typedef struct kern_omx120_video_portdefinitiontype {
-    OMX_U32 pNativeRender;
-    OMX_U32 nFrameWidth;
-    OMX_U32 nFrameHeight;
-    OMX_U32 nStride;
-    OMX_U32 nSliceHeight;
-    OMX_U32 nBitrate;
-    OMX_U32 xFramerate;
-    OMX_U32 bFlagErrorConcealment;
-    OMX_U32 eCompressionFormat;
-    OMX_U32 eColorFormat;
-    OMX_U32 pNativeWindow;
+    uint32_t pNativeRender;
+    uint32_t nFrameWidth;
+    uint32_t nFrameHeight;
+    uint32_t nStride;
+    uint32_t nSliceHeight;
+    uint32_t nBitrate;
+    uint32_t xFramerate;
+    uint32_t bFlagErrorConcealment;
+    uint32_t eCompressionFormat;
+    uint32_t eColorFormat;
+    uint32_t pNativeWindow;
 } kern_omx120_video_portdefinitiontype;
 
 typedef struct kern_omx120_param_portdefinitiontype {
-    OMX_U32 nSize;
-    OMX_U32 nVersion;
-    OMX_U32 nPortIndex;
-    OMX_U32 eDir;
-    OMX_U32 nBufferCountActual;
-    OMX_U32 nBufferCountMin;
-    OMX_U32 nBufferSize;
-    OMX_U32 bEnabled;
-    OMX_U32 bPopulated;
-    OMX_U32 eDomain;
+    uint32_t nSize;
+    uint32_t nVersion;
+    uint32_t nPortIndex;
+    uint32_t eDir;
+    uint32_t nBufferCountActual;
+    uint32_t nBufferCountMin;
+    uint32_t nBufferSize;
+    uint32_t bEnabled;
+    uint32_t bPopulated;
+    uint32_t eDomain;
     union {
         kern_omx120_video_portdefinitiontype video;
     } format;
-    OMX_U32 bBuffersContiguous;
-    OMX_U32 nBufferAlignment;
+    uint32_t bBuffersContiguous;
+    uint32_t nBufferAlignment;
 } kern_omx120_param_portdefinitiontype;
 static_assert(sizeof(kern_omx120_video_portdefinitiontype) == 44);
 static_assert(sizeof(kern_omx120_param_portdefinitiontype) == 92);
@@ -468,7 +471,7 @@ typedef struct OMX_VIDEO_PARAM_VP8TYPE {
     OMX_U32 nDCTPartitions;
     OMX_BOOL bErrorResilientMode;
 } OMX_VIDEO_PARAM_VP8TYPE;
-static_assert(sizeof(OMX_VIDEO_PARAM_VP8TYPE) == 28);
+static_assert(sizeof(OMX_VIDEO_PARAM_VP8TYPE) == ZVX_OMX_ABI_SIZE(28, 48));
 
 typedef struct OMX_VIDEO_VP8REFERENCEFRAMETYPE {
     OMX_U32 nSize;
@@ -481,7 +484,7 @@ typedef struct OMX_VIDEO_VP8REFERENCEFRAMETYPE {
     OMX_BOOL bUseGoldenFrame;
     OMX_BOOL bUseAlternateFrame;
 } OMX_VIDEO_VP8REFERENCEFRAMETYPE;
-static_assert(sizeof(OMX_VIDEO_VP8REFERENCEFRAMETYPE) == 36);
+static_assert(sizeof(OMX_VIDEO_VP8REFERENCEFRAMETYPE) == ZVX_OMX_ABI_SIZE(36, 48));
 
 typedef struct OMX_VIDEO_VP8REFERENCEFRAMEINFOTYPE {
     OMX_U32 nSize;
@@ -490,7 +493,7 @@ typedef struct OMX_VIDEO_VP8REFERENCEFRAMEINFOTYPE {
     OMX_BOOL bIsIntraFrame;
     OMX_BOOL bIsGoldenOrAlternateFrame;
 } OMX_VIDEO_VP8REFERENCEFRAMEINFOTYPE;
-static_assert(sizeof(OMX_VIDEO_VP8REFERENCEFRAMEINFOTYPE) == 20);
+static_assert(sizeof(OMX_VIDEO_VP8REFERENCEFRAMEINFOTYPE) == ZVX_OMX_ABI_SIZE(20, 32));
 
 #define OMX_VIDEO_ANDROID_MAXVP8TEMPORALLAYERS 3
 
@@ -511,7 +514,7 @@ typedef struct OMX_VIDEO_PARAM_ANDROID_VP8ENCODERTYPE {
     OMX_U32 nMinQuantizer;
     OMX_U32 nMaxQuantizer;
 } OMX_VIDEO_PARAM_ANDROID_VP8ENCODERTYPE;
-static_assert(sizeof(OMX_VIDEO_PARAM_ANDROID_VP8ENCODERTYPE) == 44);
+static_assert(sizeof(OMX_VIDEO_PARAM_ANDROID_VP8ENCODERTYPE) == ZVX_OMX_ABI_SIZE(44, 88));
 
 typedef struct OMX_VIDEO_PARAM_VP9TYPE {
     OMX_U32 nSize;
@@ -524,7 +527,7 @@ typedef struct OMX_VIDEO_PARAM_VP9TYPE {
     OMX_U32 nTileColumns;
     OMX_BOOL bEnableFrameParallelDecoding;
 } OMX_VIDEO_PARAM_VP9TYPE;
-static_assert(sizeof(OMX_VIDEO_PARAM_VP9TYPE) == 36);
+static_assert(sizeof(OMX_VIDEO_PARAM_VP9TYPE) == ZVX_OMX_ABI_SIZE(36, 64));
 
 typedef enum OMX_NALUFORMATSTYPE {
     OMX_NaluFormatStartCodes = 0x01,
@@ -541,7 +544,7 @@ typedef struct OMX_NALSTREAMFORMATTYPE {
     OMX_U32 nPortIndex;
     OMX_NALUFORMATSTYPE eNaluFormat;
 } OMX_NALSTREAMFORMATTYPE;
-static_assert(sizeof(OMX_NALSTREAMFORMATTYPE) == 16);
+static_assert(sizeof(OMX_NALSTREAMFORMATTYPE) == ZVX_OMX_ABI_SIZE(16, 32));
 
 typedef struct OMX_VIDEO_PARAM_HEVCTYPE {
     OMX_U32 nSize;
@@ -551,7 +554,7 @@ typedef struct OMX_VIDEO_PARAM_HEVCTYPE {
     OMX_VIDEO_HEVCLEVELTYPE eLevel;
     OMX_U32 nKeyFrameInterval;
 } OMX_VIDEO_PARAM_HEVCTYPE;
-static_assert(sizeof(OMX_VIDEO_PARAM_HEVCTYPE) == 24);
+static_assert(sizeof(OMX_VIDEO_PARAM_HEVCTYPE) == ZVX_OMX_ABI_SIZE(24, 40));
 
 typedef struct OMX_VIDEO_CONFIG_ANDROID_INTRAREFRESHTYPE {
     OMX_U32 nSize;
@@ -559,7 +562,7 @@ typedef struct OMX_VIDEO_CONFIG_ANDROID_INTRAREFRESHTYPE {
     OMX_U32 nPortIndex;
     OMX_U32 nRefreshPeriod;
 } OMX_VIDEO_CONFIG_ANDROID_INTRAREFRESHTYPE;
-static_assert(sizeof(OMX_VIDEO_CONFIG_ANDROID_INTRAREFRESHTYPE) == 16);
+static_assert(sizeof(OMX_VIDEO_CONFIG_ANDROID_INTRAREFRESHTYPE) == ZVX_OMX_ABI_SIZE(16, 32));
 
 /* The misspelt first field is the published name. */
 typedef struct OMX_VIDEO_SLICESEGMENTSTYPE {
@@ -569,7 +572,7 @@ typedef struct OMX_VIDEO_SLICESEGMENTSTYPE {
     OMX_BOOL bDepedentSegments;
     OMX_BOOL bEnableLoopFilterAcrossSlices;
 } OMX_VIDEO_SLICESEGMENTSTYPE;
-static_assert(sizeof(OMX_VIDEO_SLICESEGMENTSTYPE) == 20);
+static_assert(sizeof(OMX_VIDEO_SLICESEGMENTSTYPE) == ZVX_OMX_ABI_SIZE(20, 32));
 
 #define OMX_VIDEO_ANDROID_MAXTEMPORALLAYERS 8
 
@@ -593,7 +596,7 @@ typedef struct OMX_VIDEO_PARAM_ANDROID_TEMPORALLAYERINGTYPE {
     OMX_BOOL bBitrateRatiosSpecified;
     OMX_U32 nBitrateRatios[OMX_VIDEO_ANDROID_MAXTEMPORALLAYERS];
 } OMX_VIDEO_PARAM_ANDROID_TEMPORALLAYERINGTYPE;
-static_assert(sizeof(OMX_VIDEO_PARAM_ANDROID_TEMPORALLAYERINGTYPE) == 72);
+static_assert(sizeof(OMX_VIDEO_PARAM_ANDROID_TEMPORALLAYERINGTYPE) == ZVX_OMX_ABI_SIZE(72, 144));
 
 typedef struct OMX_VIDEO_CONFIG_ANDROID_TEMPORALLAYERINGTYPE {
     OMX_U32 nSize;
@@ -605,7 +608,7 @@ typedef struct OMX_VIDEO_CONFIG_ANDROID_TEMPORALLAYERINGTYPE {
     OMX_BOOL bBitrateRatiosSpecified;
     OMX_U32 nBitrateRatios[OMX_VIDEO_ANDROID_MAXTEMPORALLAYERS];
 } OMX_VIDEO_CONFIG_ANDROID_TEMPORALLAYERINGTYPE;
-static_assert(sizeof(OMX_VIDEO_CONFIG_ANDROID_TEMPORALLAYERINGTYPE) == 60);
+static_assert(sizeof(OMX_VIDEO_CONFIG_ANDROID_TEMPORALLAYERINGTYPE) == ZVX_OMX_ABI_SIZE(60, 120));
 
 typedef struct OMX_VIDEO_PARAM_ANDROID_IMAGEGRIDTYPE {
     OMX_U32 nSize;
@@ -617,7 +620,7 @@ typedef struct OMX_VIDEO_PARAM_ANDROID_IMAGEGRIDTYPE {
     OMX_U32 nGridRows;
     OMX_U32 nGridCols;
 } OMX_VIDEO_PARAM_ANDROID_IMAGEGRIDTYPE;
-static_assert(sizeof(OMX_VIDEO_PARAM_ANDROID_IMAGEGRIDTYPE) == 32);
+static_assert(sizeof(OMX_VIDEO_PARAM_ANDROID_IMAGEGRIDTYPE) == ZVX_OMX_ABI_SIZE(32, 64));
 
 /* One entry of the array that OMX_EventOutputRendered points to; INT64_MAX marks end of stream. */
 typedef struct OMX_VIDEO_RENDEREVENTTYPE {
@@ -659,7 +662,7 @@ typedef struct OMX_CONFIG_ANDROID_VENDOR_EXTENSIONTYPE {
     OMX_U32 nParamSizeUsed;
     OMX_CONFIG_ANDROID_VENDOR_PARAMTYPE param[1];
 } OMX_CONFIG_ANDROID_VENDOR_EXTENSIONTYPE;
-static_assert(sizeof(OMX_CONFIG_ANDROID_VENDOR_EXTENSIONTYPE) == 416);
+static_assert(sizeof(OMX_CONFIG_ANDROID_VENDOR_EXTENSIONTYPE) == ZVX_OMX_ABI_SIZE(416, 440));
 
 typedef struct EnableAndroidNativeBuffersParams {
     OMX_U32 nSize;
@@ -667,7 +670,7 @@ typedef struct EnableAndroidNativeBuffersParams {
     OMX_U32 nPortIndex;
     OMX_BOOL enable;
 } EnableAndroidNativeBuffersParams;
-static_assert(sizeof(EnableAndroidNativeBuffersParams) == 16);
+static_assert(sizeof(EnableAndroidNativeBuffersParams) == ZVX_OMX_ABI_SIZE(16, 32));
 
 typedef struct StoreMetaDataInBuffersParams {
     OMX_U32 nSize;
@@ -675,7 +678,7 @@ typedef struct StoreMetaDataInBuffersParams {
     OMX_U32 nPortIndex;
     OMX_BOOL bStoreMetaData;
 } StoreMetaDataInBuffersParams;
-static_assert(sizeof(StoreMetaDataInBuffersParams) == 16);
+static_assert(sizeof(StoreMetaDataInBuffersParams) == ZVX_OMX_ABI_SIZE(16, 32));
 
 typedef struct GetAndroidNativeBufferUsageParams {
     OMX_U32 nSize;
@@ -683,7 +686,7 @@ typedef struct GetAndroidNativeBufferUsageParams {
     OMX_U32 nPortIndex;
     OMX_U32 nUsage;
 } GetAndroidNativeBufferUsageParams;
-static_assert(sizeof(GetAndroidNativeBufferUsageParams) == 16);
+static_assert(sizeof(GetAndroidNativeBufferUsageParams) == ZVX_OMX_ABI_SIZE(16, 32));
 
 /* The last member is an address in the client's runtime; it is only ever passed through. */
 typedef struct UseAndroidNativeBufferParams {
@@ -694,7 +697,7 @@ typedef struct UseAndroidNativeBufferParams {
     OMX_BUFFERHEADERTYPE **bufferHeader;
     void *nativeBuffer;
 } UseAndroidNativeBufferParams;
-static_assert(sizeof(UseAndroidNativeBufferParams) == 40);
+static_assert(sizeof(UseAndroidNativeBufferParams) == ZVX_OMX_ABI_SIZE(40, 48));
 
 typedef enum MediaImageType { MEDIA_IMAGE_TYPE_UNKNOWN = 0, MEDIA_IMAGE_TYPE_YUV = 1 } MediaImageType;
 typedef enum MediaImagePlaneIndex {
@@ -733,7 +736,7 @@ typedef struct DescribeColorFormatParams {
     OMX_BOOL bUsingNativeBuffers;
     MediaImage sMediaImage;
 } DescribeColorFormatParams;
-static_assert(sizeof(DescribeColorFormatParams) == 112);
+static_assert(sizeof(DescribeColorFormatParams) == ZVX_OMX_ABI_SIZE(112, 144));
 
 /* Byte-packed; the nested names keep its enumerators apart from those of MediaImage. */
 typedef struct __attribute__((packed)) MediaImage2 {
@@ -775,7 +778,7 @@ typedef struct DescribeColorFormat2Params {
     OMX_BOOL bUsingNativeBuffers;
     MediaImage2 sMediaImage;
 } DescribeColorFormat2Params;
-static_assert(sizeof(DescribeColorFormat2Params) == 136);
+static_assert(sizeof(DescribeColorFormat2Params) == ZVX_OMX_ABI_SIZE(136, 168));
 
 typedef struct PrepareForAdaptivePlaybackParams {
     OMX_U32 nSize;
@@ -785,14 +788,14 @@ typedef struct PrepareForAdaptivePlaybackParams {
     OMX_U32 nMaxFrameWidth;
     OMX_U32 nMaxFrameHeight;
 } PrepareForAdaptivePlaybackParams;
-static_assert(sizeof(PrepareForAdaptivePlaybackParams) == 24);
+static_assert(sizeof(PrepareForAdaptivePlaybackParams) == ZVX_OMX_ABI_SIZE(24, 48));
 
 typedef struct PrependSPSPPSToIDRFramesParams {
     OMX_U32 nSize;
     OMX_VERSIONTYPE nVersion;
     OMX_BOOL bEnable;
 } PrependSPSPPSToIDRFramesParams;
-static_assert(sizeof(PrependSPSPPSToIDRFramesParams) == 12);
+static_assert(sizeof(PrependSPSPPSToIDRFramesParams) == ZVX_OMX_ABI_SIZE(12, 24));
 
 typedef struct ConfigureVideoTunnelModeParams {
     OMX_U32 nSize;
@@ -802,7 +805,7 @@ typedef struct ConfigureVideoTunnelModeParams {
     OMX_U32 nAudioHwSync;
     OMX_PTR pSidebandWindow; /* out */
 } ConfigureVideoTunnelModeParams;
-static_assert(sizeof(ConfigureVideoTunnelModeParams) == 32);
+static_assert(sizeof(ConfigureVideoTunnelModeParams) == ZVX_OMX_ABI_SIZE(32, 48));
 
 /* Colour aspects: field order is range, primaries, transfer, matrix. */
 typedef enum ColorAspectsRange {
@@ -870,7 +873,7 @@ typedef struct DescribeColorAspectsParams {
     OMX_U32 nDataSpace;
     ColorAspects sAspects;
 } DescribeColorAspectsParams;
-static_assert(sizeof(DescribeColorAspectsParams) == 44);
+static_assert(sizeof(DescribeColorAspectsParams) == ZVX_OMX_ABI_SIZE(44, 64));
 
 /* Static HDR metadata, byte-packed: 16-bit fields sit at odd offsets. */
 typedef struct __attribute__((packed)) HDRStaticInfoPrimaries {
@@ -902,7 +905,7 @@ typedef struct DescribeHDRStaticInfoParams {
     OMX_U32 nPortIndex;
     HDRStaticInfo sInfo;
 } DescribeHDRStaticInfoParams;
-static_assert(sizeof(DescribeHDRStaticInfoParams) == 40);
+static_assert(sizeof(DescribeHDRStaticInfoParams) == ZVX_OMX_ABI_SIZE(40, 56));
 
 /* First word of every metadata buffer. */
 typedef enum MetadataBufferType {

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 
+#include "zvx_omx_abi.h"
 #include "zvx_omx_common_component.h"
 
 inline constexpr OMX_EXTRADATATYPE ZVX_OMX_EXTRADATA_CROP = static_cast<OMX_EXTRADATATYPE>(0x7F000001);
@@ -38,8 +39,9 @@ inline constexpr OMX_U32 ZVX_OMX_EXTRADATA_CROP_SIZE = ZVX_OMX_EXTRADATA_HEADER_
 inline constexpr OMX_U32 ZVX_OMX_EXTRADATA_INTERLACE_SIZE =
     ZVX_OMX_EXTRADATA_HEADER_SIZE + sizeof(zvx_omx_extradata_interlace);
 inline constexpr OMX_U32 ZVX_OMX_EXTRADATA_END_SIZE = sizeof(OMX_OTHER_EXTRADATATYPE);
-static_assert(sizeof(OMX_U32) != 4 || (ZVX_OMX_EXTRADATA_CROP_SIZE == 40 && ZVX_OMX_EXTRADATA_INTERLACE_SIZE == 32 &&
-                                       ZVX_OMX_EXTRADATA_END_SIZE == 24));
+static_assert(ZVX_OMX_EXTRADATA_CROP_SIZE == ZVX_OMX_ABI_SIZE(40, 80) &&
+              ZVX_OMX_EXTRADATA_INTERLACE_SIZE == ZVX_OMX_ABI_SIZE(32, 64) &&
+              ZVX_OMX_EXTRADATA_END_SIZE == ZVX_OMX_ABI_SIZE(24, 48));
 
 /* Appends the records after the header's picture when the port's buffers carry extra data and the
  * buffer has room; false when it has none. Caller holds the component lock and owns the header. */

@@ -39,7 +39,7 @@ void zvxp_instrument(uint32_t code, OMX_HANDLETYPE handle, OMX_U32 port, OMX_U32
 
 OMX_ERRORTYPE zvxp_refuse(OMX_ERRORTYPE error, const char *what, OMX_U32 port)
 {
-    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "%s. port=%u. (%s:%d)", what, port);
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "%s. port=%u. (%s:%d)", what, static_cast<unsigned>(port));
     return error;
 }
 
@@ -108,8 +108,9 @@ OMX_ERRORTYPE zvxp_reserve(struct zvx_omx_common_component *comp, OMX_U32 port, 
         return zvxp_refuse(OMX_ErrorIncorrectStateOperation, "Buffers are not taken in this state", port);
     }
     if (size < definition->nBufferSize || (allocating && size > ZVXP_MAX_ALLOCATION)) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Illegal buffer size. port=%u, size=%u, required=%u. (%s:%d)", port,
-                size, definition->nBufferSize);
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Illegal buffer size. port=%u, size=%u, required=%u. (%s:%d)",
+                static_cast<unsigned>(port), static_cast<unsigned>(size),
+                static_cast<unsigned>(definition->nBufferSize));
         return OMX_ErrorBadParameter;
     }
     if (zvx_map_size(&owner.registered_buffers) + owner.registrations_pending >= definition->nBufferCountActual) {
@@ -254,7 +255,7 @@ OMX_ERRORTYPE zvx_omx_common_component_use_buffer(OMX_HANDLETYPE hComponent, OMX
                                                   OMX_U8 *pBuffer)
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_UseBuffer(handle=%p, port=%u, size=%u, buffer=%p). (%s:%d)", hComponent,
-            nPortIndex, nSizeBytes, pBuffer);
+            static_cast<unsigned>(nPortIndex), static_cast<unsigned>(nSizeBytes), pBuffer);
     zvxp_instrument(code_OMX_UseBuffer, hComponent, nPortIndex, nSizeBytes, pBuffer);
     if (pBuffer == nullptr) {
         return OMX_ErrorBadParameter;
@@ -266,7 +267,7 @@ OMX_ERRORTYPE zvx_omx_common_component_allocate_buffer(OMX_HANDLETYPE hComponent
                                                        OMX_U32 nPortIndex, OMX_PTR pAppPrivate, OMX_U32 nSizeBytes)
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_AllocateBuffer(handle=%p, port=%u, size=%u). (%s:%d)", hComponent,
-            nPortIndex, nSizeBytes);
+            static_cast<unsigned>(nPortIndex), static_cast<unsigned>(nSizeBytes));
     zvxp_instrument(code_OMX_AllocateBuffer, hComponent, nPortIndex, nSizeBytes, nullptr);
     return zvxp_register_buffer(hComponent, ppBufferHdr, nPortIndex, pAppPrivate, nSizeBytes, nullptr);
 }
@@ -275,7 +276,7 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
                                                    OMX_BUFFERHEADERTYPE *pBufferHdr)
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_FreeBuffer(handle=%p, port=%u, hdr=%p). (%s:%d)", hComponent,
-            nPortIndex, pBufferHdr);
+            static_cast<unsigned>(nPortIndex), pBufferHdr);
     zvx_omx_api_call_record record(code_OMX_FreeBuffer, 3);
     record.append_argument(hComponent);
     record.append_argument(static_cast<uint32_t>(nPortIndex));

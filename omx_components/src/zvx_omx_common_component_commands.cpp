@@ -114,7 +114,8 @@ OMX_ERRORTYPE zvxp_send_state_set(struct zvx_omx_common_component *comp, OMX_U32
 OMX_ERRORTYPE zvxp_send_flush(struct zvx_omx_common_component *comp, OMX_U32 port)
 {
     if (port != 0 && port != 1 && port != OMX_ALL) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Illegal port for flush command. port=0x%x. (%s:%d)", port);
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Illegal port for flush command. port=0x%x. (%s:%d)",
+                static_cast<unsigned>(port));
         return OMX_ErrorBadParameter;
     }
     auto *command = zvxp_allocate_command<struct command_flush_buffers_in_executing_state>();
@@ -153,7 +154,7 @@ OMX_ERRORTYPE zvx_omx_common_component_send_command(OMX_HANDLETYPE hComponent, O
                                                     OMX_PTR pCmdData)
 {
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_SendCommand(handle=%p, cmd=%s (0x%x), param=0x%x, data=%p). (%s:%d)",
-            hComponent, zvxp_command_name(Cmd), Cmd, nParam1, pCmdData);
+            hComponent, zvxp_command_name(Cmd), Cmd, static_cast<unsigned>(nParam1), pCmdData);
     zvxp_instrument_send_command(hComponent, Cmd, nParam1, pCmdData);
     struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(hComponent);
     if (comp == nullptr) {

@@ -400,12 +400,30 @@ OMX_ERRORTYPE vp9_encode_config(OMX_U32 port, struct zvx_map *map)
 
 typedef OMX_ERRORTYPE (*zvxp_codec_config_fn)(OMX_U32 port, struct zvx_map *map);
 
+// An encoder writes a stream of a definite profile and level from its first picture, and clients read
+// the current pair to describe that stream: until the client picks another, it is the first pair the
+// codec supports. A decoder learns its pair from the stream, so its neutral pair stays.
+OMX_ERRORTYPE zvxp_encoder_current_profile_level(struct zvx_map *map, OMX_U32 port)
+{
+    const auto *first = static_cast<const OMX_VIDEO_PARAM_PROFILELEVELTYPE *>(
+        zvx_omx_config_find(map, OMX_IndexParamVideoProfileLevelQuerySupported, 0));
+    if (first == nullptr)
+        return OMX_ErrorNone;
+    auto current = zvxp_port_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(port);
+    current.eProfile = first->eProfile;
+    current.eLevel = first->eLevel;
+    return zvxp_insert(map, OMX_IndexParamVideoProfileLevelCurrent, current);
+}
+
 OMX_ERRORTYPE zvxp_dispatch(uint32_t type, OMX_U32 port, struct zvx_map *map, zvxp_codec_config_fn decode,
                             zvxp_codec_config_fn encode)
 {
-    if (type == ZVX_OMX_ENCODER && encode != nullptr)
-        return encode(port, map);
-    return decode(port, map);
+    if (type != ZVX_OMX_ENCODER || encode == nullptr)
+        return decode(port, map);
+    const OMX_ERRORTYPE error = encode(port, map);
+    if (error != OMX_ErrorNone)
+        return error;
+    return zvxp_encoder_current_profile_level(map, port);
 }
 
 // ---- Port builders
@@ -622,6 +640,8 @@ void zvx_omx_config_init_header(void *record, OMX_U32 size)
         OMX_VERSIONTYPE nVersion;
     } stamp;
     stamp.nSize = size;
+    // Where OMX_U32 is wider than the four version bytes, its upper bytes must read as zero too.
+    stamp.nVersion.nVersion = 0;
     stamp.nVersion.s.nVersionMajor = 1;
     stamp.nVersion.s.nVersionMinor = 1;
     stamp.nVersion.s.nRevision = 2;

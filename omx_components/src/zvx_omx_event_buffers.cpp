@@ -102,7 +102,7 @@ void zvxp_deliver_output(struct zvx_omx_common_component *comp, struct zvx_omx_c
                 "EventHandler(handle=%p, event=OMX_EventPortSettingsChanged, port=%u, "
                 "data2=OMX_IndexConfigCommonOutputCrop). "
                 "(%s:%d)",
-                client.handle, ZVXP_OUTPUT);
+                client.handle, static_cast<unsigned>(ZVXP_OUTPUT));
         zvx_omx_client_event(client, OMX_EventPortSettingsChanged, ZVXP_OUTPUT, OMX_IndexConfigCommonOutputCrop);
     }
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "FillBufferDone(handle=%p, hdr=%p, timestamp=%ld). (%s:%d)", client.handle,
@@ -111,7 +111,7 @@ void zvxp_deliver_output(struct zvx_omx_common_component *comp, struct zvx_omx_c
     if ((flags & OMX_BUFFERFLAG_EOS) != 0) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
                 "EventHandler(handle=%p, event=OMX_EventBufferFlag, port=%u, flags=0x%x). (%s:%d)", client.handle,
-                ZVXP_OUTPUT, flags);
+                static_cast<unsigned>(ZVXP_OUTPUT), static_cast<unsigned>(flags));
         zvx_omx_client_event(client, OMX_EventBufferFlag, ZVXP_OUTPUT, flags);
     }
     if (produced) {
@@ -304,7 +304,7 @@ void zvxp_omx_rejected_buffers_check_return(struct zvx_omx_common_component *com
     const zvx_omx_client client = zvx_omx_client_get(comp);
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_DEBUG,
             "EventHandler(handle=%p, event=OMX_EventPortSettingsChanged, port=%u). (%s:%d)", client.handle,
-            ZVXP_OUTPUT);
+            static_cast<unsigned>(ZVXP_OUTPUT));
     zvx_omx_client_event(client, OMX_EventPortSettingsChanged, ZVXP_OUTPUT, 0);
     zvxp_omx_rejected_buffers_return_all(comp, ZVXP_OUTPUT);
 }

@@ -81,7 +81,7 @@ OMX_ERRORTYPE zvxp_omx_get_param_generic(struct zvx_omx_common_component *comp, 
                                          OMX_U32 size, void *target)
 {
     std::memset(target, 0, size);
-    const zvxp_session_header header = {size, ZVXP_SESSION_VERSION, port};
+    const zvxp_session_header header = {static_cast<uint32_t>(size), ZVXP_SESSION_VERSION, static_cast<uint32_t>(port)};
     std::memcpy(target, &header, sizeof(header));
     OMX_ERRORTYPE error = OMX_ErrorNotReady;
     for (int attempt = 0; attempt < ZVXP_NOT_READY_ATTEMPTS && error == OMX_ErrorNotReady; ++attempt) {
@@ -93,7 +93,7 @@ OMX_ERRORTYPE zvxp_omx_get_param_generic(struct zvx_omx_common_component *comp, 
     }
     if (error != OMX_ErrorNone) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Session did not answer. index=0x%08x, port=%u, error=0x%x. (%s:%d)",
-                static_cast<unsigned>(index), port, error);
+                static_cast<unsigned>(index), static_cast<unsigned>(port), error);
     }
     return error;
 }
@@ -131,8 +131,9 @@ void zvxp_store_sequence_parameters(struct zvx_omx_common_component *comp, OMX_U
     auto *stored = static_cast<QURO_PARAM_SEQUENECE_PARAMETERS *>(
         zvx_omx_config_find(&comp->ports[port].config_and_params, QURO_IndexParamSequenceParameters, 0));
     if (stored != nullptr) {
-        static_assert(sizeof(session.fields) ==
-                      sizeof(*stored) - offsetof(QURO_PARAM_SEQUENECE_PARAMETERS, nDisplayWidth));
+        static_assert(sizeof(session.fields) == offsetof(QURO_PARAM_SEQUENECE_PARAMETERS, nChromaSampling) +
+                                                    sizeof(stored->nChromaSampling) -
+                                                    offsetof(QURO_PARAM_SEQUENECE_PARAMETERS, nDisplayWidth));
         std::memcpy(&stored->nDisplayWidth, session.fields, sizeof(session.fields));
     }
 }
@@ -194,6 +195,25 @@ bool is_port_setting_changed(struct zvx_omx_common_component *comp, const OMX_PA
                        sizeof(*old_port) - from) != 0;
 }
 
+/* The buffers an enabled port holds already give the session what it asks for, and nothing but the
+ * spare buffer above its count would change: a client that keeps the port as it is (as encoders'
+ * clients do, reading the event as news) need not reallocate, so the session carries on with them.
+ * Caller holds the lock. */
+bool zvxp_registered_buffers_suffice(struct zvx_omx_common_component *comp, OMX_U32 port,
+                                     const OMX_PARAM_PORTDEFINITIONTYPE &stored,
+                                     const OMX_PARAM_PORTDEFINITIONTYPE &adjusted, OMX_U32 session_count)
+{
+    if (stored.bEnabled == OMX_FALSE || zvx_map_size(&comp->ports[port].registered_buffers) < session_count) {
+        return false;
+    }
+    OMX_PARAM_PORTDEFINITIONTYPE same_counts = adjusted;
+    same_counts.nBufferCountActual = stored.nBufferCountActual;
+    same_counts.nBufferCountMin = stored.nBufferCountMin;
+    constexpr size_t from = offsetof(OMX_PARAM_PORTDEFINITIONTYPE, nBufferCountActual);
+    return std::memcmp(reinterpret_cast<const char *>(&stored) + from,
+                       reinterpret_cast<const char *>(&same_counts) + from, sizeof(stored) - from) == 0;
+}
+
 /* Frame buffers are handed out in whole pages, with room for the extra data. Caller holds the lock. */
 void zvxp_size_to_pages(struct zvx_omx_common_component *comp, OMX_U32 port, OMX_PARAM_PORTDEFINITIONTYPE *definition)
 {
@@ -234,11 +254,12 @@ void zvxp_tell_settings_changed(struct zvx_omx_common_component *comp, OMX_U32 p
     const zvx_omx_client client = zvx_omx_client_get(comp);
     if (index == 0) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
-                "EventHandler(handle=%p, event=OMX_EventPortSettingsChanged, port=%u). (%s:%d)", client.handle, port);
+                "EventHandler(handle=%p, event=OMX_EventPortSettingsChanged, port=%u). (%s:%d)", client.handle,
+                static_cast<unsigned>(port));
     } else {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
                 "EventHandler(handle=%p, event=OMX_EventPortSettingsChanged, port=%u, data2=%s). (%s:%d)",
-                client.handle, port, index_name);
+                client.handle, static_cast<unsigned>(port), index_name);
     }
     zvx_omx_client_event(client, OMX_EventPortSettingsChanged, port, index);
 }
@@ -378,7 +399,8 @@ void zvxp_handle_colour_description(struct zvx_omx_common_component *comp,
 void zvxp_omx_handle_event_portdefinition_change(struct zvx_omx_common_component *comp, OMX_U32 port)
 {
     if (port >= ZVX_OMX_PORT_COUNT) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Port definition change of an unknown port. port=%u. (%s:%d)", port);
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Port definition change of an unknown port. port=%u. (%s:%d)",
+                static_cast<unsigned>(port));
         return;
     }
     zvxp_store_sequence_parameters(comp, port);
@@ -400,8 +422,10 @@ void zvxp_omx_handle_event_portdefinition_change(struct zvx_omx_common_component
         if (stored == nullptr) {
             return;
         }
+        const OMX_U32 session_count = definition.nBufferCountActual;
         zvxp_size_to_pages(comp, port, &definition);
-        changed = is_port_setting_changed(comp, stored, &definition);
+        changed = is_port_setting_changed(comp, stored, &definition) &&
+                  !zvxp_registered_buffers_suffice(comp, port, *stored, definition, session_count);
         if (changed) {
             zvxp_adopt_definition(comp, port, definition);
         }

@@ -44,7 +44,8 @@ zvx_base_buffer_handle_t zvxp_named_memory(const OMX_BUFFERHEADERTYPE &pub)
     std::memcpy(&type, pub.pBuffer, sizeof(type));
     const OMX_U32 size = zvxp_record_size(type);
     if (size == 0 || pub.nAllocLen < size) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Unsupported metadata. type=%d, size=%u. (%s:%d)", type, pub.nAllocLen);
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Unsupported metadata. type=%d, size=%u. (%s:%d)", type,
+                static_cast<unsigned>(pub.nAllocLen));
         return 0;
     }
     uintptr_t memory;

@@ -158,19 +158,21 @@ OMX_ERRORTYPE zvxp_set_port_definition(struct zvx_omx_common_component *comp, OM
     const OMX_VIDEO_PORTDEFINITIONTYPE &video = given.format.video;
     const bool frames = port == zvx_omx_common_component_get_yuv_port_index(comp);
     if (given.nBufferCountActual < stored->nBufferCountMin) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Too few buffers. port=%u, count=%u, minimum=%u. (%s:%d)", port,
-                given.nBufferCountActual, stored->nBufferCountMin);
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Too few buffers. port=%u, count=%u, minimum=%u. (%s:%d)",
+                static_cast<unsigned>(port), static_cast<unsigned>(given.nBufferCountActual),
+                static_cast<unsigned>(stored->nBufferCountMin));
         return OMX_ErrorBadParameter;
     }
     if (video.nFrameWidth > zvxp_max_frame_dimension || video.nFrameHeight > zvxp_max_frame_dimension ||
         (frames && (video.nFrameWidth == 0 || video.nFrameHeight == 0))) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Unsupported frame size. port=%u, width=%u, height=%u. (%s:%d)", port,
-                video.nFrameWidth, video.nFrameHeight);
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Unsupported frame size. port=%u, width=%u, height=%u. (%s:%d)",
+                static_cast<unsigned>(port), static_cast<unsigned>(video.nFrameWidth),
+                static_cast<unsigned>(video.nFrameHeight));
         return OMX_ErrorUnsupportedSetting;
     }
     if (frames && !zvx_omx_is_known_frame_format(video.eColorFormat)) {
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Unsupported colour format. port=%u, format=0x%08x. (%s:%d)", port,
-                static_cast<unsigned>(video.eColorFormat));
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Unsupported colour format. port=%u, format=0x%08x. (%s:%d)",
+                static_cast<unsigned>(port), static_cast<unsigned>(video.eColorFormat));
         return OMX_ErrorUnsupportedSetting;
     }
     // Only what a client may choose is taken; direction, domain, minimum count, population, the

@@ -240,7 +240,7 @@ bool delayed_portenable(struct zvx_omx_common_component *comp, struct zvx_omx_co
     }
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
             "EventHandler(handle=%p, event=OMX_EventCmdComplete, cmd=OMX_CommandPortEnable, port=%u). (%s:%d)",
-            client.handle, port);
+            client.handle, static_cast<unsigned>(port));
     zvx_omx_client_event(client, OMX_EventCmdComplete, OMX_CommandPortEnable, port);
     return true;
 }

@@ -98,7 +98,7 @@ bool zvx_omx_state_complete_client_flush(struct zvx_omx_common_component *comp, 
     const zvx_omx_client client = zvx_omx_client_get(comp);
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
             "EventHandler(handle=%p, event=OMX_EventCmdComplete, cmd=OMX_CommandFlush, port=%u). (%s:%d)",
-            client.handle, port);
+            client.handle, static_cast<unsigned>(port));
     zvx_omx_client_event(client, OMX_EventCmdComplete, OMX_CommandFlush, port);
     return true;
 }
@@ -111,7 +111,7 @@ bool zvx_omx_state_abandon_if_invalid(struct zvx_omx_common_component *comp, OMX
     const zvx_omx_client client = zvx_omx_client_get(comp);
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
             "EventHandler(handle=%p, event=OMX_EventError, error=OMX_ErrorInvalidState, data=0x%x). (%s:%d)",
-            client.handle, data2);
+            client.handle, static_cast<unsigned>(data2));
     zvx_omx_client_event(client, OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), data2);
     return true;
 }

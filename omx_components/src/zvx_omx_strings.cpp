@@ -433,7 +433,7 @@ void zvx_omx_strings_log_record(const char *entry, OMX_HANDLETYPE handle, OMX_U3
     if (!zvx_omx_strings_debug_enabled() || record == nullptr)
         return;
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_DEBUG, "%s(handle=%p, index=%s (0x%08x)): %s, %u bytes. (%s:%d)", entry, handle,
-            zvx_omx_index_name(index), index, layout.type_name, layout.size);
+            zvx_omx_index_name(index), static_cast<unsigned>(index), layout.type_name, layout.size);
     const auto *bytes = static_cast<const uint8_t *>(record);
     for (const zvx_omx_record_field &field : std::span(layout.fields, layout.field_count)) {
         for (uint32_t element = 0; element < field.count; ++element) {

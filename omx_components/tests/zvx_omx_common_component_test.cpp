@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "zvx_blackbox.h"
+#include "zvx_omx_abi.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_extensions.h"
@@ -62,7 +63,7 @@ TEST_F(Component, InitLeavesALoadedComponentBehindAFilledHandle)
     EXPECT_EQ(comp->alloc_params.planar_alloc_frame_height, 144);
     EXPECT_NE(comp->driver_fd, -1);
     EXPECT_FALSE(comp->session_created);
-    EXPECT_EQ(handle.omx.nSize, 168u);
+    EXPECT_EQ(handle.omx.nSize, sizeof(OMX_COMPONENTTYPE));
     EXPECT_EQ(handle.omx.pComponentPrivate, comp.get());
     ASSERT_NE(handle.omx.GetParameter, nullptr);
     ASSERT_NE(handle.omx.SetParameter, nullptr);
@@ -74,12 +75,12 @@ TEST_F(Component, ExtraDataFollowsTcxAndInterlace)
 {
     EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(comp.get(), 1), 0u);
     ASSERT_TRUE(zvx_omx_common_component_tcx_enable(comp.get(), 1, true, false, false));
-    EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(comp.get(), 1), 64u);
+    EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(comp.get(), 1), ZVX_OMX_ABI_SIZE(64u, 128u));
     auto *sequence = static_cast<QURO_PARAM_SEQUENECE_PARAMETERS *>(
         zvx_omx_config_find(&comp->ports[1].config_and_params, QURO_IndexParamSequenceParameters, 0));
     ASSERT_NE(sequence, nullptr);
     sequence->bInterlace = 1;
-    EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(comp.get(), 1), 96u);
+    EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(comp.get(), 1), ZVX_OMX_ABI_SIZE(96u, 192u));
     EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(nullptr, 1), 0u);
 }
 

@@ -182,12 +182,12 @@ TEST_F(SettingsStore, DecoderOutputKeepsTwoColourDescriptionSlots)
         auto *hdr = static_cast<DescribeHDRStaticInfoParams *>(
             zvx_omx_config_find(&store, OMX_IndexConfigDescribeHDRColorInfo, sub_index));
         ASSERT_NE(hdr, nullptr);
-        EXPECT_EQ(hdr->nSize, 40u);
+        EXPECT_EQ(hdr->nSize, sizeof(DescribeHDRStaticInfoParams));
         EXPECT_EQ(hdr->nPortIndex, 1u);
         auto *aspects = static_cast<DescribeColorAspectsParams *>(
             zvx_omx_config_find(&store, OMX_IndexParamDescribeColorAspects, sub_index));
         ASSERT_NE(aspects, nullptr);
-        EXPECT_EQ(aspects->nSize, 44u);
+        EXPECT_EQ(aspects->nSize, sizeof(DescribeColorAspectsParams));
     }
     EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamDescribeColorAspects, 2), nullptr);
 }

@@ -1,5 +1,6 @@
 // Buffers through a decoder against the session emulator: a short stream as GStreamer drives it, and a
-// teardown in the middle of one, with every buffer counted back and nothing left with the device.
+// teardown in the middle of one, with every buffer counted back and nothing left with the device; and an
+// encoder driven as FFmpeg drives it.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "zvx_omx_decoder_component.h"
+#include "zvx_omx_encoder_component.h"
 #include "zvx_session_emulator.h"
 
 namespace {
@@ -122,17 +124,13 @@ public:
     std::vector<output> returned_;
 };
 
-class EmulatedBuffers : public ::testing::Test {
+/* A client of one component over the emulator; the fixtures below make the component. */
+class EmulatedClient : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        zvx_init_emulator();
-        OMX_CALLBACKTYPE callbacks = {client_log::on_event, client_log::on_buffer, client_log::on_buffer};
-        ASSERT_EQ(zvx_omx_decoder_component_init(&handle_, &decoder_, &log_, &callbacks), OMX_ErrorNone);
-        omx_ = &handle_.omx;
-    }
-
+    void SetUp() override { zvx_init_emulator(); }
     void TearDown() override { zvx_destroy_emulator(); }
+
+    OMX_CALLBACKTYPE callbacks_ = {client_log::on_event, client_log::on_buffer, client_log::on_buffer};
 
     void send(OMX_COMMANDTYPE command, OMX_U32 param)
     {
@@ -189,11 +187,40 @@ protected:
     }
 
     client_log log_;
-    zvx_omx_decoder_component decoder_;
     zvx_omx_component handle_;
     OMX_COMPONENTTYPE *omx_ = nullptr;
     std::vector<OMX_BUFFERHEADERTYPE *> inputs_;
     std::vector<OMX_BUFFERHEADERTYPE *> outputs_;
+};
+
+class EmulatedBuffers : public EmulatedClient {
+protected:
+    void SetUp() override
+    {
+        EmulatedClient::SetUp();
+        ASSERT_EQ(zvx_omx_decoder_component_init(&handle_, &decoder_, &log_, &callbacks_), OMX_ErrorNone);
+        omx_ = &handle_.omx;
+    }
+
+    zvx_omx_decoder_component decoder_;
+};
+
+class EmulatedEncoder : public EmulatedClient {
+protected:
+    void SetUp() override
+    {
+        EmulatedClient::SetUp();
+        ASSERT_EQ(zvx_omx_encoder_component_init(&handle_, &encoder_, &log_, &callbacks_), OMX_ErrorNone);
+        omx_ = &handle_.omx;
+    }
+
+    void TearDown() override
+    {
+        zvx_omx_encoder_component_destroy(&encoder_);
+        EmulatedClient::TearDown();
+    }
+
+    zvx_omx_encoder_component encoder_;
 };
 
 TEST_F(EmulatedBuffers, StreamToTheEndThenFlushIdleAndLoadedWithEveryBufferBack)
@@ -269,6 +296,51 @@ TEST_F(EmulatedBuffers, TeardownInTheMiddleOfAStreamLeavesNothingRegistered)
     ASSERT_TRUE(log_.saw({OMX_EventPortSettingsChanged, 1, 0}));
     zvx_omx_decoder_component_destroy(&decoder_);
     EXPECT_EQ(zvx_emu_get_totals().buffers_left_registered, 0u);
+}
+
+// FFmpeg keeps the output port enabled with its buffers from the start and reads the settings event as
+// news: the encoder must go on filling those buffers, which still give the session all it asks for.
+TEST_F(EmulatedEncoder, OutputBuffersKeptThroughTheSettingsEventAreFilledToTheEnd)
+{
+    constexpr int pictures = 12;
+    constexpr OMX_TICKS interval = 33333;
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    inputs_ = allocate(0);
+    outputs_ = allocate(1);
+    complete(OMX_CommandStateSet, OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateExecuting);
+    complete(OMX_CommandStateSet, OMX_StateExecuting);
+    for (OMX_BUFFERHEADERTYPE *header : outputs_) {
+        fill(header);
+    }
+    int queued = 0;
+    for (OMX_BUFFERHEADERTYPE *header : inputs_) {
+        empty(header, header->nAllocLen, 0, queued++ * interval);
+    }
+    bool ended = false;
+    const seen_event end_of_stream = {OMX_EventBufferFlag, 1, OMX_BUFFERFLAG_EOS};
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    while (!log_.returns_until(end_of_stream)) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the encoder stopped filling the kept buffers";
+        for (OMX_BUFFERHEADERTYPE *header : log_.take_returned()) {
+            if (header->nInputPortIndex == 1) {
+                fill(header);
+            } else if (queued < pictures) {
+                empty(header, header->nAllocLen, 0, queued++ * interval);
+            } else if (!ended) {
+                empty(header, 0, OMX_BUFFERFLAG_EOS, queued * interval);
+                ended = true;
+            }
+        }
+    }
+    int pictures_out = 0;
+    for (const client_log::output &output : log_.returned()) {
+        if (output.filled_len != 0 && (output.flags & OMX_BUFFERFLAG_CODECCONFIG) == 0 &&
+            (output.flags & OMX_BUFFERFLAG_ENDOFFRAME) != 0) {
+            EXPECT_EQ(output.timestamp, pictures_out++ * interval);
+        }
+    }
+    EXPECT_EQ(pictures_out, pictures);
 }
 
 } // namespace

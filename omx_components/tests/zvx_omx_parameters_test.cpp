@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "zvx_blackbox.h"
+#include "zvx_omx_abi.h"
 #include "zvx_omx_common_cproc.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_decoder_component.h"
@@ -621,6 +622,30 @@ TEST_F(EncoderParameters, BitrateHasOneValueWhicheverRecordSetsIt)
     enter_state(OMX_StateLoaded);
 }
 
+// A client describes the stream it will receive by the current pair, before the first picture: it must
+// be a pair the codec supports, never the neutral 0/0 a decoder keeps until its stream says.
+TEST_F(EncoderParameters, CurrentProfileLevelIsASupportedPairForEveryCodec)
+{
+    for (const char *role : {"video_encoder.avc", "video_encoder.hevc", "video_encoder.vp8", "video_encoder.avc"}) {
+        SCOPED_TRACE(role);
+        ASSERT_EQ(set_role(role), OMX_ErrorNone);
+        auto current = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+        ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelCurrent, &current), OMX_ErrorNone);
+        auto first = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+        ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelQuerySupported, &first), OMX_ErrorNone);
+        EXPECT_NE(current.eProfile, 0u);
+        EXPECT_EQ(current.eProfile, first.eProfile);
+        EXPECT_EQ(current.eLevel, first.eLevel);
+    }
+    auto high = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+    high.eProfile = OMX_VIDEO_AVCProfileHigh;
+    high.eLevel = OMX_VIDEO_AVCLevel4;
+    ASSERT_EQ(set(OMX_IndexParamVideoProfileLevelCurrent, &high), OMX_ErrorNone);
+    auto current = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+    ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelCurrent, &current), OMX_ErrorNone);
+    EXPECT_EQ(current.eProfile, static_cast<OMX_U32>(OMX_VIDEO_AVCProfileHigh));
+}
+
 TEST_F(EncoderParameters, FrameSizeOfTheInputSizesTheOutputBuffers)
 {
     auto input = definition(0);
@@ -638,7 +663,8 @@ TEST_F(EncoderParameters, FrameSizeOfTheInputSizesTheOutputBuffers)
     auto tcx = record_for<OMX_PARAM_ENABLETCXTYPE>(0);
     tcx.bEnabled = OMX_TRUE;
     ASSERT_EQ(set(OMX_IndexParamEnableTCX, &tcx), OMX_ErrorNone);
-    EXPECT_EQ(definition(0).nBufferSize, (68u + 1) * 120 * 400 + 64) << "compressed frames and their extra data";
+    EXPECT_EQ(definition(0).nBufferSize, (68u + 1) * 120 * 400 + ZVX_OMX_ABI_SIZE(64, 128))
+        << "compressed frames and their extra data";
     tcx.nPortIndex = 1;
     EXPECT_EQ(set(OMX_IndexParamEnableTCX, &tcx), OMX_ErrorUnsupportedIndex) << "a bitstream has no frame layout";
     auto support = record_for<OMX_PARAM_TCXTYPE>(0);

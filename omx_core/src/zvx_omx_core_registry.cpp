@@ -9,7 +9,7 @@
 #include <mutex>
 
 #include "zvx_mem.h"
-#include "zvx_session_interface.h"
+#include "zvx_omx_core_session_side.h"
 #include "zvx_util_map.h"
 
 namespace {
@@ -36,7 +36,7 @@ size_t zvxp_kind_index(const zvx_omx_core_kind *kind)
 /* With zvxp_lock held. A handle table that cannot be allocated now is allocated by the first insert. */
 void zvxp_bring_up_session_side()
 {
-    zvx_init_emulator();
+    zvx_omx_core_session_side_up();
     zvx_map_construct(&zvxp_handles, zvx_map_int_hash, zvx_map_int_equal, nullptr, nullptr);
     for (const zvx_omx_core_kind &kind : zvx_omx_core_kinds()) {
         zvx_omx_core_role_list &list = zvxp_enabled_roles[zvxp_kind_index(&kind)];
@@ -54,7 +54,7 @@ void zvxp_take_down_session_side_when_unused()
     if (!zvxp_session_side_up || zvxp_init_count > 0 || zvxp_live_handles > 0)
         return;
     zvx_map_destruct(&zvxp_handles);
-    zvx_destroy_emulator();
+    zvx_omx_core_session_side_down();
     zvxp_session_side_up = false;
 }
 

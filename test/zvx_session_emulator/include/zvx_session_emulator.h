@@ -85,6 +85,10 @@ struct zvx_emu_script {
     uint32_t stream_height = 240;
     zvx_emu_report stream_report = zvx_emu_report::sequence_params;
     std::vector<zvx_emu_resolution_change> resolution_changes;
+    /* Decode: the stream's resolution is the frame size the host last set on the input port, once it
+     * has set one, as a client that parsed the stream declares it (a device would read it from the
+     * stream); the scripted size and changes apply until then. */
+    bool stream_size_from_input_port = false;
     /* Decode: pictures held to put timestamps in presentation order; 0 outputs in decode order. */
     uint32_t reorder_depth = 0;
     /* Decode: frame buffers the stream needs (the host is never told fewer than it already keeps). */

@@ -260,6 +260,11 @@ Geometry Device::geometry_of_next_picture(zvx_emu_report *report)
         return {script_.stream_width, script_.stream_height};
     }
     *report = script_.stream_report;
+    if (script_.stream_size_from_input_port) {
+        const std::optional<zvx_emu_port_definition> input = parameters_.port_definition(INPUT_PORT);
+        if (input && input->nFrameWidth != 0 && input->nFrameHeight != 0)
+            return {input->nFrameWidth, input->nFrameHeight};
+    }
     for (const zvx_emu_resolution_change &change : script_.resolution_changes) {
         if (change.at_frame == next_picture_) {
             decode_geometry_ = {change.width, change.height};

@@ -1,0 +1,263 @@
+// Real clients load the built core by path: GStreamer's OpenMAX plugin, pointed at it by a gstomx.conf
+// of the test's own, and FFmpeg's h264_omx. The emulated devices fill pictures with a pattern, so the
+// tests check flow: counts, sizes, order, timestamps, the end of stream and the exit status. Where the
+// core is built with AddressSanitizer, the clients run with its runtime preloaded, and a leak whose
+// allocation passed through this project's code fails the test.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr const char *ZVXP_CORE = ZVX_OMX_CORE_PATH;
+constexpr const char *ZVXP_PRELOAD = ZVX_CLIENT_PRELOAD;
+constexpr int64_t ZVXP_FRAME_NS = 1000000000 / 30;
+constexpr uint32_t ZVXP_QVGA_I420_BYTES = 320 * 240 * 3 / 2;
+constexpr uint32_t ZVXP_VGA_I420_BYTES = 640 * 480 * 3 / 2;
+
+struct run_result {
+    int status;
+    std::string output;
+};
+
+/* One buffer as fakesink reports it. */
+struct sunk_buffer {
+    uint32_t bytes;
+    int64_t pts_ns; /* -1: none */
+};
+
+bool program_exists(const char *name)
+{
+    return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+int64_t parse_clock_time(const std::string &text)
+{
+    unsigned hours = 0, minutes = 0, seconds = 0, nanoseconds = 0;
+    if (std::sscanf(text.c_str(), "%u:%u:%u.%u", &hours, &minutes, &seconds, &nanoseconds) != 4)
+        return -1;
+    return ((int64_t{hours} * 60 + minutes) * 60 + seconds) * 1000000000 + nanoseconds;
+}
+
+std::vector<sunk_buffer> sunk_buffers(const std::string &output)
+{
+    static const std::regex chain(R"(chain +\*+ \(fakesink\d+:sink\) \((\d+) bytes, dts: [^,]*, pts: ([^,]*),)");
+    std::vector<sunk_buffer> buffers;
+    for (std::sregex_iterator it(output.begin(), output.end(), chain), end; it != end; ++it)
+        buffers.push_back({static_cast<uint32_t>(std::stoul((*it)[1])), parse_clock_time((*it)[2])});
+    return buffers;
+}
+
+/* Leak reports whose allocation stack passed through this project's code. */
+std::vector<std::string> leaks_of_ours(const std::string &output)
+{
+    std::vector<std::string> ours;
+    std::istringstream lines(output);
+    std::string line, block;
+    bool in_block = false;
+    while (std::getline(lines, line)) {
+        if (line.find("leak of") != std::string::npos) {
+            in_block = true;
+            block.clear();
+        }
+        if (!in_block)
+            continue;
+        if (!line.empty()) {
+            block += line + "\n";
+            continue;
+        }
+        if (block.find("zvx") != std::string::npos)
+            ours.push_back(block);
+        in_block = false;
+    }
+    return ours;
+}
+
+class RealClient : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "zvx_clients_XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        dir_ = pattern;
+    }
+
+    void TearDown() override { std::filesystem::remove_all(dir_); }
+
+    /* Runs a shell command line, its output collected, for at most `seconds`; `signal` ends it then.
+     * A test runs at most two, inside CTest's 300 s, so a hung client is reported with its output. */
+    run_result run(const std::string &command, int seconds = 120, const char *signal = "TERM")
+    {
+        const std::filesystem::path output = dir_ / "output.txt";
+        // The command's own status, also when the signal ended it; a command that outlives the signal
+        // by ten seconds is killed.
+        const std::string line = "timeout --preserve-status -k 10 -s " + std::string(signal) + " " +
+                                 std::to_string(seconds) + " " + command + " >" + output.string() + " 2>&1";
+        const int status = std::system(line.c_str());
+        std::ifstream file(output);
+        std::stringstream text;
+        text << file.rdbuf();
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, text.str()};
+    }
+
+    /* The client as it runs under test: with the sanitizer runtime the core needs, and leaks reported
+     * without changing its exit status (the client's own are not ours to judge). */
+    std::string client(const std::string &program) const
+    {
+        std::string prefix = "env";
+        if (*ZVXP_PRELOAD != '\0')
+            prefix +=
+                std::string(" LD_PRELOAD=") + ZVXP_PRELOAD + " ASAN_OPTIONS=detect_leaks=1 LSAN_OPTIONS=exitcode=0";
+        return prefix + " " + program;
+    }
+
+    /* GStreamer's environment: the plugin's configuration and a registry of the test's own, warmed up
+     * without the sanitizer runtime so that no plugin scanner runs under it. */
+    std::string gstreamer()
+    {
+        std::ofstream config(dir_ / "gstomx.conf");
+        config << "[omxh264dec]\ntype-name=GstOMXH264Dec\ncore-name=" << ZVXP_CORE
+               << "\ncomponent-name=OMX.DHQ.video.k7nn.decoder\ncomponent-role=video_decoder.avc\n"
+                  "rank=257\nin-port-index=0\nout-port-index=1\n\n"
+               << "[omxh264enc]\ntype-name=GstOMXH264Enc\ncore-name=" << ZVXP_CORE
+               << "\ncomponent-name=OMX.DHQ.video.k7nn.encoder\ncomponent-role=video_encoder.avc\n"
+                  "rank=257\nin-port-index=0\nout-port-index=1\n";
+        config.close();
+        const std::string environment =
+            "GST_OMX_CONFIG_DIR=" + dir_.string() + " GST_REGISTRY=" + (dir_ / "registry.bin").string();
+        const run_result inspect = run("env " + environment + " gst-inspect-1.0 omxh264dec omxh264enc", 60);
+        EXPECT_EQ(inspect.status, 0) << inspect.output;
+        return environment;
+    }
+
+    void expect_clean(const run_result &result)
+    {
+        EXPECT_EQ(result.output.find("ERROR: AddressSanitizer"), std::string::npos) << result.output;
+        EXPECT_EQ(result.output.find("runtime error:"), std::string::npos) << result.output;
+        EXPECT_EQ(result.output.find(" E ZVX_OMX_IF:"), std::string::npos) << result.output;
+        for (const std::string &leak : leaks_of_ours(result.output))
+            ADD_FAILURE() << "leaked by the core:\n" << leak;
+    }
+
+    std::filesystem::path dir_;
+};
+
+class GStreamer : public RealClient {
+protected:
+    void SetUp() override
+    {
+        RealClient::SetUp();
+        if (!program_exists("gst-launch-1.0") || !program_exists("gst-inspect-1.0"))
+            GTEST_SKIP() << "GStreamer's tools are not installed (scripts/setup.sh installs them)";
+    }
+
+    run_result launch(const std::string &pipeline, int seconds = 120, const char *signal = "TERM")
+    {
+        const std::string environment = gstreamer();
+        return run("env " + environment + " " + client("gst-launch-1.0 -v " + pipeline), seconds, signal);
+    }
+};
+
+constexpr const char *ZVXP_QVGA = "video/x-raw,format=I420,width=320,height=240,framerate=30/1";
+
+TEST_F(GStreamer, DecodesAnX264StreamInPresentationOrderToTheEnd)
+{
+    const run_result result = launch(std::string("videotestsrc num-buffers=60 ! ") + ZVXP_QVGA +
+                                     " ! x264enc ! h264parse ! omxh264dec ! fakesink silent=false");
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_NE(result.output.find("Got EOS from element"), std::string::npos) << result.output;
+    const std::vector<sunk_buffer> frames = sunk_buffers(result.output);
+    ASSERT_EQ(frames.size(), 60u) << result.output;
+    for (size_t i = 0; i < frames.size(); ++i) {
+        EXPECT_EQ(frames[i].bytes, ZVXP_QVGA_I420_BYTES) << "frame " << i;
+        ASSERT_GE(frames[i].pts_ns, 0) << "frame " << i << " lost its timestamp";
+        const int64_t expected = frames[0].pts_ns + static_cast<int64_t>(i) * ZVXP_FRAME_NS;
+        EXPECT_NEAR(frames[i].pts_ns, expected, 1000) << "frame " << i << " out of presentation order";
+    }
+    expect_clean(result);
+}
+
+TEST_F(GStreamer, EncodesSixtyPicturesToTheEnd)
+{
+    const run_result result = launch("videotestsrc num-buffers=60 ! omxh264enc ! fakesink silent=false");
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_NE(result.output.find("Got EOS from element"), std::string::npos) << result.output;
+    const std::vector<sunk_buffer> units = sunk_buffers(result.output);
+    ASSERT_EQ(units.size(), 60u) << result.output;
+    for (size_t i = 1; i < units.size(); ++i)
+        EXPECT_GT(units[i].pts_ns, units[i - 1].pts_ns) << "unit " << i;
+    expect_clean(result);
+}
+
+// Two streams of different sizes one after the other: the decoder is told the stream changed, reports
+// the new output settings, and the client reconfigures it and goes on.
+TEST_F(GStreamer, DecoderFollowsAStreamThatChangesSizeMidway)
+{
+    const run_result result =
+        launch(std::string("concat name=streams ! h264parse ! omxh264dec ! fakesink silent=false ") +
+               "videotestsrc num-buffers=30 ! " + ZVXP_QVGA + " ! x264enc ! streams. " +
+               "videotestsrc num-buffers=30 ! video/x-raw,format=I420,width=640,height=480,framerate=30/1 ! " +
+               "x264enc ! streams.");
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_NE(result.output.find("Got EOS from element"), std::string::npos) << result.output;
+    const std::vector<sunk_buffer> frames = sunk_buffers(result.output);
+    ASSERT_EQ(frames.size(), 60u) << result.output;
+    for (size_t i = 0; i < frames.size(); ++i)
+        EXPECT_EQ(frames[i].bytes, i < 30 ? ZVXP_QVGA_I420_BYTES : ZVXP_VGA_I420_BYTES) << "frame " << i;
+    const std::regex output_caps(
+        R"(omxh264dec0\.GstPad:src: caps = video/x-raw.*width=\(int\)(\d+), height=\(int\)(\d+))");
+    std::vector<std::string> sizes;
+    for (std::sregex_iterator it(result.output.begin(), result.output.end(), output_caps), end; it != end; ++it)
+        sizes.push_back((*it)[1].str() + "x" + (*it)[2].str());
+    ASSERT_FALSE(sizes.empty());
+    EXPECT_EQ(sizes.front(), "320x240");
+    EXPECT_EQ(sizes.back(), "640x480");
+    expect_clean(result);
+}
+
+// The pipeline is interrupted while pictures stream through a live source: GStreamer sets it to NULL at
+// once, flushing, idling and unloading the decoder with buffers in flight. A buffer the component kept
+// would stall the teardown until the time-out, or come back as an error from FreeBuffer.
+TEST_F(GStreamer, TeardownMidStreamGivesEveryBufferBack)
+{
+    const run_result result = launch(std::string("videotestsrc is-live=true num-buffers=3000 ! ") + ZVXP_QVGA +
+                                         " ! x264enc tune=zerolatency ! h264parse ! omxh264dec ! fakesink silent=false",
+                                     6, "INT");
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_NE(result.output.find("handling interrupt"), std::string::npos) << result.output;
+    EXPECT_NE(result.output.find("Freeing pipeline"), std::string::npos) << result.output;
+    EXPECT_GT(sunk_buffers(result.output).size(), 10u) << "stopped before the stream flowed";
+    EXPECT_EQ(result.output.find("Got EOS from element"), std::string::npos) << "ended before the interrupt";
+    expect_clean(result);
+}
+
+TEST_F(RealClient, FFmpegEncodesThirtyFramesThroughTheCore)
+{
+    if (!program_exists("ffmpeg"))
+        GTEST_SKIP() << "ffmpeg is not installed (scripts/setup.sh installs it)";
+    if (run("ffmpeg -hide_banner -encoders").output.find("h264_omx") == std::string::npos)
+        GTEST_SKIP() << "this ffmpeg was built without the h264_omx encoder";
+    const run_result result = run(client(std::string("ffmpeg -hide_banner -nostdin -f lavfi -i "
+                                                     "testsrc=size=320x240:rate=30 -frames:v 30 -c:v h264_omx "
+                                                     "-omx_libname ") +
+                                         ZVXP_CORE + " -f null -"));
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_NE(result.output.find("Using OMX.DHQ.video.k7nn.encoder"), std::string::npos) << result.output;
+    const std::regex progress(R"(frame= *(\d+))");
+    std::string frames;
+    for (std::sregex_iterator it(result.output.begin(), result.output.end(), progress), end; it != end; ++it)
+        frames = (*it)[1];
+    EXPECT_EQ(frames, "30") << result.output;
+    expect_clean(result);
+}
+
+} // namespace
