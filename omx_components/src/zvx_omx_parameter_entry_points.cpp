@@ -91,8 +91,10 @@ bool zvxp_may_set(struct zvx_omx_common_component *comp, const zvx_omx_parameter
 
 OMX_ERRORTYPE zvxp_report(const char *entry, OMX_HANDLETYPE handle, OMX_INDEXTYPE index, OMX_ERRORTYPE error)
 {
+    // OMX_ErrorNoMore is how every enumeration ends, asked for by clients listing formats: not a fault.
+    const zvx_log_severity severity = error == OMX_ErrorNoMore ? ZVX_LOG_DEBUG : ZVX_LOG_WARNING;
     if (error != OMX_ErrorNone)
-        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_WARNING, "%s(handle=%p, index=%s (0x%08x)) failed: %s. (%s:%d)", entry, handle,
+        ZVX_LOG(&zvx_log_omx_if, severity, "%s(handle=%p, index=%s (0x%08x)) failed: %s. (%s:%d)", entry, handle,
                 zvx_omx_index_name(index), static_cast<unsigned>(index), zvx_omx_error_name(error));
     return error;
 }
