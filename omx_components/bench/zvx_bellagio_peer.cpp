@@ -64,8 +64,8 @@ OMX_ERRORTYPE zvxp_peer_event(OMX_HANDLETYPE, OMX_PTR app_data, OMX_EVENTTYPE ev
 OMX_ERRORTYPE zvxp_peer_lend(zvx_bellagio_peer *peer, OMX_U32 port, OMX_BUFFERHEADERTYPE *header)
 {
     peer->lent[port].fetch_add(1, std::memory_order_acq_rel);
-    const OMX_ERRORTYPE error = port == 0 ? OMX_EmptyThisBuffer(peer->handle, header)
-                                          : OMX_FillThisBuffer(peer->handle, header);
+    const OMX_ERRORTYPE error =
+        port == 0 ? OMX_EmptyThisBuffer(peer->handle, header) : OMX_FillThisBuffer(peer->handle, header);
     if (error != OMX_ErrorNone)
         peer->lent[port].fetch_sub(1, std::memory_order_acq_rel);
     return error;
@@ -132,7 +132,8 @@ bool zvxp_peer_set_buffer_count(zvx_bellagio_peer *peer, int count)
 }
 
 /* Sends the state change and waits for its completion, doing `meanwhile` in between. */
-template <typename Meanwhile> bool zvxp_peer_change_state(zvx_bellagio_peer *peer, OMX_STATETYPE state, Meanwhile meanwhile)
+template <typename Meanwhile>
+bool zvxp_peer_change_state(zvx_bellagio_peer *peer, OMX_STATETYPE state, Meanwhile meanwhile)
 {
     const int before = peer->completions.load(std::memory_order_acquire);
     if (OMX_SendCommand(peer->handle, OMX_CommandStateSet, state, nullptr) != OMX_ErrorNone)

@@ -90,8 +90,8 @@ public:
      * with the client. */
     bool start_stream()
     {
-        if (!send_and_wait(OMX_CommandPortDisable, 1) ||
-            !change_state(OMX_StateIdle, [&] { return allocate(0); }) || !change_state(OMX_StateExecuting)) {
+        if (!send_and_wait(OMX_CommandPortDisable, 1) || !change_state(OMX_StateIdle, [&] { return allocate(0); }) ||
+            !change_state(OMX_StateExecuting)) {
             return false;
         }
         const int announced = settings_changes_.load();
@@ -99,13 +99,7 @@ public:
             return false;
         }
         zvxp_spin_until([&] { return settings_changes_.load() != announced; });
-        const int before = completions_.load();
-        if (handle_.omx.SendCommand(&handle_.omx, OMX_CommandPortEnable, 1, nullptr) != OMX_ErrorNone ||
-            !allocate(1)) {
-            return false;
-        }
-        zvxp_spin_until([&] { return completions_.load() != before; });
-        if (!lend(1, buffers_[1].at(0))) {
+        if (!change_command(OMX_CommandPortEnable, 1, [&] { return allocate(1); }) || !lend(1, buffers_[1].at(0))) {
             return false;
         }
         zvxp_spin_until([&] { return lent_[0].load() == 0 && lent_[1].load() == 0; });
@@ -277,10 +271,7 @@ private:
         return true;
     }
 
-    bool change_state(OMX_STATETYPE state)
-    {
-        return send_and_wait(OMX_CommandStateSet, state);
-    }
+    bool change_state(OMX_STATETYPE state) { return send_and_wait(OMX_CommandStateSet, state); }
 
     template <typename Meanwhile> bool change_state(OMX_STATETYPE state, Meanwhile meanwhile)
     {
@@ -481,7 +472,11 @@ void BM_PeerThroughput(benchmark::State &state)
     state.counters["buffers_per_s"] = benchmark::Counter(static_cast<double>(counted), benchmark::Counter::kIsRate);
 }
 
-BENCHMARK(BM_PeerStateCycle)->Arg(ZVXP_PEER_BUFFERS)->Arg(ZVXP_DECODER_MINIMUM_BUFFERS)->Iterations(ZVXP_CYCLES)->UseRealTime();
+BENCHMARK(BM_PeerStateCycle)
+    ->Arg(ZVXP_PEER_BUFFERS)
+    ->Arg(ZVXP_DECODER_MINIMUM_BUFFERS)
+    ->Iterations(ZVXP_CYCLES)
+    ->UseRealTime();
 BENCHMARK(BM_PeerEmptyBufferRoundTrip)->Iterations(ZVXP_ROUND_TRIPS)->UseRealTime();
 BENCHMARK(BM_PeerFillBufferRoundTrip)->Iterations(ZVXP_ROUND_TRIPS)->UseRealTime();
 BENCHMARK(BM_PeerThroughput)->Arg(1)->Arg(0)->MinTime(1.0)->UseRealTime();
