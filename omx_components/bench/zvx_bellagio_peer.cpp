@@ -3,19 +3,19 @@
 #include <OMX_Component.h>
 #include <OMX_Core.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstring>
 #include <thread>
-
-struct zvx_bellagio_peer {
-    OMX_HANDLETYPE handle;
-    std::atomic<int64_t> completed_at_ns; /* written by the peer's own thread */
-};
+#include <vector>
 
 namespace {
 
 constexpr const char *zvxp_peer_component = "OMX.st.volume.component";
+/* What each input carries: a few milliseconds of 16-bit stereo sound. */
+constexpr OMX_U32 zvxp_payload_bytes = 1024;
+constexpr OMX_U32 zvxp_ports = 2;
 
 int64_t zvxp_now_ns()
 {
@@ -23,19 +23,186 @@ int64_t zvxp_now_ns()
         .count();
 }
 
+template <typename Condition> void zvxp_spin_until(Condition done)
+{
+    while (!done())
+        std::this_thread::yield();
+}
+
+} // namespace
+
+struct zvx_bellagio_peer {
+    OMX_HANDLETYPE handle;
+    /* Written by the peer's callbacks, read by the client's thread. */
+    std::atomic<int64_t> completed_at_ns{-1};
+    std::atomic<int> completions{0};
+    std::atomic<int64_t> empty_done_at_ns{-1};
+    std::atomic<int64_t> fill_done_at_ns{-1};
+    std::atomic<uint64_t> returned{0};
+    /* Written by whichever thread lends or takes back a buffer: the client's or a callback. */
+    std::atomic<int> lent[zvxp_ports] = {0, 0};
+    /* Set by the client's thread; callbacks read it between raising and lowering giving_again, and both
+     * are sequentially consistent so that end_stream sees every callback that read it set. */
+    std::atomic<bool> streaming{false};
+    std::atomic<int> giving_again{0};
+    /* The client's thread's; changed only while the peer holds none of the buffers. */
+    std::vector<OMX_BUFFERHEADERTYPE *> buffers[zvxp_ports];
+};
+
+namespace {
+
 OMX_ERRORTYPE zvxp_peer_event(OMX_HANDLETYPE, OMX_PTR app_data, OMX_EVENTTYPE event, OMX_U32, OMX_U32, OMX_PTR)
 {
-    if (event == OMX_EventCmdComplete)
-        static_cast<zvx_bellagio_peer *>(app_data)->completed_at_ns.store(zvxp_now_ns(), std::memory_order_release);
+    auto *peer = static_cast<zvx_bellagio_peer *>(app_data);
+    if (event == OMX_EventCmdComplete) {
+        peer->completed_at_ns.store(zvxp_now_ns(), std::memory_order_release);
+        peer->completions.fetch_add(1, std::memory_order_acq_rel);
+    }
     return OMX_ErrorNone;
 }
 
-OMX_ERRORTYPE zvxp_peer_buffer_done(OMX_HANDLETYPE, OMX_PTR, OMX_BUFFERHEADERTYPE *)
+OMX_ERRORTYPE zvxp_peer_lend(zvx_bellagio_peer *peer, OMX_U32 port, OMX_BUFFERHEADERTYPE *header)
 {
+    peer->lent[port].fetch_add(1, std::memory_order_acq_rel);
+    const OMX_ERRORTYPE error =
+        port == 0 ? OMX_EmptyThisBuffer(peer->handle, header) : OMX_FillThisBuffer(peer->handle, header);
+    if (error != OMX_ErrorNone)
+        peer->lent[port].fetch_sub(1, std::memory_order_acq_rel);
+    return error;
+}
+
+void zvxp_peer_prepare(OMX_U32 port, OMX_BUFFERHEADERTYPE *header)
+{
+    header->nOffset = 0;
+    header->nFlags = 0;
+    header->nFilledLen = port == 0 ? std::min(zvxp_payload_bytes, header->nAllocLen) : 0;
+}
+
+void zvxp_peer_returned(zvx_bellagio_peer *peer, OMX_U32 port, OMX_BUFFERHEADERTYPE *header,
+                        std::atomic<int64_t> &done_at)
+{
+    done_at.store(zvxp_now_ns(), std::memory_order_release);
+    peer->returned.fetch_add(1, std::memory_order_relaxed);
+    peer->lent[port].fetch_sub(1, std::memory_order_acq_rel);
+    peer->giving_again.fetch_add(1);
+    if (peer->streaming.load()) {
+        zvxp_peer_prepare(port, header);
+        zvxp_peer_lend(peer, port, header);
+    }
+    peer->giving_again.fetch_sub(1);
+}
+
+OMX_ERRORTYPE zvxp_peer_empty_done(OMX_HANDLETYPE, OMX_PTR app_data, OMX_BUFFERHEADERTYPE *header)
+{
+    auto *peer = static_cast<zvx_bellagio_peer *>(app_data);
+    zvxp_peer_returned(peer, 0, header, peer->empty_done_at_ns);
     return OMX_ErrorNone;
 }
 
-OMX_CALLBACKTYPE zvxp_peer_callbacks = {zvxp_peer_event, zvxp_peer_buffer_done, zvxp_peer_buffer_done};
+OMX_ERRORTYPE zvxp_peer_fill_done(OMX_HANDLETYPE, OMX_PTR app_data, OMX_BUFFERHEADERTYPE *header)
+{
+    auto *peer = static_cast<zvx_bellagio_peer *>(app_data);
+    zvxp_peer_returned(peer, 1, header, peer->fill_done_at_ns);
+    return OMX_ErrorNone;
+}
+
+OMX_CALLBACKTYPE zvxp_peer_callbacks = {zvxp_peer_event, zvxp_peer_empty_done, zvxp_peer_fill_done};
+
+OMX_PARAM_PORTDEFINITIONTYPE zvxp_peer_definition(zvx_bellagio_peer *peer, OMX_U32 port)
+{
+    OMX_PARAM_PORTDEFINITIONTYPE definition;
+    std::memset(&definition, 0, sizeof(definition));
+    definition.nSize = sizeof(definition);
+    definition.nVersion.s.nVersionMajor = 1;
+    definition.nVersion.s.nVersionMinor = 1;
+    definition.nPortIndex = port;
+    OMX_GetParameter(peer->handle, OMX_IndexParamPortDefinition, &definition);
+    return definition;
+}
+
+bool zvxp_peer_set_buffer_count(zvx_bellagio_peer *peer, int count)
+{
+    for (OMX_U32 port = 0; port < zvxp_ports; ++port) {
+        OMX_PARAM_PORTDEFINITIONTYPE definition = zvxp_peer_definition(peer, port);
+        definition.nBufferCountActual = static_cast<OMX_U32>(count);
+        if (OMX_SetParameter(peer->handle, OMX_IndexParamPortDefinition, &definition) != OMX_ErrorNone)
+            return false;
+    }
+    return true;
+}
+
+/* Sends the state change and waits for its completion, doing `meanwhile` in between. */
+template <typename Meanwhile>
+bool zvxp_peer_change_state(zvx_bellagio_peer *peer, OMX_STATETYPE state, Meanwhile meanwhile)
+{
+    const int before = peer->completions.load(std::memory_order_acquire);
+    if (OMX_SendCommand(peer->handle, OMX_CommandStateSet, state, nullptr) != OMX_ErrorNone)
+        return false;
+    if (!meanwhile())
+        return false;
+    zvxp_spin_until([&] { return peer->completions.load(std::memory_order_acquire) != before; });
+    return true;
+}
+
+bool zvxp_peer_allocate(zvx_bellagio_peer *peer)
+{
+    for (OMX_U32 port = 0; port < zvxp_ports; ++port) {
+        const OMX_PARAM_PORTDEFINITIONTYPE definition = zvxp_peer_definition(peer, port);
+        for (OMX_U32 i = 0; i < definition.nBufferCountActual; ++i) {
+            OMX_BUFFERHEADERTYPE *header = nullptr;
+            if (OMX_AllocateBuffer(peer->handle, &header, port, peer, definition.nBufferSize) != OMX_ErrorNone)
+                return false;
+            peer->buffers[port].push_back(header);
+        }
+    }
+    return true;
+}
+
+bool zvxp_peer_free(zvx_bellagio_peer *peer)
+{
+    bool freed = true;
+    for (OMX_U32 port = 0; port < zvxp_ports; ++port) {
+        for (OMX_BUFFERHEADERTYPE *header : peer->buffers[port])
+            freed = OMX_FreeBuffer(peer->handle, port, header) == OMX_ErrorNone && freed;
+        peer->buffers[port].clear();
+    }
+    return freed;
+}
+
+bool zvxp_nothing()
+{
+    return true;
+}
+
+/* From Loaded to Executing, allocating the buffers the ports were set to on the way. */
+bool zvxp_peer_up(zvx_bellagio_peer *peer)
+{
+    return zvxp_peer_change_state(peer, OMX_StateIdle, [&] { return zvxp_peer_allocate(peer); }) &&
+           zvxp_peer_change_state(peer, OMX_StateExecuting, zvxp_nothing);
+}
+
+/* Lends one buffer of `port` and waits until the peer has it queued; times the other port's. */
+int64_t zvxp_peer_round_trip_ns(zvx_bellagio_peer *peer, OMX_U32 timed_port, std::atomic<int64_t> &done_at)
+{
+    const OMX_U32 waiting_port = 1 - timed_port;
+    OMX_BUFFERHEADERTYPE *waiting = peer->buffers[waiting_port].at(0);
+    OMX_BUFFERHEADERTYPE *timed = peer->buffers[timed_port].at(0);
+    zvxp_peer_prepare(waiting_port, waiting);
+    if (zvxp_peer_lend(peer, waiting_port, waiting) != OMX_ErrorNone)
+        return -1;
+    zvxp_peer_prepare(timed_port, timed);
+    done_at.store(-1, std::memory_order_relaxed);
+    const int64_t sent_at = zvxp_now_ns();
+    if (zvxp_peer_lend(peer, timed_port, timed) != OMX_ErrorNone)
+        return -1;
+    int64_t returned_at;
+    while ((returned_at = done_at.load(std::memory_order_acquire)) < 0)
+        std::this_thread::yield();
+    zvxp_spin_until([&] {
+        return peer->lent[0].load(std::memory_order_acquire) == 0 && peer->lent[1].load(std::memory_order_acquire) == 0;
+    });
+    return returned_at - sent_at;
+}
 
 } // namespace
 
@@ -45,7 +212,7 @@ zvx_bellagio_peer *zvx_bellagio_peer_open(const char **why_not)
         *why_not = "the peer framework's OMX_Init failed";
         return nullptr;
     }
-    auto *peer = new zvx_bellagio_peer{nullptr, {-1}};
+    auto *peer = new zvx_bellagio_peer{};
     char name[OMX_MAX_STRINGNAME_SIZE];
     std::strncpy(name, zvxp_peer_component, sizeof(name) - 1);
     name[sizeof(name) - 1] = '\0';
@@ -89,4 +256,60 @@ bool zvx_bellagio_peer_get_port_definition(zvx_bellagio_peer *peer)
     definition.nVersion.s.nVersionMinor = 1;
     definition.nPortIndex = 0;
     return OMX_GetParameter(peer->handle, OMX_IndexParamPortDefinition, &definition) == OMX_ErrorNone;
+}
+
+int64_t zvx_bellagio_peer_state_cycle_ns(zvx_bellagio_peer *peer, int buffers_per_port)
+{
+    if (!zvxp_peer_set_buffer_count(peer, buffers_per_port))
+        return -1;
+    const int64_t started_at = zvxp_now_ns();
+    if (!zvxp_peer_up(peer) || !zvx_bellagio_peer_stop(peer))
+        return -1;
+    return peer->completed_at_ns.load(std::memory_order_acquire) - started_at;
+}
+
+bool zvx_bellagio_peer_start(zvx_bellagio_peer *peer, int buffers_per_port)
+{
+    return zvxp_peer_set_buffer_count(peer, buffers_per_port) && zvxp_peer_up(peer);
+}
+
+bool zvx_bellagio_peer_stop(zvx_bellagio_peer *peer)
+{
+    return zvxp_peer_change_state(peer, OMX_StateIdle, zvxp_nothing) &&
+           zvxp_peer_change_state(peer, OMX_StateLoaded, [&] { return zvxp_peer_free(peer); });
+}
+
+int64_t zvx_bellagio_peer_empty_round_trip_ns(zvx_bellagio_peer *peer)
+{
+    return zvxp_peer_round_trip_ns(peer, 0, peer->empty_done_at_ns);
+}
+
+int64_t zvx_bellagio_peer_fill_round_trip_ns(zvx_bellagio_peer *peer)
+{
+    return zvxp_peer_round_trip_ns(peer, 1, peer->fill_done_at_ns);
+}
+
+bool zvx_bellagio_peer_stream(zvx_bellagio_peer *peer, int in_flight)
+{
+    peer->streaming.store(true);
+    for (int i = 0; i < in_flight; ++i) {
+        for (OMX_U32 port = 0; port < zvxp_ports; ++port) {
+            OMX_BUFFERHEADERTYPE *header = peer->buffers[port].at(static_cast<size_t>(i));
+            zvxp_peer_prepare(port, header);
+            if (zvxp_peer_lend(peer, port, header) != OMX_ErrorNone)
+                return false;
+        }
+    }
+    return true;
+}
+
+uint64_t zvx_bellagio_peer_buffers_returned(zvx_bellagio_peer *peer)
+{
+    return peer->returned.load(std::memory_order_relaxed);
+}
+
+void zvx_bellagio_peer_end_stream(zvx_bellagio_peer *peer)
+{
+    peer->streaming.store(false);
+    zvxp_spin_until([&] { return peer->giving_again.load() == 0; });
 }

@@ -91,6 +91,7 @@ typedef struct zvx_omx_common_component {
     OMX_TICKS prev_ts;             /* lock */
     zvxu_circular_list *prev_fps;  /* lock; recent frame intervals */
     bool vp9_alloc_params_changed; /* command thread writes */
+    bool vp9_realloc_announced;    /* command thread; the client was told of the reallocation above */
     struct zvx_base_fw_frame_alloc_parameters alloc_params;          /* lock */
     bool force_yuv;                                                  /* command thread */
     zvx_alloc_params_state_t alloc_params_state;                     /* lock */

@@ -59,6 +59,7 @@ void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *
     comp->prev_ts = INT64_MAX;
     comp->prev_fps = nullptr;
     comp->vp9_alloc_params_changed = false;
+    comp->vp9_realloc_announced = false;
     comp->secure = false;
     comp->num_prot_bufs = 0;
     comp->force_yuv = false;

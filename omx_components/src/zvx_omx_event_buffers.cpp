@@ -301,11 +301,15 @@ void zvxp_omx_rejected_buffers_check_return(struct zvx_omx_common_component *com
     if (zvxp_omx_rejected_buffers_count(comp) != zvxp_load(port.nr_enqueue) - zvxp_load(port.nr_dequeue)) {
         return;
     }
-    const zvx_omx_client client = zvx_omx_client_get(comp);
-    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_DEBUG,
-            "EventHandler(handle=%p, event=OMX_EventPortSettingsChanged, port=%u). (%s:%d)", client.handle,
-            static_cast<unsigned>(ZVXP_OUTPUT));
-    zvx_omx_client_event(client, OMX_EventPortSettingsChanged, ZVXP_OUTPUT, 0);
+    // Outputs the client queued before it acted on the change are refused too; it hears of it once.
+    if (!comp->vp9_realloc_announced) {
+        comp->vp9_realloc_announced = true;
+        const zvx_omx_client client = zvx_omx_client_get(comp);
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_DEBUG,
+                "EventHandler(handle=%p, event=OMX_EventPortSettingsChanged, port=%u). (%s:%d)", client.handle,
+                static_cast<unsigned>(ZVXP_OUTPUT));
+        zvx_omx_client_event(client, OMX_EventPortSettingsChanged, ZVXP_OUTPUT, 0);
+    }
     zvxp_omx_rejected_buffers_return_all(comp, ZVXP_OUTPUT);
 }
 

@@ -469,7 +469,9 @@ void zvxp_omx_handle_alloc_params(struct zvx_omx_common_component *comp,
     if (vp9 && (static_cast<OMX_U32>(video.nStride) < alloc_param->planar_alloc_frame_width ||
                 video.nSliceHeight < alloc_param->planar_alloc_frame_height)) {
         zvx_omx_common_component_update_portdef_from_alloc_params(comp);
-        vp9_reallocation.store(true);
+        if (!vp9_reallocation.exchange(true)) {
+            comp->vp9_realloc_announced = false;
+        }
     }
     if ((vp9 && !vp9_reallocation.load()) ||
         zvx_omx_common_component_is_metadata_in_buffer_enabled(comp, ZVXP_OUTPUT)) {

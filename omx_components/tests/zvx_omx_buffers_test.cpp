@@ -595,6 +595,27 @@ TEST_F(Buffers, RefusedOutputsWaitForEveryOutstandingOneThenGoBackTogether)
     EXPECT_EQ(definition(1).format.video.nFrameWidth, 1920u);
 }
 
+TEST_F(Buffers, OutputsQueuedAfterTheReallocationWasAnnouncedGoBackRefusedWithoutAnnouncingItAgain)
+{
+    auto role = zvxp_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    std::strcpy(reinterpret_cast<char *>(role.cRole), "video_decoder.vp9");
+    ASSERT_EQ(omx_->SetParameter(omx_, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
+    start_executing();
+    std::atomic_ref(comp_->vp9_alloc_params_changed).store(true);
+    /* The client queues its outputs again before it has read the event: they are refused too. */
+    for (int round = 0; round < 2; ++round) {
+        queue(outputs_);
+        for (OMX_BUFFERHEADERTYPE *header : outputs_) {
+            zvx_base_buffer_userspace refused = descriptor(header);
+            refused.zvx_flags |= ZVX_OMX_ZVX_FLAG_REJECTED;
+            zvx_answer_with(comp_, ZVX_BASE_EVENT_OUTPUT, refused);
+        }
+        zvx_sync(comp_);
+        EXPECT_EQ(returns(), once_each(outputs_)) << "round " << round;
+    }
+    expect_events({{OMX_EventPortSettingsChanged, 1, 0}});
+}
+
 TEST_F(Buffers, OutputFlushGivesBackRefusedOutputsStillParked)
 {
     auto role = zvxp_record<OMX_PARAM_COMPONENTROLETYPE>(0);

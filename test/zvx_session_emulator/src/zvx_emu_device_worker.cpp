@@ -335,12 +335,15 @@ void Device::produce_output()
 
 void Device::produce_picture(QueuedIterator output, Picture &picture)
 {
-    /* The host's own stride and slice height, not the ones the stream would ask for. */
+    /* The host's own stride and slice height, not the ones the stream would ask for: each buffer's as
+     * it was registered, which outlive a port definition the host changed without telling the session. */
     const zvx_emu_port_definition definition = answer_port_definition(parameters_, OUTPUT_PORT, StreamFacts{});
-    const Geometry frame = allocation_geometry(picture.geometry);
-    const zvx_emu_picture_layout layout = zvx_emu_layout_picture(definition.eColorFormat, frame.width, frame.height,
-                                                                 definition.nStride, definition.nSliceHeight);
     const zvx_base_buffer_userspace &target = registered_.at(output->buffer_id).descriptor;
+    const uint32_t stride = target.stride != 0 ? target.stride : definition.nStride;
+    const uint32_t rows = target.height != 0 ? target.height : definition.nSliceHeight;
+    const Geometry frame = allocation_geometry(picture.geometry);
+    const zvx_emu_picture_layout layout =
+        zvx_emu_layout_picture(definition.eColorFormat, frame.width, frame.height, stride, rows);
     if (layout.total_bytes > target.size) {
         reject_output(output);
         return;

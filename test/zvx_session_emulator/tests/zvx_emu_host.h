@@ -70,8 +70,9 @@ public:
         zvx_set_parameter(fd, OMX_IndexParamPortDefinition, sizeof(definition), &definition);
     }
 
-    /* Registers a new buffer of `size` bytes and returns its id (its index among this host's buffers + 1). */
-    zvx_base_buffer_handle_t add_buffer(uint32_t port, uint32_t size)
+    /* Registers a new buffer of `size` bytes and returns its id (its index among this host's buffers + 1);
+     * a frame buffer may say its stride and rows. */
+    zvx_base_buffer_handle_t add_buffer(uint32_t port, uint32_t size, uint32_t stride = 0, uint32_t height = 0)
     {
         memory.push_back(std::make_unique<std::vector<uint8_t>>(size, 0));
         zvx_base_buffer_userspace descriptor{};
@@ -79,6 +80,8 @@ public:
         descriptor.handle = reinterpret_cast<zvx_base_buffer_handle_t>(memory.back()->data());
         descriptor.allocator = ZVX_BASE_BUFFER_ALLOCATOR_VMALLOC;
         descriptor.size = size;
+        descriptor.stride = stride;
+        descriptor.height = height;
         last_error = zvx_register_buffer(fd, port, &descriptor);
         return descriptor.buffer_id;
     }

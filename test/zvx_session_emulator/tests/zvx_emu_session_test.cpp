@@ -190,6 +190,28 @@ TEST_F(EmuSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersAreF
     host.expect(ZVX_BASE_EVENT_OUTPUT_FLUSHED);
 }
 
+TEST_F(EmuSession, PictureTakesTheStrideAndRowsItsBufferWasRegisteredWith)
+{
+    zvx_emu_script script;
+    script.stream_width = 32;
+    script.stream_height = 32;
+    EmuHost host("video_decoder.avc", script);
+    ASSERT_TRUE(host.session);
+    host.set_port(1, 32, 32, YUV420_PLANAR);
+    host.run();
+    host.queue(0, host.add_buffer(0, 8), 8, OMX_BUFFERFLAG_EOS);
+    for (uint16_t code : {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS})
+        host.expect(code);
+
+    const zvx_emu_picture_layout padded = zvx_emu_layout_picture(YUV420_PLANAR, 32, 32, 48, 40);
+    const zvx_base_buffer_handle_t output = host.add_buffer(1, padded.total_bytes, 48, 40);
+    host.queue(1, output);
+    const zvx_base_buffer_userspace filled = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+    EXPECT_EQ(filled.filled_len, padded.total_bytes);
+    EXPECT_EQ(filled.stride, 48u);
+    EXPECT_TRUE(zvx_emu_picture_matches(host.data(output), filled.filled_len, padded, 0));
+}
+
 TEST_F(EmuSession, FlushReturnsEveryHeldBufferOfEachPortBeforeItsFlushedEvent)
 {
     EmuHost host("video_decoder.mpeg2");

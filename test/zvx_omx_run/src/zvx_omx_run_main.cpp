@@ -1,0 +1,69 @@
+// zvx_omx_run: one decode or encode through the OpenMAX component over the emulated codec device,
+// from the command line, with a progress bar, a summary and, if asked, a trace.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "zvx_omx_log.h"
+#include "zvx_omx_run_options.h"
+#include "zvx_omx_run_progress.h"
+#include "zvx_omx_run_summary.h"
+#include "zvx_omx_run_trace.h"
+
+namespace {
+
+constexpr int ZVXP_FAILED = 1;
+constexpr int ZVXP_BAD_USAGE = 2;
+
+/* Hands every record to the trace, when there is one, and to the progress bar. */
+class zvxp_observers : public zvx_flow_observer {
+public:
+    zvxp_observers(zvx_run_trace *trace, zvx_run_progress *progress) : trace_(trace), progress_(progress) {}
+    void on_record(const zvx_flow_record &record) override
+    {
+        if (trace_ != nullptr) {
+            trace_->on_record(record);
+        }
+        progress_->on_record(record);
+    }
+
+private:
+    zvx_run_trace *trace_;
+    zvx_run_progress *progress_;
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    zvx_run_options options;
+    std::string error;
+    if (!zvx_run_parse_options(argc, argv, &options, &error)) {
+        std::fprintf(stderr, "zvx_omx_run: %s\n", error.c_str());
+        return ZVXP_BAD_USAGE;
+    }
+    if (options.help) {
+        std::fputs(zvx_run_usage(), stdout);
+        return EXIT_SUCCESS;
+    }
+    /* The component warns of what the faults make it do; the summary says it better. */
+    if (std::getenv("ZVX_LOG_CONFIGURE") == nullptr) {
+        zvx_log_omx_if.severity = ZVX_LOG_PANIC;
+    }
+
+    zvx_run_trace trace;
+    zvx_run_progress progress(options.flow.plan.frames, options.progress && isatty(STDERR_FILENO) != 0);
+    zvxp_observers observers(options.trace_path.empty() ? nullptr : &trace, &progress);
+    zvx_init_emulator();
+    const zvx_flow_run_result result = zvx_flow_run(options.flow, &observers);
+    zvx_destroy_emulator();
+    progress.finish();
+
+    zvx_run_print_summary(stdout, options, result);
+    if (!options.trace_path.empty() && !trace.write(options.trace_path)) {
+        std::fprintf(stderr, "zvx_omx_run: cannot write the trace to %s\n", options.trace_path.c_str());
+        return ZVXP_FAILED;
+    }
+    return result.completed ? EXIT_SUCCESS : ZVXP_FAILED;
+}

@@ -1,0 +1,11 @@
+#ifndef ZVX_OMX_RUN_SUMMARY_H
+#define ZVX_OMX_RUN_SUMMARY_H
+
+#include <cstdio>
+
+#include "zvx_omx_run_options.h"
+
+/* What the run did and whether it went through: frames, events, buffers, time, and every problem. */
+void zvx_run_print_summary(std::FILE *out, const zvx_run_options &options, const zvx_flow_run_result &result);
+
+#endif

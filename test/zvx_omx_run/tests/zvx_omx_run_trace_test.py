@@ -1,0 +1,89 @@
+#!/usr/bin/env python3
+"""Runs zvx_omx_run with --trace and reads the file back as a trace viewer would: valid JSON in the
+trace-event format, timestamps in order, every span closed, and the calls and callbacks of the flow."""
+
+import collections
+import json
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PROGRAM = sys.argv.pop(1)
+FRAMES = 300
+PHASES = {"M", "i", "b", "e", "C"}
+CLIENT, COMPONENT = 1, 2
+
+
+def run_with_trace(*arguments):
+    with tempfile.NamedTemporaryFile(suffix=".json") as trace:
+        run = subprocess.run([PROGRAM, "--trace=" + trace.name, *arguments], capture_output=True, text=True,
+                             check=False)
+        with open(trace.name, encoding="utf-8") as written:
+            return run, json.load(written)
+
+
+class Trace(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.program, cls.trace = run_with_trace("--frames=%d" % FRAMES, "--change=150:640x360")
+        cls.events = cls.trace["traceEvents"]
+        cls.timed = [event for event in cls.events if event["ph"] != "M"]
+
+    def test_run_went_through(self):
+        self.assertEqual(self.program.returncode, 0, self.program.stdout + self.program.stderr)
+
+    def test_every_event_has_the_fields_a_viewer_needs(self):
+        for event in self.events:
+            self.assertIsInstance(event["name"], str)
+            self.assertIn(event["ph"], PHASES)
+            self.assertIsInstance(event["ts"], (int, float))
+            self.assertEqual(event["pid"], 1)
+            self.assertIn(event["tid"], (CLIENT, COMPONENT))
+
+    def test_timestamps_never_go_back(self):
+        stamps = [event["ts"] for event in self.timed]
+        self.assertTrue(stamps, "the trace holds no timed event")
+        self.assertEqual(stamps, sorted(stamps))
+
+    def test_every_span_ends_once_after_it_began(self):
+        open_spans = collections.Counter()
+        for event in self.timed:
+            if event["ph"] in ("b", "e"):
+                key = (event["cat"], event["id"])
+                open_spans[key] += 1 if event["ph"] == "b" else -1
+                self.assertIn(open_spans[key], (0, 1), "span %s ended before it began or began twice" % (key,))
+        self.assertEqual([key for key, count in open_spans.items() if count], [])
+
+    def test_calls_come_from_the_client_and_callbacks_from_the_component(self):
+        threads = {event["name"]: event["tid"] for event in self.timed if event["ph"] == "i"}
+        for call in ("SendCommand", "AllocateBuffer", "FreeBuffer", "EmptyThisBuffer", "FillThisBuffer"):
+            self.assertEqual(threads[call], CLIENT, call)
+        for callback in ("EmptyBufferDone", "FillBufferDone", "EventHandler CmdComplete",
+                         "EventHandler PortSettingsChanged", "EventHandler BufferFlag"):
+            self.assertEqual(threads[callback], COMPONENT, callback)
+
+    def test_commands_are_spans_from_the_call_to_their_completion(self):
+        spans = collections.Counter(event["name"] for event in self.timed
+                                    if event["ph"] == "b" and event["cat"] == "command")
+        self.assertEqual(spans["StateSet Idle"], 2)
+        self.assertEqual(spans["StateSet Executing"], 1)
+        self.assertEqual(spans["StateSet Loaded"], 1)
+        self.assertEqual(spans["PortEnable port 1"], 2, "the stream's first resolution and its change")
+        sent = sum(1 for event in self.timed if event["name"] == "SendCommand")
+        self.assertEqual(sum(spans.values()), sent)
+
+    def test_every_frame_comes_out_as_a_filled_buffer(self):
+        pictures = [event for event in self.timed
+                    if event["name"] == "FillBufferDone" and event["args"]["filled"] > 0]
+        self.assertEqual(len(pictures), FRAMES)
+        self.assertEqual(sum(1 for event in self.timed
+                             if event["name"] == "EmptyThisBuffer" and event["args"]["filled"] > 0), FRAMES)
+
+    def test_buffer_counters_end_at_nothing_held(self):
+        counters = [event for event in self.timed if event["ph"] == "C"]
+        self.assertEqual(counters[-1]["args"], {"input": 0, "output": 0})
+
+
+if __name__ == "__main__":
+    unittest.main()
