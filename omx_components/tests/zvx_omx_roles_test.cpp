@@ -33,29 +33,6 @@ protected:
     void TearDown() override { bb_reset_cb(); }
 };
 
-TEST_F(Roles, DecoderEnumeratesItsNineRolesInTableOrder)
-{
-    const char *expected[] = {"video_decoder.avc", "video_decoder.h263",  "video_decoder.mpeg4",
-                              "video_decoder.vp8", "video_decoder.vp9",   "video_decoder.rv",
-                              "video_decoder.vc1", "video_decoder.mpeg2", "video_decoder.hevc"};
-    for (OMX_U32 i = 0; i < 9; ++i) {
-        EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, i), expected[i]);
-    }
-    OMX_U8 role[OMX_MAX_STRINGNAME_SIZE];
-    EXPECT_EQ(zvx_omx_decoder_component_role_enum(nullptr, role, 9), OMX_ErrorNoMore);
-}
-
-TEST_F(Roles, EncoderEnumeratesItsFourRoles)
-{
-    int count = 0;
-    const char **roles = zvx_omx_encoder_get_enabled_roles(&count);
-    ASSERT_EQ(count, 4);
-    EXPECT_STREQ(roles[0], "video_encoder.avc");
-    EXPECT_STREQ(roles[3], "video_encoder.hevc");
-    EXPECT_EQ(enumerate_role(zvx_omx_encoder_component_role_enum, 2), "video_encoder.vp9");
-    EXPECT_EQ(enumerate_role(zvx_omx_encoder_component_role_enum, 4), "<none>");
-}
-
 TEST_F(Roles, RoleRejectedBySessionShiftsTheEnumeration)
 {
     bb_cb.bbcb_role_enabled = reject_decoder_vp8;
