@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
-          libomxil-bellagio-dev gdb valgrind)
+          libomxil-bellagio-dev gdb valgrind clang-tidy clang-format)
 for group in "$@"; do
   case "$group" in
     bench) packages+=(libomxil-bellagio0 libomxil-bellagio0-components-base) ;;

@@ -20,6 +20,8 @@ done
 # product test once per allocation point; a crash, hang or leak at any point fails it), and every
 # fuzzer for a few seconds.
 if (($# == 0)); then
+  echo "==== lint ===="
+  scripts/lint.sh
   echo "==== preset faults ===="
   cmake --preset faults
   cmake --build --preset faults
