@@ -21,7 +21,8 @@ done
 # fuzzer for a few seconds.
 if (($# == 0)); then
   echo "==== lint ===="
-  scripts/lint.sh
+  lint_failed=0
+  scripts/lint.sh || lint_failed=1
   echo "==== preset faults ===="
   cmake --preset faults
   cmake --build --preset faults
@@ -31,4 +32,6 @@ if (($# == 0)); then
   cmake --preset fuzz
   cmake --build --preset fuzz
   ctest --preset fuzz --output-junit junit.xml
+  # A lint finding fails the run, but only after every test has had its say.
+  if ((lint_failed)); then echo "==== lint FAILED: see its findings above ====" >&2; exit 1; fi
 fi
