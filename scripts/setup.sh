@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
-          libomxil-bellagio-dev gdb valgrind python3)
+          libomxil-bellagio-dev gdb valgrind python3 clang-tidy clang-format)
 # The real clients the LP64 build's tests run against the core, and what their pipelines need:
 # x264enc (ugly) makes the H.264 streams, h264parse (bad) splits them, avdec_h264 (libav) is the
 # software decoder the decode pipeline is timed beside.

@@ -17,10 +17,13 @@ for preset in "${presets[@]}"; do
   ctest --preset "${preset}" --output-junit junit.xml
 done
 
-# With no preset named, also: the fault-injection build's tests, its resource-failure run (every
-# product test once per allocation point; a crash, hang or leak at any point fails it), and every
-# fuzzer for a few seconds.
+# With no preset named, also: clang-tidy and clang-format over the tree (scripts/lint.sh), the
+# fault-injection build's tests, its resource-failure run (every product test once per allocation
+# point; a crash, hang or leak at any point fails it), and every fuzzer for a few seconds.
 if (($# == 0)); then
+  echo "==== lint ===="
+  lint_failed=0
+  scripts/lint.sh || lint_failed=1
   echo "==== preset faults ===="
   cmake --preset faults
   cmake --build --preset faults
@@ -30,4 +33,6 @@ if (($# == 0)); then
   cmake --preset fuzz
   cmake --build --preset fuzz
   ctest --preset fuzz --output-junit junit.xml
+  # A lint finding fails the run, but only after every test has had its say.
+  if ((lint_failed)); then echo "==== lint FAILED: see its findings above ====" >&2; exit 1; fi
 fi

@@ -129,8 +129,10 @@ int scnprintf(char *str, size_t size, const char *fmt, ...) __attribute__((forma
 
 // The program's own Android logging entry points, writing to standard output with a
 // "MM-DD hh:mm:ss.mmm  pid   tid P tag: " prefix; they return the characters written.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the platform's own names
 extern "C" int __android_log_vprint(int prio, const char *tag, const char *fmt, va_list args)
     __attribute__((format(printf, 3, 0)));
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the platform's own names
 extern "C" int __android_log_print(int prio, const char *tag, const char *fmt, ...)
     __attribute__((format(printf, 3, 4)));
 

@@ -81,7 +81,7 @@ void printf_print(struct zvx_log_drain *, zvx_log_severity severity, const char 
     vprintf(fmt, args);
     va_end(args);
     printf("\n");
-    fflush(stdout);
+    (void)fflush(stdout);
 }
 
 void printf_data(struct zvx_log_drain *, zvx_log_severity severity, const struct iovec *vec, size_t count)
@@ -97,7 +97,7 @@ void printf_data(struct zvx_log_drain *, zvx_log_severity severity, const struct
             printf("\n");
         }
     }
-    fflush(stdout);
+    (void)fflush(stdout);
 }
 
 void alog_print(struct zvx_log_drain *, zvx_log_severity severity, const char *tag, const char *fmt, uint32_t n_args,
@@ -161,7 +161,7 @@ void file_print(struct zvx_log_drain *drain, zvx_log_severity severity, const ch
     } else if (length >= 0) {
         auto *long_text = static_cast<char *>(zvx_mem_malloc(static_cast<size_t>(length) + 1));
         if (long_text != nullptr) {
-            vsnprintf(long_text, static_cast<size_t>(length) + 1, fmt, retry);
+            (void)vsnprintf(long_text, static_cast<size_t>(length) + 1, fmt, retry);
             write_record(fd, severity, long_text, length);
             zvx_mem_free(long_text);
         }
@@ -330,7 +330,7 @@ extern "C" int __android_log_vprint(int prio, const char *tag, const char *fmt, 
                static_cast<unsigned>(getpid()) % 65536u, static_cast<unsigned>(gettid()) % 65536u, letter, tag);
     const int message = vprintf(fmt, args);
     const int end = printf("\n");
-    fflush(stdout);
+    (void)fflush(stdout);
     return prefix + message + end;
 }
 

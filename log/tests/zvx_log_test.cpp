@@ -30,7 +30,7 @@ protected:
         zvx_log_group_add(&log, "g", &group);
     }
     void TearDown() override { zvx_log_destruct(&log); }
-    void expect_state(zvx_log_severity severity, zvx_log_drain *drain)
+    void expect_state(zvx_log_severity severity, zvx_log_drain *drain) const
     {
         EXPECT_EQ(group.severity, severity);
         EXPECT_EQ(group.drain, drain);

@@ -285,7 +285,7 @@ void zvx_free_thread_error_container(void);
 
 void zvx_instr_init(void);
 void zvx_instr_release(void);
-void zvx_instr_write_msg(const uint32_t code, const uint32_t size, const void *msg);
+void zvx_instr_write_msg(uint32_t code, uint32_t size, const void *msg);
 void zvx_instr_set_frequency(uint32_t frequency);
 
 void zvx_init_emulator(void);

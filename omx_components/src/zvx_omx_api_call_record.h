@@ -19,7 +19,7 @@ public:
 
     template <typename T> void append_argument(T value)
     {
-        append(static_cast<uint32_t>(sizeof(T)));
+        append(byte_size<T>);
         append(value);
     }
 
@@ -29,12 +29,15 @@ private:
     /* Large enough for the widest call recorded: four arguments, two of them pointers. */
     static constexpr uint32_t CAPACITY = 48;
 
+    /* Arguments are often pointers: the record holds the pointer itself, never what it points to. */
+    template <typename T> static constexpr uint32_t byte_size = sizeof(T);
+
     template <typename T> void append(T value)
     {
-        static_assert(sizeof(T) <= sizeof(uint64_t));
-        if (used_ + sizeof(T) <= CAPACITY) {
-            std::memcpy(bytes_ + used_, &value, sizeof(T));
-            used_ += sizeof(T);
+        static_assert(byte_size<T> <= sizeof(uint64_t));
+        if (used_ + byte_size<T> <= CAPACITY) {
+            std::memcpy(bytes_ + used_, &value, byte_size<T>);
+            used_ += byte_size<T>;
         }
     }
 

@@ -66,7 +66,7 @@ bool zvxp_enumerations_in_range(const zvx_omx_record_layout &layout, const void 
     for (const zvx_omx_record_field &field : std::span(layout.fields, layout.field_count)) {
         for (uint32_t element = 0; field.enumeration_limit != 0 && element < field.count; ++element) {
             uint32_t value;
-            std::memcpy(&value, bytes + field.offset + element * field.size, sizeof(value));
+            std::memcpy(&value, bytes + field.offset + size_t{element} * field.size, sizeof(value));
             if (value > field.enumeration_limit)
                 return false;
         }

@@ -245,6 +245,7 @@ TEST_F(Buffers, EightThreadsRegisterAtOnceAndExactlyTheCountSucceeds)
     const OMX_PARAM_PORTDEFINITIONTYPE input = definition(0);
     std::atomic<unsigned> registered{0};
     std::vector<std::thread> clients;
+    clients.reserve(8);
     for (int thread = 0; thread < 8; ++thread) {
         clients.emplace_back([&] {
             for (int attempt = 0; attempt < 5; ++attempt) {
@@ -286,7 +287,7 @@ TEST_F(Buffers, AnotherComponentsHeaderIsRefusedAndNotKept)
     zvx_test_client other_client;
     zvx_omx_decoder_component other;
     zvx_omx_component other_handle;
-    OMX_CALLBACKTYPE callbacks = other_client.callbacks();
+    OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
     ASSERT_EQ(zvx_omx_decoder_component_init(&other_handle, &other, &other_client, &callbacks), OMX_ErrorNone);
     OMX_COMPONENTTYPE *other_omx = &other_handle.omx;
     ASSERT_EQ(other_omx->SendCommand(other_omx, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
@@ -398,6 +399,7 @@ TEST_F(Buffers, EightThreadsQueueOneBufferAndOneOfThemWins)
     std::atomic<int> accepted{0};
     std::atomic<int> refused{0};
     std::vector<std::thread> clients;
+    clients.reserve(8);
     for (int thread = 0; thread < 8; ++thread) {
         clients.emplace_back([&] {
             for (OMX_BUFFERHEADERTYPE *header : inputs_) {
@@ -559,7 +561,7 @@ TEST_F(Buffers, CallbacksMayQueueTheBufferTheyReturn)
     EXPECT_EQ(requeueing.requeued.load(), static_cast<int>(inputs_.size() + outputs_.size()));
     EXPECT_EQ(zvx_list_size_omxbufferhdrptr(&comp_->ports[0].tracked_buffers), inputs_.size());
     EXPECT_EQ(zvx_list_size_omxbufferhdrptr(&comp_->ports[1].tracked_buffers), outputs_.size());
-    callbacks = client_.callbacks();
+    callbacks = zvx_test_client::callbacks();
     ASSERT_EQ(omx_->SetCallbacks(omx_, &callbacks, &client_), OMX_ErrorNone);
 }
 
@@ -651,7 +653,7 @@ protected:
     void SetUp() override
     {
         bb_reset_cb();
-        OMX_CALLBACKTYPE callbacks = client_.callbacks();
+        OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
         ASSERT_EQ(zvx_omx_encoder_component_init(&handle_, &encoder_, &client_, &callbacks), OMX_ErrorNone);
         omx_ = &handle_.omx;
     }

@@ -178,14 +178,14 @@ TEST_F(SettingsStore, FrameAndBitstreamPortsDifferWhereBuffersAreSized)
 TEST_F(SettingsStore, DecoderOutputKeepsTwoColourDescriptionSlots)
 {
     ASSERT_EQ(zvx_omx_config_decoder_output(&store), OMX_ErrorNone);
-    for (OMX_U32 sub_index : {0u, 1u}) {
+    for (OMX_U32 array_index : {0u, 1u}) {
         auto *hdr = static_cast<DescribeHDRStaticInfoParams *>(
-            zvx_omx_config_find(&store, OMX_IndexConfigDescribeHDRColorInfo, sub_index));
+            zvx_omx_config_find(&store, OMX_IndexConfigDescribeHDRColorInfo, array_index));
         ASSERT_NE(hdr, nullptr);
         EXPECT_EQ(hdr->nSize, sizeof(DescribeHDRStaticInfoParams));
         EXPECT_EQ(hdr->nPortIndex, 1u);
         auto *aspects = static_cast<DescribeColorAspectsParams *>(
-            zvx_omx_config_find(&store, OMX_IndexParamDescribeColorAspects, sub_index));
+            zvx_omx_config_find(&store, OMX_IndexParamDescribeColorAspects, array_index));
         ASSERT_NE(aspects, nullptr);
         EXPECT_EQ(aspects->nSize, sizeof(DescribeColorAspectsParams));
     }

@@ -49,7 +49,7 @@ protected:
         bb_reset_cb();
     }
 
-    std::vector<client_event> wait_for_events(size_t count)
+    static std::vector<client_event> wait_for_events(size_t count)
     {
         std::unique_lock<std::mutex> lock(events_mutex);
         events_changed.wait_for(lock, std::chrono::seconds(10), [&] { return events.size() >= count; });

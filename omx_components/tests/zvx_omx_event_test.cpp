@@ -28,7 +28,7 @@ protected:
     {
         bb_reset_cb();
         zvx_omx_common_component_set_type(&comp_, ZVX_OMX_DECODER);
-        OMX_CALLBACKTYPE callbacks = client_.callbacks();
+        OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
         ASSERT_EQ(zvx_omx_common_component_init(&handle_, &comp_, &client_, &callbacks), OMX_ErrorNone);
         ASSERT_EQ(zvx_omx_config_decoder(&comp_.ports[0].config_and_params, &comp_.ports[1].config_and_params),
                   OMX_ErrorNone);

@@ -127,8 +127,7 @@ TYPED_TEST(Lifecycle, CommandThatCannotBeQueuedIsRefusedForWantOfMemory)
             TypeParam::destroy(&this->comp);
             GTEST_SKIP() << "allocation failures are injected only in the fault-injection build";
         }
-        EXPECT_EQ(omx->SendCommand(omx, OMX_CommandStateSet, OMX_StateIdle, nullptr),
-                  OMX_ErrorInsufficientResources);
+        EXPECT_EQ(omx->SendCommand(omx, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorInsufficientResources);
         zvx_mem_faults_disarm();
     }
     TypeParam::destroy(&this->comp);

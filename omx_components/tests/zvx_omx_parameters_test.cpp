@@ -3,6 +3,7 @@
 // is told.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdarg>
@@ -126,6 +127,7 @@ using EncoderParameters =
 
 bool same_bytes(const OMX_PARAM_PORTDEFINITIONTYPE &a, const OMX_PARAM_PORTDEFINITIONTYPE &b)
 {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-exp42-c,cert-flp37-c): records are copied whole
     return std::memcmp(&a, &b, sizeof(a)) == 0;
 }
 
@@ -467,6 +469,7 @@ TEST_F(DecoderParameters, EightClientThreadsGetAndSetAtOnce)
     constexpr int threads = 8;
     constexpr int rounds = 200;
     std::vector<std::thread> clients;
+    clients.reserve(threads);
     std::vector<int> failures(threads, 0);
     for (int t = 0; t < threads; ++t) {
         clients.emplace_back([&, t] {
@@ -547,10 +550,18 @@ void capture_print(struct zvx_log_drain *, zvx_log_severity, const char *, const
     char line[512];
     va_list args;
     va_start(args, n_args);
-    std::vsnprintf(line, sizeof(line), fmt, args);
+    if (std::vsnprintf(line, sizeof(line), fmt, args) < 0)
+        line[0] = '\0';
     va_end(args);
     std::lock_guard<std::mutex> lock(captured.mutex);
     captured.lines.emplace_back(line);
+}
+
+bool logged(const std::string &text)
+{
+    std::lock_guard<std::mutex> lock(captured.mutex);
+    return std::ranges::any_of(captured.lines,
+                               [&](const std::string &line) { return line.find(text) != std::string::npos; });
 }
 
 class LogCapture {
@@ -566,15 +577,6 @@ public:
     }
     ~LogCapture() { zvx_log_omx_if = saved_; }
 
-    bool contains(const std::string &text)
-    {
-        std::lock_guard<std::mutex> lock(captured.mutex);
-        for (const std::string &line : captured.lines)
-            if (line.find(text) != std::string::npos)
-                return true;
-        return false;
-    }
-
 private:
     zvx_log_group saved_;
     zvx_log_drain drain_;
@@ -586,17 +588,17 @@ TEST_F(DecoderParameters, EverySetAndGetIsPrintedFieldByFieldAtDebugOnly)
         LogCapture log(ZVX_LOG_DEBUG);
         definition(1);
         ASSERT_EQ(set_role("video_decoder.vp9"), OMX_ErrorNone);
-        EXPECT_TRUE(log.contains("GetParameter(handle="));
-        EXPECT_TRUE(log.contains("index=OMX_IndexParamPortDefinition (0x02000001)): OMX_PARAM_PORTDEFINITIONTYPE"));
-        EXPECT_TRUE(log.contains("OMX_PARAM_PORTDEFINITIONTYPE.nBufferCountActual = 5 (0x5)"));
-        EXPECT_TRUE(log.contains("format.video.eColorFormat = OMX_COLOR_FormatYUV420Planar (0x13)"));
-        EXPECT_TRUE(log.contains("OMX_PARAM_COMPONENTROLETYPE.cRole = \"video_decoder.vp9\""));
-        EXPECT_TRUE(log.contains("nVersion = 1.1.2.0"));
+        EXPECT_TRUE(logged("GetParameter(handle="));
+        EXPECT_TRUE(logged("index=OMX_IndexParamPortDefinition (0x02000001)): OMX_PARAM_PORTDEFINITIONTYPE"));
+        EXPECT_TRUE(logged("OMX_PARAM_PORTDEFINITIONTYPE.nBufferCountActual = 5 (0x5)"));
+        EXPECT_TRUE(logged("format.video.eColorFormat = OMX_COLOR_FormatYUV420Planar (0x13)"));
+        EXPECT_TRUE(logged("OMX_PARAM_COMPONENTROLETYPE.cRole = \"video_decoder.vp9\""));
+        EXPECT_TRUE(logged("nVersion = 1.1.2.0"));
     }
     LogCapture log(ZVX_LOG_INFO);
     definition(1);
-    EXPECT_TRUE(log.contains("OMX_GetParameter(handle="));
-    EXPECT_FALSE(log.contains("OMX_PARAM_PORTDEFINITIONTYPE.")) << "records are printed at debug only";
+    EXPECT_TRUE(logged("OMX_GetParameter(handle="));
+    EXPECT_FALSE(logged("OMX_PARAM_PORTDEFINITIONTYPE.")) << "records are printed at debug only";
 }
 
 TEST_F(EncoderParameters, BitrateHasOneValueWhicheverRecordSetsIt)

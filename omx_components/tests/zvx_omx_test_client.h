@@ -57,7 +57,7 @@ public:
         return OMX_ErrorNone;
     }
 
-    OMX_CALLBACKTYPE callbacks() const { return {event_handler, buffer_done, buffer_done}; }
+    static OMX_CALLBACKTYPE callbacks() { return {event_handler, buffer_done, buffer_done}; }
 
     /* Waits up to ten seconds for count events and takes what has arrived. */
     std::vector<zvx_test_event> take(size_t count = 0)
@@ -225,7 +225,7 @@ protected:
     void SetUp() override
     {
         bb_reset_cb();
-        OMX_CALLBACKTYPE callbacks = client_.callbacks();
+        OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
         ASSERT_EQ(zvx_omx_decoder_component_init(&handle_, &decoder_, &client_, &callbacks), OMX_ErrorNone);
         omx_ = &handle_.omx;
         comp_ = &decoder_.common;
@@ -272,13 +272,14 @@ protected:
             expect_events({zvx_error(OMX_ErrorInvalidState, OMX_StateInvalid)});
             return;
         }
-        if (from == OMX_StateExecuting && (target == OMX_StateIdle || target == OMX_StatePause)) {
+        const bool stops = (from == OMX_StateExecuting && (target == OMX_StateIdle || target == OMX_StatePause)) ||
+                           (from == OMX_StateIdle && target == OMX_StateLoaded);
+        const bool starts =
+            (target == OMX_StateIdle && (from == OMX_StateLoaded || from == OMX_StateWaitForResources)) ||
+            (from == OMX_StatePause && target == OMX_StateExecuting);
+        if (stops) {
             zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
-        } else if (target == OMX_StateIdle && (from == OMX_StateLoaded || from == OMX_StateWaitForResources)) {
-            zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
-        } else if (from == OMX_StateIdle && target == OMX_StateLoaded) {
-            zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
-        } else if (from == OMX_StatePause && target == OMX_StateExecuting) {
+        } else if (starts) {
             zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
         }
         if (from == OMX_StateExecuting && target == OMX_StateIdle) {

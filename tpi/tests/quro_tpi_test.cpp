@@ -7,7 +7,9 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "quro_tpi.h"
@@ -44,7 +46,9 @@ TEST(TpiFiles, ResultsPathCreatesEveryDirectory)
     EXPECT_STREQ(text, "hello");
     quro_tpi_fclose(file);
     ASSERT_EQ(chdir(previous), 0);
-    EXPECT_EQ(system((std::string("rm -rf ") + scratch).c_str()), 0);
+    std::error_code removed;
+    std::filesystem::remove_all(scratch, removed);
+    EXPECT_FALSE(removed) << removed.message();
 }
 
 TEST(TpiTime, SemaphoreTimeoutFollowsTheRealtimeClock)
@@ -57,7 +61,8 @@ TEST(TpiTime, SemaphoreTimeoutFollowsTheRealtimeClock)
     EXPECT_FALSE(quro_tpi_sem_wait(&sem, 150000000));
     timespec after{};
     clock_gettime(CLOCK_REALTIME, &after);
-    const double waited = static_cast<double>(after.tv_sec - before.tv_sec) + (after.tv_nsec - before.tv_nsec) / 1e9;
+    const double waited =
+        static_cast<double>(after.tv_sec - before.tv_sec) + static_cast<double>(after.tv_nsec - before.tv_nsec) / 1e9;
     EXPECT_GE(waited, 0.15);
     std::thread poster([&sem] { quro_tpi_sem_post(&sem); });
     EXPECT_TRUE(quro_tpi_sem_wait(&sem, 5000000000ull));
@@ -90,7 +95,7 @@ TEST(TpiTime, SleepOnlyInterruptibleSleepReturnsEarly)
             EXPECT_GE(slept, 200000000u);
         }
     }
-    signal(SIGUSR1, SIG_DFL);
+    EXPECT_NE(signal(SIGUSR1, SIG_DFL), SIG_ERR);
 }
 
 TEST(TpiThreads, ThreadsBarrierAndMutex)

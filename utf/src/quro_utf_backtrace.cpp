@@ -61,7 +61,7 @@ void quro_utf_handler_simple(int signal)
         quro_utf_logerr("*** BACKTRACE: No memory for stack frame ***\n");
     }
     quro_utfp_restore_default_actions();
-    raise(signal);
+    (void)raise(signal);
 }
 
 void quro_utf_handler_gdb(int signal)
@@ -81,13 +81,13 @@ void quro_utf_handler_gdb(int signal)
             "-ex 'echo *** BACKTRACE ***\\n' -ex 'thread apply all bt' -ex 'quit' /proc/%i/exe %i 1>&2",
             pid, pid);
         quro_utf_logerr("Executing '%s'\n", command);
-        if (system(command) == -1) {
+        if (system(command) == -1) { // NOLINT(cert-env33-c): the gdb command line needs a shell
             quro_utf_logerr("UTF: Could not run the debugger\n");
         }
     } else if (child > 0) {
         waitpid(child, nullptr, 0);
     }
-    raise(signal);
+    (void)raise(signal);
 }
 
 void quro_utfp_enable_backtrace(unsigned mode)

@@ -1,5 +1,7 @@
 // The run driver: fills the test specifier from the command line, sets up pools and the result
 // set, runs or lists the suites and turns the worst result into the exit status.
+#include <algorithm>
+#include <iterator>
 #include <stdlib.h>
 #include <string.h>
 
@@ -302,13 +304,13 @@ constexpr quro_utfp_long_option kLongOptions[] = {
        return quro_utfp_set_unsigned(value, &ctx.spec->benchmark_repeats);
      }},
     {"--consolidate=", [](const quro_utfp_parse_context& ctx, const char* value) {
-       for (const quro_utf_consolidate_method_entry& entry : quro_utf_consolidate_methods_table) {
-         if (strcmp(entry.option_name, value) == 0) {
-           ctx.spec->benchmark_consolidate_method = entry.method;
-           return true;
-         }
+       const auto* entry = std::ranges::find_if(quro_utf_consolidate_methods_table,
+           [value](const quro_utf_consolidate_method_entry& each) { return strcmp(each.option_name, value) == 0; });
+       if (entry == std::end(quro_utf_consolidate_methods_table)) {
+         return false;
        }
-       return false;
+       ctx.spec->benchmark_consolidate_method = entry->method;
+       return true;
      }},
     {"--backtrace=", [](const quro_utfp_parse_context&, const char* value) {
        unsigned mode = 0;
@@ -556,18 +558,18 @@ int quro_utfp_main_with_lock(quro_utf_run_function run, quro_utf_suite_factory f
 
 } // namespace
 
-int quro_utf_test_main(quro_utf_run_function execfnc, quro_utf_parse_function parse, quro_utf_help_function help,
-                       int argc, const char **argv)
+int quro_utf_test_main(quro_utf_run_function run, quro_utf_parse_function parse, quro_utf_help_function help, int argc,
+                       const char **argv)
 {
-    QURO_UTFP_ASSERT(NULL != execfnc);
-    return quro_utfp_main_with_lock(execfnc, nullptr, parse, help, argc, argv);
+    QURO_UTFP_ASSERT(NULL != run);
+    return quro_utfp_main_with_lock(run, nullptr, parse, help, argc, argv);
 }
 
-int quro_utf_test_main_simple(quro_utf_suite_factory execfnc, quro_utf_parse_function parse,
+int quro_utf_test_main_simple(quro_utf_suite_factory factory, quro_utf_parse_function parse,
                               quro_utf_help_function help, int argc, const char **argv)
 {
-    QURO_UTFP_ASSERT(NULL != execfnc);
-    return quro_utfp_main_with_lock(nullptr, execfnc, parse, help, argc, argv);
+    QURO_UTFP_ASSERT(NULL != factory);
+    return quro_utfp_main_with_lock(nullptr, factory, parse, help, argc, argv);
 }
 
 int quro_utf_test_default_setup(quro_utf_mempool *result_pool, quro_utf_mempool *suite_pool,

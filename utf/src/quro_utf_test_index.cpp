@@ -89,9 +89,10 @@ const quro_utf_test *quro_utfp_find_id(const quro_utfp_test_index *index, const 
 
 template <typename T> T *quro_utfp_zeroed(quro_utf_mempool *pool, unsigned count)
 {
-    auto *array = static_cast<T *>(quro_utf_mempool_alloc(pool, count * sizeof(T)));
+    const size_t bytes = count * sizeof(T); // NOLINT(bugprone-sizeof-expression): T is often a pointer
+    auto *array = static_cast<T *>(quro_utf_mempool_alloc(pool, bytes));
     if (array != nullptr) {
-        memset(static_cast<void *>(array), 0, count * sizeof(T));
+        memset(static_cast<void *>(array), 0, bytes);
     }
     return array;
 }

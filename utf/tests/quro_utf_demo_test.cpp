@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <regex>
 #include <string>
 #include <vector>
@@ -69,10 +70,10 @@ DemoRun run_demo(const std::vector<std::string> &args, bool merge_stderr = false
     return run;
 }
 
-const std::string kBanner = "=======================================================\n"
-                            "  Test Framework Demonstration\n"
-                            "=======================================================\n"
-                            "\n";
+constexpr char kBanner[] = "=======================================================\n"
+                           "  Test Framework Demonstration\n"
+                           "=======================================================\n"
+                           "\n";
 
 std::string filter_list(const char *default_name)
 {
@@ -84,11 +85,11 @@ std::string filter_list(const char *default_name)
     return list;
 }
 
-const std::string kDemoHelp = "Demonstration options:\n"
-                              "       --failures  Add a suite whose tests fail, abort and stop on a fatal error\n"
-                              "       --crash     Add a suite whose test crashes\n";
+constexpr char kDemoHelp[] = "Demonstration options:\n"
+                             "       --failures  Add a suite whose tests fail, abort and stop on a fatal error\n"
+                             "       --crash     Add a suite whose test crashes\n";
 
-const std::string kDetails = "UTF: Result Details\n";
+constexpr char kDetails[] = "UTF: Result Details\n";
 
 // The framework's own text is not restated here: its framing, the generated filter lists and the
 // program's help function behind it are what can go wrong.
@@ -96,10 +97,10 @@ TEST(DemoCommandLine, HelpListsTheFiltersThenTheProgramsOwnAndExitsZero)
 {
     const DemoRun help = run_demo({"--help"});
     EXPECT_EQ(help.exit_code(), 0);
-    EXPECT_EQ(help.out.rfind(kBanner + "\nThis will create a new set of tests and run them.\n", 0), 0u);
+    EXPECT_EQ(help.out.rfind(std::string(kBanner) + "\nThis will create a new set of tests and run them.\n", 0), 0u);
     EXPECT_TRUE(help.has("Include tests that match the given filter:\n" + filter_list("all") + "           Note"));
     EXPECT_TRUE(help.has("Exclude tests that match the given filter\n" + filter_list("none") + "       --list-suites"));
-    EXPECT_TRUE(help.out.ends_with("status to non-0), for all tests.\n\n" + kDemoHelp)) << help.out;
+    EXPECT_TRUE(help.out.ends_with(std::string("status to non-0), for all tests.\n\n") + kDemoHelp)) << help.out;
     const DemoRun short_help = run_demo({"-h"});
     EXPECT_EQ(short_help.out, help.out);
     EXPECT_EQ(short_help.exit_code(), 0);
@@ -107,10 +108,12 @@ TEST(DemoCommandLine, HelpListsTheFiltersThenTheProgramsOwnAndExitsZero)
 
 TEST(DemoCommandLine, RefusedArgumentsPrintHelpAndExitOne)
 {
-    const std::string help = run_demo({"--help"}).out.substr(kBanner.size());
+    const std::string help = run_demo({"--help"}).out.substr(std::strlen(kBanner));
     for (const char *option : {"--bogus", "--testid=12a", "--resfail-start=0", "--consolidate=Mean", "-z"}) {
         const DemoRun run = run_demo({option});
-        EXPECT_EQ(run.out, kBanner + "UTF: Unknown argument \"" + option + "\"\n" + help) << option;
+        std::string expected(kBanner);
+        expected.append("UTF: Unknown argument \"").append(option).append("\"\n").append(help);
+        EXPECT_EQ(run.out, expected) << option;
         EXPECT_EQ(run.exit_code(), 1) << option;
     }
 }

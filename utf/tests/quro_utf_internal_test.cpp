@@ -320,7 +320,7 @@ std::string summary_of(quro_utf_result_set *results)
     return run_time == std::string::npos ? summary : summary.erase(run_time, summary.find('\n', run_time) - run_time);
 }
 
-const std::string kRule = "=======================================================\n";
+constexpr char kRule[] = "=======================================================\n";
 
 TEST_F(FrameworkRun, SummaryCountsAssertionsTestsAndSuites)
 {
@@ -334,7 +334,7 @@ TEST_F(FrameworkRun, SummaryCountsAssertionsTestsAndSuites)
     quro_utf_add_test_with_filters(
         suite_, 4, "unrun", [](quro_utf_suite *) {}, QURO_UTF_FLAG_EXPECTEDFAILURE);
     run();
-    EXPECT_EQ(summary_of(results_), kRule + "UTF: Result Summary\n" + kRule +
+    EXPECT_EQ(summary_of(results_), std::string(kRule) + "UTF: Result Summary\n" + kRule +
                                         "  1    assertion Warn\n"
                                         "  3    assertions Fail\n"
                                         "\n"
@@ -364,7 +364,7 @@ TEST_F(FrameworkRun, SummaryOfAPassingRunSaysAllPassedAndWarnsOfResfailAndAborts
     const std::string summary = summary_of(results_);
     quro_utfp_current_spec = nullptr;
     EXPECT_EQ(summary.substr(0, summary.find("\n\n[UTF EXPECTED ABORT]")),
-              kRule + "UTF: Result Summary\n" + kRule +
+              std::string(kRule) + "UTF: Result Summary\n" + kRule +
                   "WARNING: Resfail enabled, tests may fail but must not\ncrash or cause the program to otherwise lock "
                   "up\n" +
                   kRule +

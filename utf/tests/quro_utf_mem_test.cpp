@@ -77,6 +77,7 @@ TEST(Mempool, ThreadsShareOnePool)
     constexpr int kPerThread = 500;
     std::vector<std::vector<unsigned *>> taken(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&pool, &taken, t] {
             for (int i = 0; i < kPerThread; ++i) {

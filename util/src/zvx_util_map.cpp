@@ -20,6 +20,7 @@ bool is_live(const zvx_map_pair *pair)
 
 zvx_map_pair **allocate_table(size_t capacity)
 {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): the table holds pointers
     return static_cast<zvx_map_pair **>(zvx_mem_calloc(capacity, sizeof(zvx_map_pair *)));
 }
 

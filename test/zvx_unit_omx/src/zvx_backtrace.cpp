@@ -13,7 +13,7 @@ void zvx_backtrace_signal_handler(int signal_number)
 {
     void *frames[kMaxFrames];
     const int count = backtrace(frames, kMaxFrames);
-    fprintf(stderr, "Error: signal %d\n", signal_number);
+    (void)fprintf(stderr, "Error: signal %d\n", signal_number);
     backtrace_symbols_fd(frames, count, 2);
     exit(signal_number);
 }
@@ -23,5 +23,6 @@ void zvx_backtrace_init(void)
     // The first backtrace() loads the unwinder, which allocates: do it now rather than in the handler.
     void *frame = nullptr;
     backtrace(&frame, 1);
-    signal(SIGSEGV, zvx_backtrace_signal_handler);
+    if (signal(SIGSEGV, zvx_backtrace_signal_handler) == SIG_ERR)
+        perror("zvx_unit_omx: no backtrace on a crash");
 }

@@ -838,6 +838,7 @@ template <typename T> void zvxp_require_round_trip(OMX_COMPONENTTYPE *omx, OMX_I
     ZVX_REQUIRE_EQ(omx->SetParameter(omx, index, &copy), OMX_ErrorNone);
     T got = zvx_client_record<T>(given.nPortIndex);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, index, &got), OMX_ErrorNone);
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-exp42-c,cert-flp37-c): records are copied whole
     ZVX_REQUIRE_EQ(std::memcmp(&got, &given, sizeof(got)), 0);
 }
 

@@ -290,6 +290,7 @@ void zvxp_require_port_definition_round_trip(OMX_COMPONENTTYPE *omx, OMX_U32 por
     const auto first = read;
     ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamPortDefinition, &read), OMX_ErrorNone);
     read = zvxp_get<OMX_PARAM_PORTDEFINITIONTYPE>(omx, OMX_IndexParamPortDefinition, port);
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-exp42-c,cert-flp37-c): records are copied whole
     ZVX_REQUIRE_EQ(std::memcmp(&read, &first, sizeof(read)), 0);
 }
 

@@ -39,6 +39,14 @@ uint8_t *zvxp_append_zeros(uint8_t *out, size_t count)
     return out + count;
 }
 
+// The colour format of a 1.2.0 port definition, read where the layout puts it: the 20th word.
+int zvxp_color_format_word(const uint8_t *record)
+{
+    int word;
+    std::memcpy(&word, record + 19 * sizeof(word), sizeof(word));
+    return word;
+}
+
 // The 1.2.0 record that the counting pattern 0..111 becomes: header rewritten, pointers cut to their
 // low word, the MIME pointer and the 1.1.2 padding dropped.
 void zvxp_expected_120(uint8_t *buffer120)
@@ -107,7 +115,7 @@ void zvx_test_colfmt_null_array(quro_utf_suite *)
 
     zvx_omx_translate_color_format_to_client(&record, nullptr, 0xFDFDFDFD);
 
-    ZVX_REQUIRE_EQ(*(int *)(_120 + (19 * 4)), (int)0xFDFDFDFD);
+    ZVX_REQUIRE_EQ(zvxp_color_format_word(_120), (int)0xFDFDFDFD);
 }
 
 void zvx_test_colfmt_empty_array(quro_utf_suite *)
@@ -122,7 +130,7 @@ void zvx_test_colfmt_empty_array(quro_utf_suite *)
     zvx_omx_translate_color_format_to_client(&record, &store, 0xFDFDFDFD);
 
     zvx_omx_config_destruct(&store);
-    ZVX_REQUIRE_EQ(*(int *)(_120 + (19 * 4)), (int)0xFDFDFDFD);
+    ZVX_REQUIRE_EQ(zvxp_color_format_word(_120), (int)0xFDFDFDFD);
 }
 
 OMX_ERRORTYPE zvxp_store_native_buffers(struct zvx_map *store, OMX_BOOL enable)
@@ -150,7 +158,7 @@ void zvx_test_colfmt_disabled_usage(quro_utf_suite *)
 
     zvx_omx_config_destruct(&store);
     ZVX_REQUIRE(error == OMX_ErrorNone);
-    ZVX_REQUIRE_EQ(*(int *)(_120 + (19 * 4)), (int)0xFDFDFDFD);
+    ZVX_REQUIRE_EQ(zvxp_color_format_word(_120), (int)0xFDFDFDFD);
 }
 
 void zvx_test_colfmt_enabled_usage(quro_utf_suite *)
@@ -165,12 +173,12 @@ void zvx_test_colfmt_enabled_usage(quro_utf_suite *)
     std::memset(_120, zvxp_fill, sizeof(record));
     record.format.video.eColorFormat = 0x32315659;
     zvx_omx_translate_color_format_to_client(&record, &store, 0x32315659);
-    const int yv12 = *(int *)(_120 + (19 * 4));
+    const int yv12 = zvxp_color_format_word(_120);
 
     std::memset(_120, zvxp_fill, sizeof(record));
     record.format.video.eColorFormat = OMX_COLOR_FormatYUV420Planar;
     zvx_omx_translate_color_format_to_client(&record, &store, OMX_COLOR_FormatYUV420Planar);
-    const int planar = *(int *)(_120 + (19 * 4));
+    const int planar = zvxp_color_format_word(_120);
 
     zvx_omx_config_destruct(&store);
     ZVX_REQUIRE(error == OMX_ErrorNone);

@@ -17,7 +17,7 @@ ProgramRun run_program(const std::string &arguments)
 {
     const std::string command = std::string(ZVX_UNIT_OMX_PATH) + " " + arguments + " 2>&1";
     ProgramRun run{"", -1};
-    FILE *pipe = popen(command.c_str(), "r");
+    FILE *pipe = popen(command.c_str(), "r"); // NOLINT(cert-env33-c): the shell merges the program's streams
     if (pipe == nullptr)
         return run;
     char chunk[4096];
@@ -59,7 +59,9 @@ TEST(ZvxUnitOmx, DataTranslationsRunsItsSevenTestsAndPasses)
     const ProgramRun run = run_program("--suite=\"Data Translations\" --pass --summary");
     for (unsigned id = 1; id <= 7; ++id) {
         char line[160];
-        std::snprintf(line, sizeof(line), "Pass: S:{Data Translations} T:{%s [0x%04x]}", translate_tests[id - 1], id);
+        ASSERT_GT(std::snprintf(line, sizeof(line), "Pass: S:{Data Translations} T:{%s [0x%04x]}",
+                                translate_tests[id - 1], id),
+                  0);
         EXPECT_NE(run.output.find(line), std::string::npos) << line << "\n" << run.output;
     }
     EXPECT_NE(run.output.find("All 7 tests passed"), std::string::npos) << run.output;
