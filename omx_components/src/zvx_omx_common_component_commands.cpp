@@ -1,6 +1,7 @@
 #include "zvx_omx_common_component_commands.h"
 
 #include <atomic>
+#include <cstring>
 #include <string_view>
 
 #include "zvx_mem.h"
@@ -184,14 +185,21 @@ OMX_ERRORTYPE zvx_omx_common_component_get_state(OMX_HANDLETYPE hComponent, OMX_
     return OMX_ErrorNone;
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the OpenMAX signature gives the name as OMX_STRING
 OMX_ERRORTYPE zvx_omx_common_component_get_component_version(OMX_HANDLETYPE hComponent, OMX_STRING pComponentName,
                                                              OMX_VERSIONTYPE *pComponentVersion,
                                                              OMX_VERSIONTYPE *pSpecVersion,
                                                              OMX_UUIDTYPE *pComponentUUID)
 {
     (void)pComponentUUID;
-    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_GetComponentVersion(handle=%p, name=%s). (%s:%d)", hComponent,
-            pComponentName != nullptr ? pComponentName : "(null)");
+    // The name is the client's output buffer, often not yet a string: read no further than its size.
+    char name[OMX_MAX_STRINGNAME_SIZE] = "(null)";
+    if (pComponentName != nullptr) {
+        const size_t length = strnlen(pComponentName, sizeof(name) - 1);
+        std::memcpy(name, pComponentName, length);
+        name[length] = '\0';
+    }
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "OMX_GetComponentVersion(handle=%p, name=%s). (%s:%d)", hComponent, name);
     if (pComponentVersion != nullptr) {
         pComponentVersion->nVersion = 0x00000001; /* 1.0.0.0 */
     }

@@ -471,13 +471,13 @@ OMX_ERRORTYPE zvxp_framerate_30(struct zvx_map *map, OMX_U32 port)
 
 OMX_ERRORTYPE zvxp_colour_descriptions(struct zvx_map *map, OMX_U32 port, uint32_t count)
 {
-    for (uint32_t sub_index = 0; sub_index < count; ++sub_index) {
+    for (uint32_t slot = 0; slot < count; ++slot) {
         OMX_ERRORTYPE error = zvxp_insert(map, OMX_IndexConfigDescribeHDRColorInfo,
-                                          zvxp_port_record<DescribeHDRStaticInfoParams>(port), sub_index);
+                                          zvxp_port_record<DescribeHDRStaticInfoParams>(port), slot);
         if (error != OMX_ErrorNone)
             return error;
         error = zvxp_insert(map, OMX_IndexParamDescribeColorAspects, zvxp_port_record<DescribeColorAspectsParams>(port),
-                            sub_index);
+                            slot);
         if (error != OMX_ErrorNone)
             return error;
     }

@@ -378,6 +378,7 @@ void zvxp_handle_colour_description(struct zvx_omx_common_component *comp,
         const ColorAspects aspects_before = aspects->sAspects;
         zvxp_describe_aspects(aspects->sAspects, colour);
         zvxp_describe_hdr(hdr->sInfo.sType1, colour);
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-exp42-c,cert-flp37-c): a whole copy, padding too
         hdr_changed = std::memcmp(&hdr_before, hdr, sizeof(hdr_before)) != 0;
         aspects_changed = std::memcmp(&aspects_before, &aspects->sAspects, sizeof(aspects_before)) != 0;
         if (aspects_changed) {

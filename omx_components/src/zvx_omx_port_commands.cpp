@@ -23,9 +23,9 @@ constexpr zvxp_port_flush_entry ZVXP_PORT_FLUSH[ZVX_OMX_PORT_COUNT] = {
     {ZVX_BASE_FLUSH_OUTPUT_PORT, ZVX_INSTR_FLUSHED_OUTPUT_SEND},
 };
 
-bool zvxp_port_selected(OMX_U32 selection, OMX_U32 port)
+bool zvxp_port_selected(OMX_U32 selection, OMX_U32 candidate)
 {
-    return selection == port || selection == OMX_ALL;
+    return selection == candidate || selection == OMX_ALL;
 }
 
 template <typename Record> Record *zvxp_allocate_port_command(command_function_t function, OMX_U32 port)

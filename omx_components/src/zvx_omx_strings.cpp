@@ -357,30 +357,34 @@ void zvxp_format_value(char *text, size_t capacity, const zvx_omx_record_field &
     const uint64_t raw = zvxp_read_unsigned(at, field.size);
     switch (field.kind) {
     case zvx_omx_field_kind::signed_int:
-        std::snprintf(text, capacity, "%" PRId64, zvxp_read_signed(at, field.size));
+        (void)std::snprintf(text, capacity, "%" PRId64, zvxp_read_signed(at, field.size));
         break;
     case zvx_omx_field_kind::boolean:
-        std::snprintf(text, capacity, "%s", raw == OMX_FALSE ? "OMX_FALSE" : raw == OMX_TRUE ? "OMX_TRUE" : "invalid");
+        (void)std::snprintf(text, capacity, "%s",
+                            raw == OMX_FALSE  ? "OMX_FALSE"
+                            : raw == OMX_TRUE ? "OMX_TRUE"
+                                              : "invalid");
         break;
     case zvx_omx_field_kind::version:
-        std::snprintf(text, capacity, "%u.%u.%u.%u", at[0], at[1], at[2], at[3]);
+        (void)std::snprintf(text, capacity, "%u.%u.%u.%u", at[0], at[1], at[2], at[3]);
         break;
     case zvx_omx_field_kind::color_format:
-        std::snprintf(text, capacity, "%s (0x%" PRIx64 ")", zvx_omx_color_format_name(static_cast<OMX_U32>(raw)), raw);
+        (void)std::snprintf(text, capacity, "%s (0x%" PRIx64 ")", zvx_omx_color_format_name(static_cast<OMX_U32>(raw)),
+                            raw);
         break;
     case zvx_omx_field_kind::coding:
-        std::snprintf(text, capacity, "%s (0x%" PRIx64 ")", zvx_omx_coding_name(static_cast<OMX_U32>(raw)), raw);
+        (void)std::snprintf(text, capacity, "%s (0x%" PRIx64 ")", zvx_omx_coding_name(static_cast<OMX_U32>(raw)), raw);
         break;
     case zvx_omx_field_kind::text:
-        std::snprintf(text, capacity, "\"%.*s\"",
-                      static_cast<int>(strnlen(reinterpret_cast<const char *>(at), field.size)),
-                      reinterpret_cast<const char *>(at));
+        (void)std::snprintf(text, capacity, "\"%.*s\"",
+                            static_cast<int>(strnlen(reinterpret_cast<const char *>(at), field.size)),
+                            reinterpret_cast<const char *>(at));
         break;
     case zvx_omx_field_kind::pointer:
-        std::snprintf(text, capacity, "0x%" PRIx64, raw);
+        (void)std::snprintf(text, capacity, "0x%" PRIx64, raw);
         break;
     case zvx_omx_field_kind::unsigned_int:
-        std::snprintf(text, capacity, "%" PRIu64 " (0x%" PRIx64 ")", raw, raw);
+        (void)std::snprintf(text, capacity, "%" PRIu64 " (0x%" PRIx64 ")", raw, raw);
         break;
     }
 }
@@ -438,7 +442,8 @@ void zvx_omx_strings_log_record(const char *entry, OMX_HANDLETYPE handle, OMX_U3
     for (const zvx_omx_record_field &field : std::span(layout.fields, layout.field_count)) {
         for (uint32_t element = 0; element < field.count; ++element) {
             char value[160];
-            zvxp_format_value(value, sizeof(value), field, bytes + field.offset + element * field.size);
+            zvxp_format_value(value, sizeof(value), field,
+                              bytes + field.offset + static_cast<size_t>(element) * field.size);
             if (field.count == 1)
                 ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_DEBUG, "  %s.%s = %s (%s:%d)", layout.type_name, field.name, value);
             else

@@ -14,7 +14,7 @@ struct zvx_omx_core_kind {
     const char *name;
     size_t record_size;
     /* On failure the record still holds what init made, and destroy releases it. */
-    OMX_ERRORTYPE (*init)
+    OMX_ERRORTYPE(*init)
     (struct zvx_omx_component *handle, void *record, OMX_PTR app_data, OMX_CALLBACKTYPE *callbacks);
     void (*destroy)(void *record);
     /* Rewrites a table the kind owns: callers take turns. */

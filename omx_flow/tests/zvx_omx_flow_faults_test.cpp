@@ -17,8 +17,10 @@ zvx_flow_run_options zvx_decode(uint32_t frames)
     return options;
 }
 
-const std::vector<zvx_flow_event> ZVX_PLAIN_DECODE =
-    zvx_events({{IDLE, EXECUTING}, zvx_reallocation(), {END_OF_STREAM, IDLE, LOADED}});
+std::vector<zvx_flow_event> zvx_plain_decode()
+{
+    return zvx_events({{IDLE, EXECUTING}, zvx_reallocation(), {END_OF_STREAM, IDLE, LOADED}});
+}
 
 TEST_F(FlowTest, RejectedOutputsComeBackEmptyAndThePicturesFollowInOrder)
 {
@@ -26,7 +28,7 @@ TEST_F(FlowTest, RejectedOutputsComeBackEmptyAndThePicturesFollowInOrder)
     options.script.faults = {zvx_fault(zvx_emu_fault_kind::reject_outputs, 12, 3)};
     const zvx_flow_run_result result = zvx_flow_run(options);
     expect_every_picture(result, 20);
-    EXPECT_EQ(result.events, ZVX_PLAIN_DECODE);
+    EXPECT_EQ(result.events, zvx_plain_decode());
     const auto first_picture = std::find_if(result.outputs.begin(), result.outputs.end(),
                                             [](const zvx_flow_output &output) { return output.filled_len > 0; });
     const auto end = std::find_if(first_picture, result.outputs.end(),
@@ -78,7 +80,7 @@ TEST_F(FlowTest, ErrorEventIsRecordedWithoutTroublingTheClientOrTheStream)
     options.script.faults = {error};
     const zvx_flow_run_result result = zvx_flow_run(options);
     expect_every_picture(result, 20);
-    EXPECT_EQ(result.events, ZVX_PLAIN_DECODE);
+    EXPECT_EQ(result.events, zvx_plain_decode());
     EXPECT_EQ(zvx_emu_get_totals().events_sent[ZVX_BASE_EVENT_ERROR], 1u);
     expect_nothing_left(result);
 }
@@ -91,7 +93,7 @@ TEST_F(FlowTest, SlowDeviceDeliversTheSameStream)
     options.script.delays = {1500, 1000, 2000, 2000};
     const zvx_flow_run_result result = zvx_flow_run(options);
     expect_every_picture(result, 12);
-    EXPECT_EQ(result.events, ZVX_PLAIN_DECODE);
+    EXPECT_EQ(result.events, zvx_plain_decode());
     expect_nothing_left(result);
 }
 
@@ -118,7 +120,7 @@ TEST_F(FlowTest, ShuffledDeviceEventsStillGiveInputsBackInTheOrderTheyWereQueued
     input_order order;
     const zvx_flow_run_result result = zvx_flow_run(options, &order);
     expect_every_picture(result, 40);
-    EXPECT_EQ(result.events, ZVX_PLAIN_DECODE);
+    EXPECT_EQ(result.events, zvx_plain_decode());
     EXPECT_EQ(order.returned, order.queued);
     expect_nothing_left(result);
 }

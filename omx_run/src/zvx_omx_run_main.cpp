@@ -40,11 +40,11 @@ int main(int argc, char **argv)
     zvx_run_options options;
     std::string error;
     if (!zvx_run_parse_options(argc, argv, &options, &error)) {
-        std::fprintf(stderr, "zvx_omx_run: %s\n", error.c_str());
+        (void)std::fprintf(stderr, "zvx_omx_run: %s\n", error.c_str());
         return ZVXP_BAD_USAGE;
     }
     if (options.help) {
-        std::fputs(zvx_run_usage(), stdout);
+        (void)std::fputs(zvx_run_usage(), stdout);
         return EXIT_SUCCESS;
     }
     /* The component warns of what the faults make it do; the summary says it better. */
@@ -62,7 +62,7 @@ int main(int argc, char **argv)
 
     zvx_run_print_summary(stdout, options, result);
     if (!options.trace_path.empty() && !trace.write(options.trace_path)) {
-        std::fprintf(stderr, "zvx_omx_run: cannot write the trace to %s\n", options.trace_path.c_str());
+        (void)std::fprintf(stderr, "zvx_omx_run: cannot write the trace to %s\n", options.trace_path.c_str());
         return ZVXP_FAILED;
     }
     return result.completed ? EXIT_SUCCESS : ZVXP_FAILED;

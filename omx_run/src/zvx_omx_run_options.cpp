@@ -2,8 +2,9 @@
 
 #include <getopt.h>
 
+#include <algorithm>
+#include <array>
 #include <charconv>
-#include <set>
 #include <string_view>
 #include <vector>
 
@@ -14,9 +15,15 @@ constexpr uint32_t ZVXP_MAX_SIDE = 4096;
 constexpr uint32_t ZVXP_MAX_FRAMES = 1000000;
 constexpr uint32_t ZVXP_MAX_DELAY_US = 1000000;
 
-const std::set<std::string_view> ZVXP_DECODE_CODECS = {"avc", "h263", "mpeg4", "vp8", "vp9",
-                                                       "rv",  "vc1",  "mpeg2", "hevc"};
-const std::set<std::string_view> ZVXP_ENCODE_CODECS = {"avc", "vp8", "vp9", "hevc"};
+constexpr std::array<std::string_view, 9> ZVXP_DECODE_CODECS = {"avc", "h263", "mpeg4", "vp8", "vp9",
+                                                                "rv",  "vc1",  "mpeg2", "hevc"};
+constexpr std::array<std::string_view, 4> ZVXP_ENCODE_CODECS = {"avc", "vp8", "vp9", "hevc"};
+
+bool zvxp_codec_known(bool decode, std::string_view codec)
+{
+    return decode ? std::ranges::find(ZVXP_DECODE_CODECS, codec) != ZVXP_DECODE_CODECS.end()
+                  : std::ranges::find(ZVXP_ENCODE_CODECS, codec) != ZVXP_ENCODE_CODECS.end();
+}
 
 enum zvxp_option : int {
     ZVXP_ENCODE = 256,
@@ -148,7 +155,7 @@ bool zvxp_check(const zvx_run_options &options, std::string *error)
 {
     const zvx_flow_run_options &flow = options.flow;
     const bool decode = flow.kind == zvx_flow_kind::decoder;
-    if (!(decode ? ZVXP_DECODE_CODECS : ZVXP_ENCODE_CODECS).contains(flow.codec)) {
+    if (!zvxp_codec_known(decode, flow.codec)) {
         return zvxp_fail(error, "no " + std::string(decode ? "decoder" : "encoder") + " for codec '" + flow.codec +
                                     "' (see --help)");
     }

@@ -50,7 +50,7 @@ void zvx_run_progress::finish()
     finished_.notify_all();
     painter_.join();
     draw();
-    std::fputc('\n', stderr);
+    (void)std::fputc('\n', stderr);
 }
 
 void zvx_run_progress::draw()
@@ -64,6 +64,6 @@ void zvx_run_progress::draw()
         bar[i] = i < filled ? '#' : '.';
     }
     bar[ZVXP_BAR_WIDTH] = '\0';
-    std::fprintf(stderr, "\r[%s] %u/%u frames", bar, out, frames_);
-    std::fflush(stderr);
+    (void)std::fprintf(stderr, "\r[%s] %u/%u frames", bar, out, frames_);
+    (void)std::fflush(stderr);
 }

@@ -15,7 +15,7 @@ constexpr int ZVXP_COMPONENT_THREAD = 2;
 std::string zvxp_format(const char *format, auto... values)
 {
     char text[256];
-    std::snprintf(text, sizeof(text), format, values...);
+    (void)std::snprintf(text, sizeof(text), format, values...);
     return text;
 }
 

@@ -27,7 +27,8 @@ uint32_t zvxp_word_at(const void *record, uint32_t offset)
 
 } // namespace
 
-Device::Device(const zvx_emu_script &script, Totals &totals) : totals_(totals), script_(script)
+Device::Device(const zvx_emu_script &script, Totals &totals)
+    : totals_(totals), script_(script), shuffle_random_(script.shuffle_seed)
 {
     stream_.set_reorder_depth(script_.reorder_depth);
 }

@@ -94,10 +94,10 @@ private:
     void announce(const Announcement &announcement);
     void consume_input();
     void produce_output();
-    void produce_picture(QueuedIterator output, Picture &picture);
-    void produce_bitstream(QueuedIterator output, Picture &picture);
-    void reject_output(QueuedIterator output);
-    void return_buffer(uint32_t port, QueuedIterator queued, const zvx_base_buffer_userspace &returned);
+    void produce_picture(const QueuedIterator &output, Picture &picture);
+    void produce_bitstream(const QueuedIterator &output, Picture &picture);
+    void reject_output(const QueuedIterator &output);
+    void return_buffer(uint32_t port, const QueuedIterator &queued, const zvx_base_buffer_userspace &returned);
     zvx_base_buffer_userspace returned_descriptor(const zvx_base_buffer_details &details) const;
     std::optional<QueuedIterator> find_output(bool stale);
     Geometry geometry_of_next_picture(zvx_emu_report *report);

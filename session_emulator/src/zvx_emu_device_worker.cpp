@@ -333,7 +333,7 @@ void Device::produce_output()
         produce_bitstream(output, picture);
 }
 
-void Device::produce_picture(QueuedIterator output, Picture &picture)
+void Device::produce_picture(const QueuedIterator &output, Picture &picture)
 {
     /* The host's own stride and slice height, not the ones the stream would ask for: each buffer's as
      * it was registered, which outlive a port definition the host changed without telling the session. */
@@ -367,7 +367,7 @@ void Device::produce_picture(QueuedIterator output, Picture &picture)
     return_buffer(OUTPUT_PORT, output, returned);
 }
 
-void Device::produce_bitstream(QueuedIterator output, Picture &picture)
+void Device::produce_bitstream(const QueuedIterator &output, Picture &picture)
 {
     const zvx_base_buffer_userspace &target = registered_.at(output->buffer_id).descriptor;
     const uint32_t length = zvx_emu_bitstream_length(picture.geometry.width, picture.geometry.height, picture.key);
@@ -389,7 +389,7 @@ void Device::produce_bitstream(QueuedIterator output, Picture &picture)
     return_buffer(OUTPUT_PORT, output, returned);
 }
 
-void Device::reject_output(QueuedIterator output)
+void Device::reject_output(const QueuedIterator &output)
 {
     zvx_base_buffer_userspace returned = returned_descriptor(*output);
     returned.filled_len = 0;
@@ -409,7 +409,7 @@ zvx_base_buffer_userspace Device::returned_descriptor(const zvx_base_buffer_deta
     return returned;
 }
 
-void Device::return_buffer(uint32_t port, QueuedIterator queued, const zvx_base_buffer_userspace &returned)
+void Device::return_buffer(uint32_t port, const QueuedIterator &queued, const zvx_base_buffer_userspace &returned)
 {
     registered_.at(queued->buffer_id).queued = false;
     queued_[port].erase(queued);

@@ -76,6 +76,7 @@ size_t EventQueue::discard_all()
 }
 
 /* The counter is non-zero exactly while events wait: one write on the first, one read on the last. */
+// NOLINTNEXTLINE(readability-make-member-function-const): it changes what the queue's descriptor reports
 void EventQueue::set_readable(bool readable)
 {
     if (fd_ == -1)

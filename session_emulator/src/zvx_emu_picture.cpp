@@ -123,8 +123,8 @@ void zvx_emu_write_picture(uint8_t *buffer, const zvx_emu_picture_layout &layout
     for (uint32_t p = 0; p < layout.plane_count; ++p) {
         const zvx_emu_plane &plane = layout.planes[p];
         for (uint32_t row = 0; row < plane.rows; ++row)
-            zvxp_write_run(buffer + plane.offset + row * plane.stride, zvxp_row_base(frame, p, row), 0,
-                           plane.row_bytes);
+            zvxp_write_run(buffer + plane.offset + static_cast<size_t>(row) * plane.stride,
+                           zvxp_row_base(frame, p, row), 0, plane.row_bytes);
     }
 }
 
@@ -140,8 +140,8 @@ bool zvx_emu_picture_matches(const uint8_t *buffer, size_t filled, const zvx_emu
     for (uint32_t p = 0; p < layout.plane_count; ++p) {
         const zvx_emu_plane &plane = layout.planes[p];
         for (uint32_t row = 0; row < plane.rows; ++row) {
-            if (!zvxp_run_matches(buffer + plane.offset + row * plane.stride, zvxp_row_base(frame, p, row), 0,
-                                  plane.row_bytes))
+            if (!zvxp_run_matches(buffer + plane.offset + static_cast<size_t>(row) * plane.stride,
+                                  zvxp_row_base(frame, p, row), 0, plane.row_bytes))
                 return false;
         }
     }

@@ -1,5 +1,6 @@
 #include "zvx_emu_roles.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -15,11 +16,7 @@ constexpr std::array<std::string_view, 4> ZVXP_ENCODER_CODECS = {"avc", "vp8", "
 
 template <size_t N> bool zvxp_offers(const std::array<std::string_view, N> &codecs, std::string_view codec)
 {
-    for (std::string_view offered : codecs) {
-        if (offered == codec)
-            return true;
-    }
-    return false;
+    return std::ranges::find(codecs, codec) != codecs.end();
 }
 
 } // namespace

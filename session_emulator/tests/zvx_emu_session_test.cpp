@@ -472,7 +472,7 @@ void decode_on_two_threads(uint32_t frames, std::atomic<int> *failures)
             const zvx_base_buffer_handle_t id = free_inputs.front();
             free_inputs.pop_front();
             guard.unlock();
-            host.queue(0, id, 16, frame + 1 == frames ? OMX_BUFFERFLAG_EOS : 0, frame * 10);
+            host.queue(0, id, 16, frame + 1 == frames ? OMX_BUFFERFLAG_EOS : 0, uint64_t{frame} * 10);
         }
     });
     uint32_t outputs = 0;
@@ -513,6 +513,7 @@ TEST_F(EmuSession, SeveralDevicesDecodeAtOnceFromSeveralThreadsEach)
 {
     std::atomic<int> failures{0};
     std::vector<std::thread> devices;
+    devices.reserve(3);
     for (int i = 0; i < 3; ++i)
         devices.emplace_back(decode_on_two_threads, 40, &failures);
     for (std::thread &device : devices)
