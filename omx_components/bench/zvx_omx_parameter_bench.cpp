@@ -8,24 +8,13 @@
 #include <vector>
 
 #include "zvx_bench_latency.h"
+#include "zvx_omx_config.h"
 #include "zvx_omx_encoder_component.h"
 #ifdef ZVX_HAVE_BELLAGIO_PEER
 #include "zvx_bellagio_peer.h"
 #endif
 
 namespace {
-
-template <typename T> T zvxp_record(OMX_U32 port)
-{
-    T record;
-    std::memset(&record, 0, sizeof(record));
-    record.nSize = sizeof(record);
-    record.nVersion.s.nVersionMajor = 1;
-    record.nVersion.s.nVersionMinor = 1;
-    record.nVersion.s.nRevision = 2;
-    record.nPortIndex = port;
-    return record;
-}
 
 // A loaded encoder with its command thread running, as a client holds it after GetHandle.
 struct zvxp_encoder {
@@ -60,7 +49,7 @@ void BM_GetParameterPortDefinition(benchmark::State &state)
         return;
     }
     OMX_COMPONENTTYPE *omx = &encoder->handle.omx;
-    auto definition = zvxp_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    auto definition = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
     zvxp_time_calls(state,
                     [&] { return omx->GetParameter(omx, OMX_IndexParamPortDefinition, &definition) == OMX_ErrorNone; });
 }
@@ -73,7 +62,7 @@ void BM_SetParameterVideoBitrate(benchmark::State &state)
         return;
     }
     OMX_COMPONENTTYPE *omx = &encoder->handle.omx;
-    auto bitrate = zvxp_record<OMX_VIDEO_PARAM_BITRATETYPE>(1);
+    auto bitrate = zvx_omx_stamped_record<OMX_VIDEO_PARAM_BITRATETYPE>(1);
     bitrate.eControlRate = OMX_Video_ControlRateVariable;
     zvxp_time_calls(state, [&] {
         bitrate.nTargetBitrate = bitrate.nTargetBitrate == 1000000 ? 2000000 : 1000000;

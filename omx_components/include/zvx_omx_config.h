@@ -11,6 +11,7 @@
 #include <OMX_Types.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 #include "zvx_util_map.h"
 
@@ -30,6 +31,18 @@ void *zvx_omx_config_find(struct zvx_map *map, uint32_t index, uint32_t array_in
 
 /* Stamps nSize and version 1.1.2.0 on a record the caller is about to store. */
 void zvx_omx_config_init_header(void *record, OMX_U32 size);
+
+/* A record as the store keeps it and as a client fills it before a get or set: zeroed (padding too),
+ * its header stamped and, where it has one, its port index set. */
+template <typename T> T zvx_omx_stamped_record(OMX_U32 port = 0)
+{
+    T record;
+    memset(&record, 0, sizeof(record));
+    zvx_omx_config_init_header(&record, sizeof(record));
+    if constexpr (requires { record.nPortIndex; })
+        record.nPortIndex = port;
+    return record;
+}
 
 OMX_ERRORTYPE zvx_omx_config_bitstream_port(struct zvx_map *map, OMX_U32 port);
 OMX_ERRORTYPE zvx_omx_config_frame_port(struct zvx_map *map, OMX_U32 direction, bool is_encoder);

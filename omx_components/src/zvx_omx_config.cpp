@@ -45,22 +45,6 @@ void zvxp_config_free(zvx_map_pointer block)
     zvx_mem_free(block);
 }
 
-// A zeroed record with its header stamped and, when it has one, its port index set.
-template <typename T> T zvxp_record()
-{
-    T record;
-    std::memset(&record, 0, sizeof(record));
-    zvx_omx_config_init_header(&record, sizeof(record));
-    return record;
-}
-
-template <typename T> T zvxp_port_record(OMX_U32 port)
-{
-    T record = zvxp_record<T>();
-    record.nPortIndex = port;
-    return record;
-}
-
 template <typename T>
 OMX_ERRORTYPE zvxp_insert(struct zvx_map *map, OMX_U32 index, const T &record, uint32_t array_index = 0)
 {
@@ -81,7 +65,7 @@ OMX_ERRORTYPE zvxp_first_error(std::initializer_list<OMX_ERRORTYPE (*)(struct zv
 
 OMX_PARAM_PORTDEFINITIONTYPE zvxp_bitstream_port_definition(OMX_U32 port, OMX_VIDEO_CODINGTYPE coding)
 {
-    auto def = zvxp_port_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
+    auto def = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
     def.eDir = static_cast<OMX_DIRTYPE>(port);
     def.nBufferCountActual = zvxp_default_buffer_count;
     def.nBufferCountMin = zvxp_default_buffer_count;
@@ -99,7 +83,7 @@ OMX_PARAM_PORTDEFINITIONTYPE zvxp_bitstream_port_definition(OMX_U32 port, OMX_VI
 OMX_VIDEO_PARAM_PORTFORMATTYPE zvxp_port_format(OMX_U32 port, OMX_U32 index, OMX_VIDEO_CODINGTYPE coding,
                                                 OMX_COLOR_FORMATTYPE color, OMX_U32 framerate)
 {
-    auto format = zvxp_port_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(port);
+    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(port);
     format.nIndex = index;
     format.eCompressionFormat = coding;
     format.eColorFormat = color;
@@ -125,7 +109,7 @@ OMX_ERRORTYPE zvxp_profile_levels(struct zvx_map *map, OMX_U32 port, std::initia
     OMX_U32 sub_index = 0;
     for (OMX_U32 profile : profiles) {
         for (OMX_U32 level : levels) {
-            auto pair = zvxp_port_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(port);
+            auto pair = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(port);
             pair.eProfile = profile;
             pair.eLevel = level;
             pair.nProfileIndex = sub_index;
@@ -146,12 +130,12 @@ OMX_ERRORTYPE zvxp_no_profile_levels(struct zvx_map *map, OMX_U32 port)
 
 OMX_ERRORTYPE zvxp_nal_stream_formats(struct zvx_map *map, OMX_U32 port)
 {
-    auto select = zvxp_port_record<OMX_NALSTREAMFORMATTYPE>(port);
+    auto select = zvx_omx_stamped_record<OMX_NALSTREAMFORMATTYPE>(port);
     select.eNaluFormat = OMX_NaluFormatStartCodes;
     OMX_ERRORTYPE error = zvxp_insert(map, OMX_IndexParamNalStreamFormatSelect, select);
     if (error != OMX_ErrorNone)
         return error;
-    auto supported = zvxp_port_record<OMX_NALSTREAMFORMATTYPE>(port);
+    auto supported = zvx_omx_stamped_record<OMX_NALSTREAMFORMATTYPE>(port);
     supported.eNaluFormat = static_cast<OMX_NALUFORMATSTYPE>(OMX_NaluFormatStartCodes | OMX_NaluFormatOneNaluPerBuffer);
     return zvxp_insert(map, OMX_IndexParamNalStreamFormatSupported, supported);
 }
@@ -184,7 +168,7 @@ OMX_ERRORTYPE zvxp_avc_config(OMX_U32 port, struct zvx_map *map)
     OMX_ERRORTYPE error = zvxp_codec_port(map, port, OMX_VIDEO_CodingAVC);
     if (error != OMX_ErrorNone)
         return error;
-    auto avc = zvxp_port_record<OMX_VIDEO_PARAM_AVCTYPE>(port);
+    auto avc = zvx_omx_stamped_record<OMX_VIDEO_PARAM_AVCTYPE>(port);
     avc.nPFrames = 29;
     avc.eProfile = OMX_VIDEO_AVCProfileBaseline;
     avc.eLevel = OMX_VIDEO_AVCLevel1;
@@ -210,7 +194,7 @@ OMX_ERRORTYPE h263_decode_config(OMX_U32 port, struct zvx_map *map)
     OMX_ERRORTYPE error = zvxp_codec_port(map, port, OMX_VIDEO_CodingH263);
     if (error != OMX_ErrorNone)
         return error;
-    auto h263 = zvxp_port_record<OMX_VIDEO_PARAM_H263TYPE>(port);
+    auto h263 = zvx_omx_stamped_record<OMX_VIDEO_PARAM_H263TYPE>(port);
     h263.eProfile = OMX_VIDEO_H263ProfileBaseline;
     h263.eLevel = OMX_VIDEO_H263Level10;
     error = zvxp_insert(map, OMX_IndexParamVideoH263, h263);
@@ -240,13 +224,13 @@ OMX_ERRORTYPE hevc_encode_config(OMX_U32 port, struct zvx_map *map)
     OMX_ERRORTYPE error = zvxp_codec_port(map, port, OMX_VIDEO_CodingHEVC);
     if (error != OMX_ErrorNone)
         return error;
-    auto hevc = zvxp_port_record<OMX_VIDEO_PARAM_HEVCTYPE>(port);
+    auto hevc = zvx_omx_stamped_record<OMX_VIDEO_PARAM_HEVCTYPE>(port);
     hevc.eProfile = OMX_VIDEO_HEVCProfileMain;
     hevc.eLevel = OMX_VIDEO_HEVCMainTierLevel1;
     error = zvxp_insert(map, OMX_IndexParamVideoHevc, hevc);
     if (error != OMX_ErrorNone)
         return error;
-    error = zvxp_insert(map, QURO_IndexParamVideoHevc, zvxp_port_record<QURO_VIDEO_PARAM_HEVCTYPE>(port));
+    error = zvxp_insert(map, QURO_IndexParamVideoHevc, zvx_omx_stamped_record<QURO_VIDEO_PARAM_HEVCTYPE>(port));
     if (error != OMX_ErrorNone)
         return error;
     return zvxp_hevc_profile_levels(map, port);
@@ -262,7 +246,7 @@ OMX_ERRORTYPE jpeg_encode_config(OMX_U32 port, struct zvx_map *map)
     OMX_ERRORTYPE error = zvxp_codec_port(map, port, OMX_VIDEO_CodingMJPEG);
     if (error != OMX_ErrorNone)
         return error;
-    auto quality = zvxp_port_record<OMX_IMAGE_PARAM_QFACTORTYPE>(port);
+    auto quality = zvx_omx_stamped_record<OMX_IMAGE_PARAM_QFACTORTYPE>(port);
     quality.nQFactor = 90;
     return zvxp_insert(map, OMX_IndexParamQFactor, quality);
 }
@@ -272,7 +256,7 @@ OMX_ERRORTYPE mpeg2_decode_config(OMX_U32 port, struct zvx_map *map)
     OMX_ERRORTYPE error = zvxp_codec_port(map, port, OMX_VIDEO_CodingMPEG2);
     if (error != OMX_ErrorNone)
         return error;
-    auto mpeg2 = zvxp_port_record<OMX_VIDEO_PARAM_MPEG2TYPE>(port);
+    auto mpeg2 = zvx_omx_stamped_record<OMX_VIDEO_PARAM_MPEG2TYPE>(port);
     mpeg2.eProfile = OMX_VIDEO_MPEG2ProfileSimple;
     mpeg2.eLevel = OMX_VIDEO_MPEG2LevelLL;
     error = zvxp_insert(map, OMX_IndexParamVideoMpeg2, mpeg2);
@@ -288,7 +272,7 @@ OMX_ERRORTYPE mpeg4_decode_config(OMX_U32 port, struct zvx_map *map)
     OMX_ERRORTYPE error = zvxp_codec_port(map, port, OMX_VIDEO_CodingMPEG4);
     if (error != OMX_ErrorNone)
         return error;
-    auto mpeg4 = zvxp_port_record<OMX_VIDEO_PARAM_MPEG4TYPE>(port);
+    auto mpeg4 = zvx_omx_stamped_record<OMX_VIDEO_PARAM_MPEG4TYPE>(port);
     mpeg4.eProfile = OMX_VIDEO_MPEG4ProfileSimple;
     mpeg4.eLevel = OMX_VIDEO_MPEG4Level0;
     error = zvxp_insert(map, OMX_IndexParamVideoMpeg4, mpeg4);
@@ -305,7 +289,7 @@ OMX_ERRORTYPE rv_decode_config(OMX_U32 port, struct zvx_map *map)
     OMX_ERRORTYPE error = zvxp_codec_port(map, port, OMX_VIDEO_CodingRV);
     if (error != OMX_ErrorNone)
         return error;
-    auto rv = zvxp_port_record<OMX_VIDEO_PARAM_RVTYPE>(port);
+    auto rv = zvx_omx_stamped_record<OMX_VIDEO_PARAM_RVTYPE>(port);
     rv.eFormat = OMX_VIDEO_RVFormat8;
     error = zvxp_insert(map, OMX_IndexParamVideoRv, rv);
     if (error != OMX_ErrorNone)
@@ -329,7 +313,7 @@ OMX_ERRORTYPE vc1_decode_config(OMX_U32 port, struct zvx_map *map)
 
 OMX_VIDEO_PARAM_VP8TYPE zvxp_vp8_record(OMX_U32 port)
 {
-    auto vp8 = zvxp_port_record<OMX_VIDEO_PARAM_VP8TYPE>(port);
+    auto vp8 = zvx_omx_stamped_record<OMX_VIDEO_PARAM_VP8TYPE>(port);
     vp8.eProfile = OMX_VIDEO_VP8ProfileMain;
     vp8.eLevel = OMX_VIDEO_VP8Level_Version0;
     return vp8;
@@ -337,7 +321,7 @@ OMX_VIDEO_PARAM_VP8TYPE zvxp_vp8_record(OMX_U32 port)
 
 OMX_VIDEO_PARAM_ANDROID_VP8ENCODERTYPE zvxp_vpx_encoder_record(OMX_U32 port)
 {
-    auto encoder = zvxp_port_record<OMX_VIDEO_PARAM_ANDROID_VP8ENCODERTYPE>(port);
+    auto encoder = zvx_omx_stamped_record<OMX_VIDEO_PARAM_ANDROID_VP8ENCODERTYPE>(port);
     encoder.eTemporalPattern = OMX_VIDEO_VPXTemporalLayerPatternNone;
     encoder.nMinQuantizer = 0;
     encoder.nMaxQuantizer = 127;
@@ -389,7 +373,7 @@ OMX_ERRORTYPE vp9_encode_config(OMX_U32 port, struct zvx_map *map)
     error = zvxp_insert(map, OMX_IndexParamVideoAndroidVp8Encoder, zvxp_vpx_encoder_record(port));
     if (error != OMX_ErrorNone)
         return error;
-    auto vp9 = zvxp_port_record<OMX_VIDEO_PARAM_VP9TYPE>(port);
+    auto vp9 = zvx_omx_stamped_record<OMX_VIDEO_PARAM_VP9TYPE>(port);
     vp9.eProfile = OMX_VIDEO_VP9Profile0;
     vp9.eLevel = OMX_VIDEO_VP9Level1;
     error = zvxp_insert(map, OMX_IndexParamVideoVp9, vp9);
@@ -409,7 +393,7 @@ OMX_ERRORTYPE zvxp_encoder_current_profile_level(struct zvx_map *map, OMX_U32 po
         zvx_omx_config_find(map, OMX_IndexParamVideoProfileLevelQuerySupported, 0));
     if (first == nullptr)
         return OMX_ErrorNone;
-    auto current = zvxp_port_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(port);
+    auto current = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(port);
     current.eProfile = first->eProfile;
     current.eLevel = first->eLevel;
     return zvxp_insert(map, OMX_IndexParamVideoProfileLevelCurrent, current);
@@ -430,7 +414,7 @@ OMX_ERRORTYPE zvxp_dispatch(uint32_t type, OMX_U32 port, struct zvx_map *map, zv
 
 OMX_ERRORTYPE zvxp_buffer_supplier(struct zvx_map *map, OMX_U32 port)
 {
-    auto supplier = zvxp_port_record<OMX_PARAM_BUFFERSUPPLIERTYPE>(port);
+    auto supplier = zvx_omx_stamped_record<OMX_PARAM_BUFFERSUPPLIERTYPE>(port);
     supplier.eBufferSupplier = port == zvxp_input_port ? OMX_BufferSupplyOutput : OMX_BufferSupplyInput;
     return zvxp_insert(map, OMX_IndexParamCompBufferSupplier, supplier);
 }
@@ -438,33 +422,34 @@ OMX_ERRORTYPE zvxp_buffer_supplier(struct zvx_map *map, OMX_U32 port)
 OMX_ERRORTYPE zvxp_native_buffers_off(struct zvx_map *map, OMX_U32 port)
 {
     return zvxp_insert(map, OMX_IndexParamEnableAndroidNativeBuffer,
-                       zvxp_port_record<EnableAndroidNativeBuffersParams>(port));
+                       zvx_omx_stamped_record<EnableAndroidNativeBuffersParams>(port));
 }
 
 OMX_ERRORTYPE zvxp_native_buffer_usage(struct zvx_map *map, OMX_U32 port)
 {
     return zvxp_insert(map, OMX_IndexParamGetAndroidNativeBufferUsage,
-                       zvxp_port_record<GetAndroidNativeBufferUsageParams>(port));
+                       zvx_omx_stamped_record<GetAndroidNativeBufferUsageParams>(port));
 }
 
 OMX_ERRORTYPE zvxp_store_metadata_off(struct zvx_map *map, OMX_U32 port)
 {
-    return zvxp_insert(map, OMX_IndexParamEnableStoreMetaData, zvxp_port_record<StoreMetaDataInBuffersParams>(port));
+    return zvxp_insert(map, OMX_IndexParamEnableStoreMetaData,
+                       zvx_omx_stamped_record<StoreMetaDataInBuffersParams>(port));
 }
 
 OMX_ERRORTYPE zvxp_dmabuf_off(struct zvx_map *map, OMX_U32 port)
 {
-    return zvxp_insert(map, OMX_IndexParamEnableDmaBuf, zvxp_port_record<OMX_PARAM_ENABLEDMABUFTYPE>(port));
+    return zvxp_insert(map, OMX_IndexParamEnableDmaBuf, zvx_omx_stamped_record<OMX_PARAM_ENABLEDMABUFTYPE>(port));
 }
 
 OMX_ERRORTYPE zvxp_tcx_off(struct zvx_map *map, OMX_U32 port)
 {
-    return zvxp_insert(map, OMX_IndexParamEnableTCX, zvxp_port_record<OMX_PARAM_ENABLETCXTYPE>(port));
+    return zvxp_insert(map, OMX_IndexParamEnableTCX, zvx_omx_stamped_record<OMX_PARAM_ENABLETCXTYPE>(port));
 }
 
 OMX_ERRORTYPE zvxp_framerate_30(struct zvx_map *map, OMX_U32 port)
 {
-    auto framerate = zvxp_port_record<OMX_CONFIG_FRAMERATETYPE>(port);
+    auto framerate = zvx_omx_stamped_record<OMX_CONFIG_FRAMERATETYPE>(port);
     framerate.xEncodeFramerate = zvxp_fps_30_q16;
     return zvxp_insert(map, OMX_IndexConfigVideoFramerate, framerate);
 }
@@ -473,11 +458,11 @@ OMX_ERRORTYPE zvxp_colour_descriptions(struct zvx_map *map, OMX_U32 port, uint32
 {
     for (uint32_t slot = 0; slot < count; ++slot) {
         OMX_ERRORTYPE error = zvxp_insert(map, OMX_IndexConfigDescribeHDRColorInfo,
-                                          zvxp_port_record<DescribeHDRStaticInfoParams>(port), slot);
+                                          zvx_omx_stamped_record<DescribeHDRStaticInfoParams>(port), slot);
         if (error != OMX_ErrorNone)
             return error;
-        error = zvxp_insert(map, OMX_IndexParamDescribeColorAspects, zvxp_port_record<DescribeColorAspectsParams>(port),
-                            slot);
+        error = zvxp_insert(map, OMX_IndexParamDescribeColorAspects,
+                            zvx_omx_stamped_record<DescribeColorAspectsParams>(port), slot);
         if (error != OMX_ErrorNone)
             return error;
     }
@@ -486,7 +471,7 @@ OMX_ERRORTYPE zvxp_colour_descriptions(struct zvx_map *map, OMX_U32 port, uint32
 
 OMX_ERRORTYPE zvxp_decoder_output_extras(struct zvx_map *map, OMX_U32 port)
 {
-    auto scale = zvxp_port_record<OMX_CONFIG_SCALEFACTORTYPE>(port);
+    auto scale = zvx_omx_stamped_record<OMX_CONFIG_SCALEFACTORTYPE>(port);
     scale.xWidth = zvxp_unity_q16;
     scale.xHeight = zvxp_unity_q16;
     OMX_ERRORTYPE error = zvxp_insert(map, OMX_IndexConfigCommonScale, scale);
@@ -495,7 +480,7 @@ OMX_ERRORTYPE zvxp_decoder_output_extras(struct zvx_map *map, OMX_U32 port)
     error = zvxp_tcx_off(map, port);
     if (error != OMX_ErrorNone)
         return error;
-    auto operating_rate = zvxp_port_record<OMX_PARAM_U32TYPE>(port);
+    auto operating_rate = zvx_omx_stamped_record<OMX_PARAM_U32TYPE>(port);
     operating_rate.nU32 = zvxp_unity_q16;
     error = zvxp_insert(map, OMX_IndexConfigOperatingRate, operating_rate);
     if (error != OMX_ErrorNone)
@@ -503,12 +488,13 @@ OMX_ERRORTYPE zvxp_decoder_output_extras(struct zvx_map *map, OMX_U32 port)
     error = zvxp_colour_descriptions(map, port, 2);
     if (error != OMX_ErrorNone)
         return error;
-    return zvxp_insert(map, QURO_IndexParamSequenceParameters, zvxp_port_record<QURO_PARAM_SEQUENECE_PARAMETERS>(port));
+    return zvxp_insert(map, QURO_IndexParamSequenceParameters,
+                       zvx_omx_stamped_record<QURO_PARAM_SEQUENECE_PARAMETERS>(port));
 }
 
 OMX_ERRORTYPE zvxp_encoder_input_extras(struct zvx_map *map, OMX_U32 port)
 {
-    auto dynamic_fps = zvxp_port_record<QURO_CONFIG_DYNAMICFPSTYPE>(port);
+    auto dynamic_fps = zvx_omx_stamped_record<QURO_CONFIG_DYNAMICFPSTYPE>(port);
     dynamic_fps.bEnabled = OMX_TRUE;
     dynamic_fps.nWindow = 3;
     dynamic_fps.bTrackChanges = OMX_TRUE;
@@ -526,18 +512,18 @@ OMX_ERRORTYPE zvxp_encoder_input_extras(struct zvx_map *map, OMX_U32 port)
 
 OMX_ERRORTYPE zvxp_encoder_output_rate(struct zvx_map *map, OMX_U32 port)
 {
-    auto bitrate = zvxp_port_record<OMX_VIDEO_PARAM_BITRATETYPE>(port);
+    auto bitrate = zvx_omx_stamped_record<OMX_VIDEO_PARAM_BITRATETYPE>(port);
     bitrate.eControlRate = OMX_Video_ControlRateDisable;
     bitrate.nTargetBitrate = zvxp_default_bitrate;
     OMX_ERRORTYPE error = zvxp_insert(map, OMX_IndexParamVideoBitrate, bitrate);
     if (error != OMX_ErrorNone)
         return error;
-    auto config_bitrate = zvxp_port_record<OMX_VIDEO_CONFIG_BITRATETYPE>(port);
+    auto config_bitrate = zvx_omx_stamped_record<OMX_VIDEO_CONFIG_BITRATETYPE>(port);
     config_bitrate.nEncodeBitrate = zvxp_default_bitrate;
     error = zvxp_insert(map, OMX_IndexConfigVideoBitrate, config_bitrate);
     if (error != OMX_ErrorNone)
         return error;
-    auto quantization = zvxp_port_record<OMX_VIDEO_PARAM_QUANTIZATIONTYPE>(port);
+    auto quantization = zvx_omx_stamped_record<OMX_VIDEO_PARAM_QUANTIZATIONTYPE>(port);
     quantization.nQpI = 27;
     quantization.nQpP = 27;
     quantization.nQpB = 27;
@@ -546,18 +532,18 @@ OMX_ERRORTYPE zvxp_encoder_output_rate(struct zvx_map *map, OMX_U32 port)
 
 OMX_ERRORTYPE zvxp_encoder_output_gop(struct zvx_map *map, OMX_U32 port)
 {
-    auto intra_period = zvxp_port_record<QURO_CONFIG_INTRAPERIODTYPE>(port);
+    auto intra_period = zvx_omx_stamped_record<QURO_CONFIG_INTRAPERIODTYPE>(port);
     intra_period.nIDRPeriod = 1;
     intra_period.nPFrames = 29;
     OMX_ERRORTYPE error = zvxp_insert(map, OMX_IndexConfigVideoIntraPeriod, intra_period);
     if (error != OMX_ErrorNone)
         return error;
-    auto rate_control = zvxp_port_record<QURO_VIDEO_PARAM_RATECONTROLTYPE>(port);
+    auto rate_control = zvx_omx_stamped_record<QURO_VIDEO_PARAM_RATECONTROLTYPE>(port);
     rate_control.nQpMax = 255;
     error = zvxp_insert(map, QURO_IndexParamRateControl, rate_control);
     if (error != OMX_ErrorNone)
         return error;
-    auto intra_refresh = zvxp_port_record<OMX_VIDEO_CONFIG_ANDROID_INTRAREFRESHTYPE>(port);
+    auto intra_refresh = zvx_omx_stamped_record<OMX_VIDEO_CONFIG_ANDROID_INTRAREFRESHTYPE>(port);
     intra_refresh.nRefreshPeriod = 30;
     return zvxp_insert(map, OMX_IndexConfigAndroidIntraRefresh, intra_refresh);
 }
@@ -584,7 +570,7 @@ OMX_ERRORTYPE zvxp_frame_port_with_rgb(struct zvx_map *map, OMX_U32 port)
 
 OMX_ERRORTYPE zvxp_port_counts(struct zvx_map *map, OMX_U32 index, OMX_U32 ports)
 {
-    auto counts = zvxp_record<OMX_PORT_PARAM_TYPE>();
+    auto counts = zvx_omx_stamped_record<OMX_PORT_PARAM_TYPE>();
     counts.nPorts = ports;
     counts.nStartPortNumber = 0;
     return zvxp_insert(map, index, counts);
@@ -660,7 +646,7 @@ OMX_ERRORTYPE zvx_omx_config_bitstream_port(struct zvx_map *map, OMX_U32 port)
     if (error != OMX_ErrorNone)
         return error;
     return zvxp_insert(map, OMX_IndexParamVideoProfileLevelCurrent,
-                       zvxp_port_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(port));
+                       zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(port));
 }
 
 OMX_ERRORTYPE zvx_omx_config_frame_port(struct zvx_map *map, OMX_U32 direction, bool is_encoder)
@@ -692,22 +678,22 @@ OMX_ERRORTYPE zvx_omx_config_frame_port(struct zvx_map *map, OMX_U32 direction, 
             return error;
     }
 
-    error = zvxp_insert(map, OMX_IndexConfigCommonRotate, zvxp_port_record<OMX_CONFIG_ROTATIONTYPE>(port));
+    error = zvxp_insert(map, OMX_IndexConfigCommonRotate, zvx_omx_stamped_record<OMX_CONFIG_ROTATIONTYPE>(port));
     if (error != OMX_ErrorNone)
         return error;
-    auto mirror = zvxp_port_record<OMX_CONFIG_MIRRORTYPE>(port);
+    auto mirror = zvx_omx_stamped_record<OMX_CONFIG_MIRRORTYPE>(port);
     mirror.eMirror = OMX_MirrorNone;
     error = zvxp_insert(map, OMX_IndexConfigCommonMirror, mirror);
     if (error != OMX_ErrorNone)
         return error;
-    auto buffer_size = zvxp_port_record<QURO_PARAM_BUFFERSIZETYPE>(port);
+    auto buffer_size = zvx_omx_stamped_record<QURO_PARAM_BUFFERSIZETYPE>(port);
     buffer_size.nWidth = zvxp_default_width;
     buffer_size.nHeight = zvxp_default_height;
     buffer_size.nStride = zvxp_default_width;
     error = zvxp_insert(map, OMX_IndexParamBufferSize, buffer_size);
     if (error != OMX_ErrorNone)
         return error;
-    auto crop = zvxp_port_record<OMX_CONFIG_RECTTYPE>(port);
+    auto crop = zvx_omx_stamped_record<OMX_CONFIG_RECTTYPE>(port);
     crop.nWidth = zvxp_default_width;
     crop.nHeight = zvxp_default_height;
     return zvxp_insert(map, OMX_IndexConfigCommonOutputCrop, crop);
@@ -857,7 +843,7 @@ OMX_ERRORTYPE zvx_omx_clone_default_settings(struct zvx_omx_common_component *co
     if (error != OMX_ErrorNone)
         return error;
 
-    auto standard_role = zvxp_record<OMX_PARAM_COMPONENTROLETYPE>();
+    auto standard_role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>();
     std::strncpy(reinterpret_cast<char *>(standard_role.cRole), role, OMX_MAX_STRINGNAME_SIZE);
     return zvxp_insert(map, OMX_IndexParamStandardComponentRole, standard_role);
 }

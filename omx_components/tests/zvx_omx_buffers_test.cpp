@@ -9,24 +9,12 @@
 #include <thread>
 #include <vector>
 
+#include "zvx_omx_config.h"
 #include "zvx_omx_encoder_component.h"
 #include "zvx_omx_extensions.h"
 #include "zvx_omx_test_client.h"
 
 namespace {
-
-template <typename T> T zvxp_record(OMX_U32 port)
-{
-    T record = {};
-    record.nSize = sizeof(record);
-    record.nVersion.s.nVersionMajor = 1;
-    record.nVersion.s.nVersionMinor = 1;
-    record.nVersion.s.nRevision = 2;
-    if constexpr (requires { record.nPortIndex; }) {
-        record.nPortIndex = port;
-    }
-    return record;
-}
 
 std::atomic<int> zvxp_queued_to_session;
 
@@ -517,7 +505,7 @@ TEST_F(Buffers, OutputCarriesWhatTheSessionWroteAndTheCropAndEndOfStream)
     EXPECT_EQ(filled.nFilledLen, 1000u);
     EXPECT_EQ(filled.nTimeStamp, 123456);
     EXPECT_EQ(filled.nFlags, static_cast<OMX_U32>(OMX_BUFFERFLAG_ENDOFFRAME | OMX_BUFFERFLAG_EOS));
-    auto crop = zvxp_record<OMX_CONFIG_RECTTYPE>(1);
+    auto crop = zvx_omx_stamped_record<OMX_CONFIG_RECTTYPE>(1);
     ASSERT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigCommonOutputCrop, &crop), OMX_ErrorNone);
     EXPECT_EQ(crop.nWidth, 100u);
     EXPECT_EQ(crop.nHeight, 80u);
@@ -567,7 +555,7 @@ TEST_F(Buffers, CallbacksMayQueueTheBufferTheyReturn)
 
 TEST_F(Buffers, RefusedOutputsWaitForEveryOutstandingOneThenGoBackTogether)
 {
-    auto role = zvxp_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::strcpy(reinterpret_cast<char *>(role.cRole), "video_decoder.vp9");
     ASSERT_EQ(omx_->SetParameter(omx_, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
     start_executing();
@@ -599,7 +587,7 @@ TEST_F(Buffers, RefusedOutputsWaitForEveryOutstandingOneThenGoBackTogether)
 
 TEST_F(Buffers, OutputsQueuedAfterTheReallocationWasAnnouncedGoBackRefusedWithoutAnnouncingItAgain)
 {
-    auto role = zvxp_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::strcpy(reinterpret_cast<char *>(role.cRole), "video_decoder.vp9");
     ASSERT_EQ(omx_->SetParameter(omx_, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
     start_executing();
@@ -620,7 +608,7 @@ TEST_F(Buffers, OutputsQueuedAfterTheReallocationWasAnnouncedGoBackRefusedWithou
 
 TEST_F(Buffers, OutputFlushGivesBackRefusedOutputsStillParked)
 {
-    auto role = zvxp_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::strcpy(reinterpret_cast<char *>(role.cRole), "video_decoder.vp9");
     ASSERT_EQ(omx_->SetParameter(omx_, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
     start_executing();
@@ -681,7 +669,7 @@ TEST_F(EncoderBuffers, EmptyEndOfStreamBeforeAnyBufferIsAnsweredAndNothingElseSl
 
     ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
     OMX_BUFFERHEADERTYPE *header = nullptr;
-    auto input = zvxp_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    auto input = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
     ASSERT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
     ASSERT_EQ(omx_->AllocateBuffer(omx_, &header, 0, nullptr, input.nBufferSize), OMX_ErrorNone);
     EXPECT_EQ(omx_->EmptyThisBuffer(omx_, stray), OMX_ErrorBadParameter)
@@ -706,7 +694,7 @@ TEST_F(EncoderBuffers, InputTimestampsSetTheFrameRateAndARunningSessionHearsOfIt
     ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandPortDisable, 1, nullptr), OMX_ErrorNone);
     EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_complete(OMX_CommandPortDisable, 1)});
     ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
-    auto input = zvxp_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    auto input = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
     ASSERT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
     std::vector<OMX_BUFFERHEADERTYPE *> headers(input.nBufferCountActual);
     for (OMX_BUFFERHEADERTYPE *&header : headers) {
@@ -723,7 +711,7 @@ TEST_F(EncoderBuffers, InputTimestampsSetTheFrameRateAndARunningSessionHearsOfIt
         headers[i]->nTimeStamp = static_cast<OMX_TICKS>(i) * 40000;
         ASSERT_EQ(omx_->EmptyThisBuffer(omx_, headers[i]), OMX_ErrorNone);
     }
-    auto rate = zvxp_record<OMX_CONFIG_FRAMERATETYPE>(0);
+    auto rate = zvx_omx_stamped_record<OMX_CONFIG_FRAMERATETYPE>(0);
     ASSERT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigVideoFramerate, &rate), OMX_ErrorNone);
     EXPECT_EQ(rate.xEncodeFramerate, 25u << 16);
     EXPECT_EQ(zvxp_rate_sent.load(), 25u << 16);

@@ -27,19 +27,6 @@
 
 namespace {
 
-template <typename T> T record_for(OMX_U32 port)
-{
-    T record;
-    std::memset(&record, 0, sizeof(record));
-    record.nSize = sizeof(record);
-    record.nVersion.s.nVersionMajor = 1;
-    record.nVersion.s.nVersionMinor = 1;
-    record.nVersion.s.nRevision = 2;
-    if constexpr (requires { record.nPortIndex; })
-        record.nPortIndex = port;
-    return record;
-}
-
 struct session_call {
     OMX_INDEXTYPE index;
     std::vector<uint8_t> bytes;
@@ -87,21 +74,21 @@ protected:
 
     OMX_PARAM_PORTDEFINITIONTYPE definition(OMX_U32 port)
     {
-        auto record = record_for<OMX_PARAM_PORTDEFINITIONTYPE>(port);
+        auto record = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
         EXPECT_EQ(get(OMX_IndexParamPortDefinition, &record), OMX_ErrorNone);
         return record;
     }
 
     OMX_ERRORTYPE set_role(const char *role)
     {
-        auto record = record_for<OMX_PARAM_COMPONENTROLETYPE>(0);
+        auto record = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
         std::strncpy(reinterpret_cast<char *>(record.cRole), role, sizeof(record.cRole) - 1);
         return set(OMX_IndexParamStandardComponentRole, &record);
     }
 
     std::string role()
     {
-        auto record = record_for<OMX_PARAM_COMPONENTROLETYPE>(0);
+        auto record = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
         EXPECT_EQ(get(OMX_IndexParamStandardComponentRole, &record), OMX_ErrorNone);
         return reinterpret_cast<const char *>(record.cRole);
     }
@@ -133,7 +120,7 @@ bool same_bytes(const OMX_PARAM_PORTDEFINITIONTYPE &a, const OMX_PARAM_PORTDEFIN
 
 TEST_F(DecoderParameters, MissingHandleRecordOrPrivatePartIsABadParameter)
 {
-    auto record = record_for<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    auto record = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
     EXPECT_EQ(omx_->GetParameter(nullptr, OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
     EXPECT_EQ(omx_->SetParameter(nullptr, OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
     EXPECT_EQ(get(OMX_IndexParamPortDefinition, nullptr), OMX_ErrorBadParameter);
@@ -153,7 +140,7 @@ TEST_F(DecoderParameters, RecordShorterThanItsIndexNeedsIsReadNoFurther)
     EXPECT_EQ(set(OMX_IndexParamPortDefinition, short_record.get()), OMX_ErrorBadParameter);
     EXPECT_EQ(*short_record, 4u);
 
-    auto role = record_for<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     role.nSize = sizeof(role) - 1;
     EXPECT_EQ(get(OMX_IndexParamStandardComponentRole, &role), OMX_ErrorBadParameter);
 }
@@ -177,10 +164,10 @@ TEST_F(DecoderParameters, BadVersionPortOrIndexIsRefusedAndChangesNothing)
     EXPECT_EQ(get(OMX_IndexParamAudioPcm, &record), OMX_ErrorUnsupportedIndex);
     EXPECT_EQ(set(static_cast<OMX_INDEXTYPE>(0x7f123456), &record), OMX_ErrorUnsupportedIndex);
     // Indices the component knows, but a decoder does not hold or a client may not set.
-    auto bitrate = record_for<OMX_VIDEO_PARAM_BITRATETYPE>(1);
+    auto bitrate = zvx_omx_stamped_record<OMX_VIDEO_PARAM_BITRATETYPE>(1);
     EXPECT_EQ(get(OMX_IndexParamVideoBitrate, &bitrate), OMX_ErrorUnsupportedIndex);
     EXPECT_EQ(set(OMX_IndexParamVideoBitrate, &bitrate), OMX_ErrorUnsupportedIndex);
-    auto supported = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(0);
+    auto supported = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(0);
     EXPECT_EQ(set(OMX_IndexParamVideoProfileLevelQuerySupported, &supported), OMX_ErrorUnsupportedIndex);
     EXPECT_TRUE(same_bytes(definition(0), before));
 }
@@ -196,7 +183,7 @@ TEST_F(DecoderParameters, ParametersChangeOnlyWhileLoadedOrOnADisabledPort)
     EXPECT_TRUE(same_bytes(definition(0), before));
     EXPECT_EQ(role(), "video_decoder.avc");
 
-    auto rotate = record_for<OMX_CONFIG_ROTATIONTYPE>(1);
+    auto rotate = zvx_omx_stamped_record<OMX_CONFIG_ROTATIONTYPE>(1);
     rotate.nRotation = 90;
     EXPECT_EQ(omx_->SetConfig(omx_, OMX_IndexConfigCommonRotate, &rotate), OMX_ErrorNone) << "configs change any time";
 
@@ -212,7 +199,7 @@ TEST_F(DecoderParameters, ParametersChangeOnlyWhileLoadedOrOnADisabledPort)
 
 TEST_F(DecoderParameters, RoleLoadsTheCodecAndAnUnterminatedOneChangesNothing)
 {
-    auto unterminated = record_for<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto unterminated = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::memset(unterminated.cRole, 'a', sizeof(unterminated.cRole));
     EXPECT_EQ(set(OMX_IndexParamStandardComponentRole, &unterminated), OMX_ErrorBadParameter);
     EXPECT_EQ(role(), "video_decoder.avc");
@@ -226,7 +213,7 @@ TEST_F(DecoderParameters, RoleLoadsTheCodecAndAnUnterminatedOneChangesNothing)
 
 TEST_F(DecoderParameters, EnumerationsEndInNoMoreHoweverFarTheIndex)
 {
-    auto format = record_for<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
+    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
     const OMX_COLOR_FORMATTYPE formats[] = {OMX_COLOR_FormatYUV420Planar, OMX_COLOR_FormatYUV420SemiPlanar,
                                             OMX_COLOR_FormatAndroidOpaque, OMX_COLOR_FormatYUV420Flexible};
     for (OMX_U32 i = 0; i < std::size(formats); ++i) {
@@ -239,7 +226,7 @@ TEST_F(DecoderParameters, EnumerationsEndInNoMoreHoweverFarTheIndex)
     EXPECT_EQ(get(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorNoMore);
 
     ASSERT_EQ(set_role("video_decoder.avc"), OMX_ErrorNone);
-    auto pair = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(0);
+    auto pair = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(0);
     pair.nProfileIndex = 47;
     ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelQuerySupported, &pair), OMX_ErrorNone);
     EXPECT_EQ(pair.eProfile, static_cast<OMX_U32>(OMX_VIDEO_AVCProfileHigh));
@@ -257,7 +244,7 @@ TEST_F(DecoderParameters, LongerRecordIsAnsweredAndKeepsItsSizeAndTail)
         uint8_t tail[64];
     } wide;
     std::memset(&wide, 0xA5, sizeof(wide));
-    wide.definition = record_for<OMX_PARAM_PORTDEFINITIONTYPE>(1);
+    wide.definition = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(1);
     wide.definition.nSize = sizeof(wide);
     ASSERT_EQ(get(OMX_IndexParamPortDefinition, &wide), OMX_ErrorNone);
     EXPECT_EQ(wide.definition.nSize, sizeof(wide));
@@ -281,7 +268,7 @@ TEST_F(DecoderParameters, StreamSizeCarriesToTheOutputWhoseSizesFollow)
     EXPECT_EQ(output.nBufferSize, 3110400u);
     EXPECT_EQ(definition(0).nBufferSize, 2073600u) << "a bitstream buffer holds at least a frame's pixels";
 
-    auto format = record_for<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
+    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
     format.eColorFormat = OMX_COLOR_FormatYUV420SemiPlanar;
     ASSERT_EQ(set(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorNone);
     EXPECT_EQ(definition(1).format.video.eColorFormat, OMX_COLOR_FormatYUV420SemiPlanar);
@@ -325,7 +312,7 @@ TEST_F(DecoderParameters, PortDefinitionOutsideWhatThePortCanDoChangesNothing)
 
 TEST_F(DecoderParameters, DescribeColorFormatLaysOutEachYuv420Plane)
 {
-    auto describe = record_for<DescribeColorFormatParams>(0);
+    auto describe = zvx_omx_stamped_record<DescribeColorFormatParams>(0);
     describe.nFrameWidth = 176;
     describe.nFrameHeight = 144;
     describe.nStride = 0;
@@ -376,18 +363,18 @@ TEST_F(DecoderParameters, EnumerationWordBeyondItsEnumerationIsRefusedBeforeItIs
     EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
     EXPECT_TRUE(same_bytes(definition(1), before));
 
-    auto format = record_for<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
+    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
     put(format.eColorFormat, top_bit);
     EXPECT_EQ(set(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorBadParameter);
 
-    auto aspects = record_for<DescribeColorAspectsParams>(1);
+    auto aspects = zvx_omx_stamped_record<DescribeColorAspectsParams>(1);
     put(aspects.sAspects.mTransfer, 0x100);
     EXPECT_EQ(set(OMX_IndexParamDescribeColorAspects, &aspects), OMX_ErrorBadParameter)
         << "the colour aspects end at eight bits";
     aspects.sAspects.mTransfer = TransferOther;
     EXPECT_EQ(set(OMX_IndexParamDescribeColorAspects, &aspects), OMX_ErrorNone);
 
-    auto describe = record_for<DescribeColorFormatParams>(0);
+    auto describe = zvx_omx_stamped_record<DescribeColorFormatParams>(0);
     describe.nFrameWidth = 176;
     describe.nFrameHeight = 144;
     put(describe.eColorFormat, top_bit | OMX_COLOR_FormatYUV420Planar);
@@ -410,7 +397,7 @@ TEST_F(DecoderParameters, CommandFunctionTakesTheStreamsOwnFormatInAnyState)
     EXPECT_EQ(command.error, OMX_ErrorNone);
     EXPECT_EQ(definition(1).nBufferSize, 176u * 144 * 2);
 
-    auto native = record_for<UseAndroidNativeBufferParams>(1);
+    auto native = zvx_omx_stamped_record<UseAndroidNativeBufferParams>(1);
     EXPECT_EQ(set(OMX_IndexParamUseAndroidNativeBuffer2, &native), OMX_ErrorUnsupportedIndex)
         << "registering a native buffer is not a setting";
     enter_state(OMX_StateLoaded);
@@ -430,7 +417,7 @@ struct callback_outcome {
 OMX_ERRORTYPE reenter_from_event(OMX_HANDLETYPE handle, OMX_PTR, OMX_EVENTTYPE, OMX_U32, OMX_U32, OMX_PTR)
 {
     auto *omx = static_cast<OMX_COMPONENTTYPE *>(handle);
-    auto definition = record_for<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    auto definition = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
     const OMX_ERRORTYPE got = omx->GetParameter(omx, OMX_IndexParamPortDefinition, &definition);
     definition.nBufferCountActual = 7;
     const OMX_ERRORTYPE set = omx->SetParameter(omx, OMX_IndexParamPortDefinition, &definition);
@@ -474,13 +461,13 @@ TEST_F(DecoderParameters, EightClientThreadsGetAndSetAtOnce)
     for (int t = 0; t < threads; ++t) {
         clients.emplace_back([&, t] {
             for (int i = 0; i < rounds; ++i) {
-                auto definition = record_for<OMX_PARAM_PORTDEFINITIONTYPE>(static_cast<OMX_U32>(t % 2));
+                auto definition = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(static_cast<OMX_U32>(t % 2));
                 failures[t] += get(OMX_IndexParamPortDefinition, &definition) != OMX_ErrorNone;
                 if (t % 2 == 0) {
                     definition.nBufferCountActual = 5 + static_cast<OMX_U32>(t);
                     failures[t] += set(OMX_IndexParamPortDefinition, &definition) != OMX_ErrorNone;
                 } else {
-                    auto rotate = record_for<OMX_CONFIG_ROTATIONTYPE>(1);
+                    auto rotate = zvx_omx_stamped_record<OMX_CONFIG_ROTATIONTYPE>(1);
                     rotate.nRotation = 90 * t;
                     failures[t] += omx_->SetConfig(omx_, OMX_IndexConfigCommonRotate, &rotate) != OMX_ErrorNone;
                 }
@@ -500,7 +487,7 @@ TEST_F(DecoderParameters, SettingsGivenBeforeTheSessionReachItWhenItIsCreated)
     bb_cb.bbcb_set_parameter = record_session_call;
     // The session is created here, on this thread, as the state change would on the command thread.
     zvx_omx_common_cproc_invoker_exit(comp_);
-    auto rotate = record_for<OMX_CONFIG_ROTATIONTYPE>(1);
+    auto rotate = zvx_omx_stamped_record<OMX_CONFIG_ROTATIONTYPE>(1);
     for (OMX_S32 degrees : {90, 180}) {
         rotate.nRotation = degrees;
         ASSERT_EQ(omx_->SetConfig(omx_, OMX_IndexConfigCommonRotate, &rotate), OMX_ErrorNone);
@@ -603,14 +590,14 @@ TEST_F(DecoderParameters, EverySetAndGetIsPrintedFieldByFieldAtDebugOnly)
 
 TEST_F(EncoderParameters, BitrateHasOneValueWhicheverRecordSetsIt)
 {
-    auto bitrate = record_for<OMX_VIDEO_PARAM_BITRATETYPE>(1);
+    auto bitrate = zvx_omx_stamped_record<OMX_VIDEO_PARAM_BITRATETYPE>(1);
     ASSERT_EQ(get(OMX_IndexParamVideoBitrate, &bitrate), OMX_ErrorNone);
     EXPECT_EQ(bitrate.nTargetBitrate, 64000u);
     bitrate.eControlRate = OMX_Video_ControlRateVariable;
     bitrate.nTargetBitrate = 2000000;
     ASSERT_EQ(set(OMX_IndexParamVideoBitrate, &bitrate), OMX_ErrorNone);
     EXPECT_EQ(definition(1).format.video.nBitrate, 2000000u);
-    auto config = record_for<OMX_VIDEO_CONFIG_BITRATETYPE>(1);
+    auto config = zvx_omx_stamped_record<OMX_VIDEO_CONFIG_BITRATETYPE>(1);
     ASSERT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigVideoBitrate, &config), OMX_ErrorNone);
     EXPECT_EQ(config.nEncodeBitrate, 2000000u);
 
@@ -631,19 +618,19 @@ TEST_F(EncoderParameters, CurrentProfileLevelIsASupportedPairForEveryCodec)
     for (const char *role : {"video_encoder.avc", "video_encoder.hevc", "video_encoder.vp8", "video_encoder.avc"}) {
         SCOPED_TRACE(role);
         ASSERT_EQ(set_role(role), OMX_ErrorNone);
-        auto current = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+        auto current = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
         ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelCurrent, &current), OMX_ErrorNone);
-        auto first = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+        auto first = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
         ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelQuerySupported, &first), OMX_ErrorNone);
         EXPECT_NE(current.eProfile, 0u);
         EXPECT_EQ(current.eProfile, first.eProfile);
         EXPECT_EQ(current.eLevel, first.eLevel);
     }
-    auto high = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+    auto high = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
     high.eProfile = OMX_VIDEO_AVCProfileHigh;
     high.eLevel = OMX_VIDEO_AVCLevel4;
     ASSERT_EQ(set(OMX_IndexParamVideoProfileLevelCurrent, &high), OMX_ErrorNone);
-    auto current = record_for<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
+    auto current = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
     ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelCurrent, &current), OMX_ErrorNone);
     EXPECT_EQ(current.eProfile, static_cast<OMX_U32>(OMX_VIDEO_AVCProfileHigh));
 }
@@ -662,14 +649,14 @@ TEST_F(EncoderParameters, FrameSizeOfTheInputSizesTheOutputBuffers)
     EXPECT_EQ(output.format.video.nFrameWidth, 1920u);
     EXPECT_EQ(output.nBufferSize, 4665600u);
 
-    auto tcx = record_for<OMX_PARAM_ENABLETCXTYPE>(0);
+    auto tcx = zvx_omx_stamped_record<OMX_PARAM_ENABLETCXTYPE>(0);
     tcx.bEnabled = OMX_TRUE;
     ASSERT_EQ(set(OMX_IndexParamEnableTCX, &tcx), OMX_ErrorNone);
     EXPECT_EQ(definition(0).nBufferSize, (68u + 1) * 120 * 400 + ZVX_OMX_ABI_SIZE(64, 128))
         << "compressed frames and their extra data";
     tcx.nPortIndex = 1;
     EXPECT_EQ(set(OMX_IndexParamEnableTCX, &tcx), OMX_ErrorUnsupportedIndex) << "a bitstream has no frame layout";
-    auto support = record_for<OMX_PARAM_TCXTYPE>(0);
+    auto support = zvx_omx_stamped_record<OMX_PARAM_TCXTYPE>(0);
     ASSERT_EQ(get(OMX_IndexParamTCX, &support), OMX_ErrorNone);
     EXPECT_EQ(support.bSupported, OMX_FALSE) << "the session stub offers no compressed layout";
 }
@@ -677,7 +664,7 @@ TEST_F(EncoderParameters, FrameSizeOfTheInputSizesTheOutputBuffers)
 TEST_F(EncoderParameters, IntraRefreshRequestGoesOnlyToARunningSession)
 {
     bb_cb.bbcb_set_parameter = record_session_call;
-    auto refresh = record_for<OMX_CONFIG_INTRAREFRESHVOPTYPE>(1);
+    auto refresh = zvx_omx_stamped_record<OMX_CONFIG_INTRAREFRESHVOPTYPE>(1);
     refresh.IntraRefreshVOP = OMX_TRUE;
     EXPECT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigVideoIntraVOPRefresh, &refresh), OMX_ErrorUnsupportedIndex);
     refresh.nPortIndex = 0;

@@ -11,19 +11,6 @@
 
 namespace {
 
-template <typename T> T zvxp_record(OMX_U32 port)
-{
-    T record = {};
-    record.nSize = sizeof(record);
-    record.nVersion.s.nVersionMajor = 1;
-    record.nVersion.s.nVersionMinor = 1;
-    record.nVersion.s.nRevision = 2;
-    if constexpr (requires { record.nPortIndex; }) {
-        record.nPortIndex = port;
-    }
-    return record;
-}
-
 class StreamSettings : public ::testing::Test {
 protected:
     void SetUp() override
@@ -56,7 +43,7 @@ protected:
 
     template <typename T> T get(OMX_INDEXTYPE index, OMX_U32 port)
     {
-        T record = zvxp_record<T>(port);
+        T record = zvx_omx_stamped_record<T>(port);
         EXPECT_EQ(omx_->GetParameter(omx_, index, &record), OMX_ErrorNone);
         return record;
     }
@@ -92,7 +79,7 @@ TEST_F(StreamSettings, AllocationParametersSizeTheOutputUntilItHasProduced)
     EXPECT_GE(definition.format.video.nStride, 320);
     EXPECT_GE(definition.nBufferSize, 320u * 240u * 2u);
     EXPECT_EQ(get<OMX_PARAM_PORTDEFINITIONTYPE>(OMX_IndexParamPortDefinition, 0).format.video.nFrameWidth, 320u);
-    auto crop = zvxp_record<OMX_CONFIG_RECTTYPE>(1);
+    auto crop = zvx_omx_stamped_record<OMX_CONFIG_RECTTYPE>(1);
     ASSERT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigCommonOutputCrop, &crop), OMX_ErrorNone);
     EXPECT_EQ(crop.nWidth, 320u);
     EXPECT_EQ(crop.nHeight, 240u);

@@ -1,23 +1,11 @@
 #include "zvx_omx_flow_client.h"
+#include "zvx_omx_config.h"
 
 #include <algorithm>
 #include <cstring>
 #include <sstream>
 
 namespace {
-
-template <typename Record> Record zvxp_blank_record(OMX_U32 port)
-{
-    Record record{};
-    record.nSize = sizeof(Record);
-    record.nVersion.s.nVersionMajor = 1;
-    record.nVersion.s.nVersionMinor = 1;
-    record.nVersion.s.nRevision = 2;
-    if constexpr (requires { record.nPortIndex; }) {
-        record.nPortIndex = port;
-    }
-    return record;
-}
 
 std::string zvxp_describe(const char *what, const OMX_BUFFERHEADERTYPE *header)
 {
@@ -91,14 +79,14 @@ OMX_STATETYPE zvx_flow_client::state()
 
 OMX_ERRORTYPE zvx_flow_client::set_role(const std::string &role)
 {
-    auto record = zvxp_blank_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto record = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::strncpy(reinterpret_cast<char *>(record.cRole), role.c_str(), sizeof(record.cRole) - 1);
     return handle_.omx.SetParameter(&handle_.omx, OMX_IndexParamStandardComponentRole, &record);
 }
 
 OMX_ERRORTYPE zvx_flow_client::get_port_definition(OMX_U32 port, OMX_PARAM_PORTDEFINITIONTYPE *definition)
 {
-    *definition = zvxp_blank_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
+    *definition = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
     return handle_.omx.GetParameter(&handle_.omx, OMX_IndexParamPortDefinition, definition);
 }
 

@@ -6,6 +6,7 @@
 
 #include "quro_utf.h"
 #include "zvx_omx_common_component.h"
+#include "zvx_omx_config.h"
 
 /* Every test of the component suites carries this filter value. */
 #define ZVX_COMPONENT_TEST_FILTER 64u
@@ -56,20 +57,6 @@ quro_utf_suite *zvx_component_suite_build(quro_utf_mempool *pool, quro_utf_resul
 template <typename T> T zvx_marker(std::uintptr_t value)
 {
     return reinterpret_cast<T>(value);
-}
-
-/* A record as a client fills it before a get or set: zeroed, its size, version 1.1.2.0 and port. */
-template <typename T> T zvx_client_record(OMX_U32 port)
-{
-    T record;
-    std::memset(&record, 0, sizeof(record));
-    record.nSize = sizeof(record);
-    record.nVersion.s.nVersionMajor = 1;
-    record.nVersion.s.nVersionMinor = 1;
-    record.nVersion.s.nRevision = 2;
-    if constexpr (requires { record.nPortIndex; })
-        record.nPortIndex = port;
-    return record;
 }
 
 /* Session role query of the decoder and encoder suites: every role but `rejected`, nothing for null. */

@@ -77,7 +77,7 @@ OMX_COMPONENTTYPE *zvxp_init(zvx_omx_common_component *component, zvx_omx_compon
 
 OMX_PARAM_PORTDEFINITIONTYPE zvxp_definition(OMX_COMPONENTTYPE *omx, OMX_U32 port)
 {
-    auto definition = zvx_client_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
+    auto definition = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamPortDefinition, &definition), OMX_ErrorNone);
     return definition;
 }
@@ -162,7 +162,7 @@ template <typename T> void zvxp_set(OMX_COMPONENTTYPE *omx, OMX_INDEXTYPE index,
 
 void zvxp_enable_metadata(OMX_COMPONENTTYPE *omx, OMX_U32 port)
 {
-    auto metadata = zvx_client_record<StoreMetaDataInBuffersParams>(port);
+    auto metadata = zvx_omx_stamped_record<StoreMetaDataInBuffersParams>(port);
     metadata.bStoreMetaData = OMX_TRUE;
     zvxp_set(omx, OMX_IndexParamEnableStoreMetaData, metadata);
 }
@@ -279,7 +279,7 @@ void zvx_test_send_current_settings(quro_utf_suite *)
     OMX_COMPONENTTYPE *omx = zvxp_init(&component, &handle, ZVX_OMX_ENCODER);
     zvxp_sent = {};
     bb_cb.bbcb_set_parameter = zvxp_count_sent;
-    auto rotation = zvx_client_record<OMX_CONFIG_ROTATIONTYPE>(0);
+    auto rotation = zvx_omx_stamped_record<OMX_CONFIG_ROTATIONTYPE>(0);
     rotation.nRotation = 90;
     ZVX_REQUIRE_EQ(omx->SetConfig(omx, OMX_IndexConfigCommonRotate, &rotation), OMX_ErrorNone);
     zvx_omx_common_component_send_current_settings(&component);
@@ -397,7 +397,7 @@ void zvx_test_allocate_buffer(quro_utf_suite *)
     ZVX_REQUIRE_EQ(omx->AllocateBuffer(omx, &extra, 0, nullptr, input.nBufferSize), OMX_ErrorInsufficientResources);
 
     // Dma-buf memory comes from the client, never from the component.
-    auto dmabuf = zvx_client_record<OMX_PARAM_ENABLEDMABUFTYPE>(1);
+    auto dmabuf = zvx_omx_stamped_record<OMX_PARAM_ENABLEDMABUFTYPE>(1);
     dmabuf.bEnabled = OMX_TRUE;
     zvxp_set(omx, OMX_IndexParamEnableDmaBuf, dmabuf);
     ZVX_REQUIRE_EQ(omx->AllocateBuffer(omx, &extra, 1, nullptr, zvxp_definition(omx, 1).nBufferSize),
@@ -444,7 +444,7 @@ void zvx_test_is_metadata_enabled(quro_utf_suite *)
     // A buffer then holds only the record that names the frame.
     ZVX_REQUIRE_EQ(zvxp_definition(omx, 0).nBufferSize, static_cast<OMX_U32>(sizeof(VideoNativeMetadata)));
     ZVX_REQUIRE_EQ(zvxp_definition(omx, 1).nBufferSize, bitstream_size);
-    auto off = zvx_client_record<StoreMetaDataInBuffersParams>(0);
+    auto off = zvx_omx_stamped_record<StoreMetaDataInBuffersParams>(0);
     zvxp_set(omx, OMX_IndexParamEnableStoreMetaData, off);
     ZVX_REQUIRE(!zvx_omx_common_component_is_metadata_in_buffer_enabled(&component, 0));
     ZVX_REQUIRE(zvxp_definition(omx, 0).nBufferSize > sizeof(VideoNativeMetadata));
@@ -459,7 +459,7 @@ void zvx_test_is_dmabuf_enabled(quro_utf_suite *)
     ZVX_REQUIRE(!zvx_omx_common_component_is_dmabuf_enabled(nullptr, 0));
     ZVX_REQUIRE(!zvx_omx_common_component_is_dmabuf_enabled(&component, 2));
     ZVX_REQUIRE(!zvx_omx_common_component_is_dmabuf_enabled(&component, 0));
-    auto dmabuf = zvx_client_record<OMX_PARAM_ENABLEDMABUFTYPE>(0);
+    auto dmabuf = zvx_omx_stamped_record<OMX_PARAM_ENABLEDMABUFTYPE>(0);
     dmabuf.bEnabled = OMX_TRUE;
     zvxp_set(omx, OMX_IndexParamEnableDmaBuf, dmabuf);
     ZVX_REQUIRE(zvx_omx_common_component_is_dmabuf_enabled(&component, 0));
@@ -484,7 +484,7 @@ void zvx_test_get_extra_data_size(quro_utf_suite *)
     OMX_COMPONENTTYPE *omx = zvxp_init(&component, &handle, ZVX_OMX_DECODER);
     ZVX_REQUIRE_EQ(zvx_omx_common_component_get_extra_data_size(&component, 1), 0u);
     ZVX_REQUIRE_EQ(zvx_omx_common_component_get_extra_data_size(nullptr, 1), 0u);
-    auto tcx = zvx_client_record<OMX_PARAM_ENABLETCXTYPE>(1);
+    auto tcx = zvx_omx_stamped_record<OMX_PARAM_ENABLETCXTYPE>(1);
     tcx.bEnabled = OMX_TRUE;
     zvxp_set(omx, OMX_IndexParamEnableTCX, tcx);
     ZVX_REQUIRE_EQ(zvx_omx_common_component_get_extra_data_size(&component, 1), 64u);

@@ -600,7 +600,7 @@ void zvxp_init_with_defaults(zvx_omx_common_component *component, zvx_omx_compon
 
 OMX_PARAM_PORTDEFINITIONTYPE zvxp_port_definition(OMX_COMPONENTTYPE *omx, OMX_U32 port)
 {
-    auto definition = zvx_client_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
+    auto definition = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamPortDefinition, &definition), OMX_ErrorNone);
     return definition;
 }
@@ -623,32 +623,32 @@ void zvx_test_get_parameter(quro_utf_suite *)
     ZVX_REQUIRE_EQ(output.format.video.nStride, 176);
     ZVX_REQUIRE_EQ(output.nBufferAlignment, 4096u);
 
-    auto crop = zvx_client_record<OMX_CONFIG_RECTTYPE>(1);
+    auto crop = zvx_omx_stamped_record<OMX_CONFIG_RECTTYPE>(1);
     ZVX_REQUIRE_EQ(omx->GetConfig(omx, OMX_IndexConfigCommonOutputCrop, &crop), OMX_ErrorNone);
     ZVX_REQUIRE_EQ(crop.nHeight, 144u);
-    auto role = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
     ZVX_REQUIRE_EQ(std::strcmp(reinterpret_cast<char *>(role.cRole), "video_decoder.avc"), 0);
-    auto ports = zvx_client_record<OMX_PORT_PARAM_TYPE>(0);
+    auto ports = zvx_omx_stamped_record<OMX_PORT_PARAM_TYPE>(0);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoInit, &ports), OMX_ErrorNone);
     ZVX_REQUIRE_EQ(ports.nPorts, 2u);
 
-    auto format = zvx_client_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
+    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
     for (format.nIndex = 0; format.nIndex < 4; ++format.nIndex)
         ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoPortFormat, &format), OMX_ErrorNone);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoPortFormat, &format), OMX_ErrorNoMore);
 
-    auto bad = zvx_client_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    auto bad = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamPortDefinition, nullptr), OMX_ErrorBadParameter);
     bad.nSize = 4;
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamPortDefinition, &bad), OMX_ErrorBadParameter);
-    bad = zvx_client_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    bad = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
     bad.nVersion.s.nVersionMajor = 2;
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamPortDefinition, &bad), OMX_ErrorVersionMismatch);
-    bad = zvx_client_record<OMX_PARAM_PORTDEFINITIONTYPE>(7);
+    bad = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(7);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamPortDefinition, &bad), OMX_ErrorBadPortIndex);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamAudioPcm, &bad), OMX_ErrorUnsupportedIndex);
-    auto bitrate = zvx_client_record<OMX_VIDEO_PARAM_BITRATETYPE>(1);
+    auto bitrate = zvx_omx_stamped_record<OMX_VIDEO_PARAM_BITRATETYPE>(1);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoBitrate, &bitrate), OMX_ErrorUnsupportedIndex);
     zvxu_atomic_set(&component.omx_state, OMX_StateInvalid);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoInit, &ports), OMX_ErrorInvalidState);
@@ -678,7 +678,7 @@ void zvx_test_set_parameter(quro_utf_suite *)
     input.nBufferCountActual = 6;
     zvxu_atomic_set(&component.omx_state, OMX_StateExecuting);
     ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamPortDefinition, &input), OMX_ErrorIncorrectStateOperation);
-    auto mirror = zvx_client_record<OMX_CONFIG_MIRRORTYPE>(1);
+    auto mirror = zvx_omx_stamped_record<OMX_CONFIG_MIRRORTYPE>(1);
     mirror.eMirror = OMX_MirrorHorizontal;
     ZVX_REQUIRE_EQ(omx->SetConfig(omx, OMX_IndexConfigCommonMirror, &mirror), OMX_ErrorNone);
     zvx_omx_port_get_definition(&component.ports[0])->bEnabled = OMX_FALSE;
@@ -730,7 +730,7 @@ void zvx_test_purge_and_post(quro_utf_suite *)
     zvxp_posted = {};
     bb_cb.bbcb_set_parameter = zvxp_count_posted;
 
-    auto rotate = zvx_client_record<OMX_CONFIG_ROTATIONTYPE>(1);
+    auto rotate = zvx_omx_stamped_record<OMX_CONFIG_ROTATIONTYPE>(1);
     for (OMX_S32 degrees : {90, 180}) {
         rotate.nRotation = degrees;
         ZVX_REQUIRE_EQ(omx->SetConfig(omx, OMX_IndexConfigCommonRotate, &rotate), OMX_ErrorNone);
@@ -759,14 +759,14 @@ void zvx_test_purge_and_post(quro_utf_suite *)
 
 OMX_ERRORTYPE zvxp_set_role(OMX_COMPONENTTYPE *omx, const char *role)
 {
-    auto record = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto record = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::strncpy(reinterpret_cast<char *>(record.cRole), role, sizeof(record.cRole) - 1);
     return omx->SetParameter(omx, OMX_IndexParamStandardComponentRole, &record);
 }
 
 void zvxp_require_stored_role(OMX_COMPONENTTYPE *omx, const char *expected)
 {
-    auto record = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto record = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamStandardComponentRole, &record), OMX_ErrorNone);
     ZVX_REQUIRE_EQ(std::strcmp(reinterpret_cast<char *>(record.cRole), expected), 0);
 }
@@ -825,7 +825,7 @@ void zvx_test_set_role(quro_utf_suite *)
     ZVX_REQUIRE_EQ(zvxp_set_role(omx, "video_decoder.xyz"), OMX_ErrorBadParameter);
     ZVX_REQUIRE_EQ(component.role, ZVX_OMX_COMPONENT_ROLE_UNCLASSIFIED);
     zvxp_require_stored_role(omx, "video_decoder.hevc");
-    auto unterminated = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto unterminated = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::memset(unterminated.cRole, 'x', sizeof(unterminated.cRole));
     ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamStandardComponentRole, &unterminated), OMX_ErrorBadParameter);
     zvxp_require_stored_role(omx, "video_decoder.hevc");
@@ -836,7 +836,7 @@ template <typename T> void zvxp_require_round_trip(OMX_COMPONENTTYPE *omx, OMX_I
 {
     T copy = given;
     ZVX_REQUIRE_EQ(omx->SetParameter(omx, index, &copy), OMX_ErrorNone);
-    T got = zvx_client_record<T>(given.nPortIndex);
+    T got = zvx_omx_stamped_record<T>(given.nPortIndex);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, index, &got), OMX_ErrorNone);
     // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-exp42-c,cert-flp37-c): records are copied whole
     ZVX_REQUIRE_EQ(std::memcmp(&got, &given, sizeof(got)), 0);
@@ -849,7 +849,7 @@ void zvx_test_set_misc(quro_utf_suite *)
     zvxp_init_with_defaults(&component, &handle, ZVX_OMX_DECODER);
     OMX_COMPONENTTYPE *omx = &handle.omx;
 
-    auto tcx = zvx_client_record<OMX_PARAM_ENABLETCXTYPE>(1);
+    auto tcx = zvx_omx_stamped_record<OMX_PARAM_ENABLETCXTYPE>(1);
     tcx.bEnabled = OMX_TRUE;
     tcx.bTilesEnabled = OMX_TRUE;
     zvxp_require_round_trip(omx, OMX_IndexParamEnableTCX, tcx);
@@ -858,41 +858,41 @@ void zvx_test_set_misc(quro_utf_suite *)
     tcx.nPortIndex = 0;
     ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamEnableTCX, &tcx), OMX_ErrorUnsupportedIndex);
 
-    auto metadata = zvx_client_record<StoreMetaDataInBuffersParams>(1);
+    auto metadata = zvx_omx_stamped_record<StoreMetaDataInBuffersParams>(1);
     metadata.bStoreMetaData = OMX_TRUE;
     zvxp_require_round_trip(omx, OMX_IndexParamEnableStoreMetaData, metadata);
     ZVX_REQUIRE_EQ(zvxp_port_definition(omx, 0).nBufferSize, 2073600u);
 
-    auto dmabuf = zvx_client_record<OMX_PARAM_ENABLEDMABUFTYPE>(0);
+    auto dmabuf = zvx_omx_stamped_record<OMX_PARAM_ENABLEDMABUFTYPE>(0);
     dmabuf.bEnabled = OMX_TRUE;
     zvxp_require_round_trip(omx, OMX_IndexParamEnableDmaBuf, dmabuf);
     ZVX_REQUIRE(zvx_omx_common_component_is_dmabuf_enabled(&component, 0));
 
-    auto native = zvx_client_record<EnableAndroidNativeBuffersParams>(1);
+    auto native = zvx_omx_stamped_record<EnableAndroidNativeBuffersParams>(1);
     native.enable = OMX_TRUE;
     zvxp_require_round_trip(omx, OMX_IndexParamEnableAndroidNativeBuffer, native);
-    auto usage = zvx_client_record<GetAndroidNativeBufferUsageParams>(1);
+    auto usage = zvx_omx_stamped_record<GetAndroidNativeBufferUsageParams>(1);
     ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamGetAndroidNativeBufferUsage, &usage),
                    OMX_ErrorUnsupportedIndex);
 
-    auto aspects = zvx_client_record<DescribeColorAspectsParams>(1);
+    auto aspects = zvx_omx_stamped_record<DescribeColorAspectsParams>(1);
     aspects.sAspects = {RangeLimited, PrimariesBT709_5, TransferSMPTE170M, MatrixBT709_5};
     zvxp_require_round_trip(omx, OMX_IndexParamDescribeColorAspects, aspects);
-    auto hdr = zvx_client_record<DescribeHDRStaticInfoParams>(1);
+    auto hdr = zvx_omx_stamped_record<DescribeHDRStaticInfoParams>(1);
     hdr.sInfo.sType1.mMaxDisplayLuminance = 1000;
     zvxp_require_round_trip(omx, OMX_IndexConfigDescribeHDRColorInfo, hdr);
-    auto rate = zvx_client_record<OMX_PARAM_U32TYPE>(1);
+    auto rate = zvx_omx_stamped_record<OMX_PARAM_U32TYPE>(1);
     rate.nU32 = 60 << 16;
     zvxp_require_round_trip(omx, OMX_IndexConfigOperatingRate, rate);
 
-    auto describe = zvx_client_record<DescribeColorFormatParams>(0);
+    auto describe = zvx_omx_stamped_record<DescribeColorFormatParams>(0);
     describe.eColorFormat = OMX_COLOR_FormatYUV420SemiPlanar;
     describe.nFrameWidth = 176;
     describe.nFrameHeight = 144;
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
     ZVX_REQUIRE_EQ(describe.sMediaImage.mNumPlanes, 3u);
     ZVX_REQUIRE_EQ(describe.sMediaImage.mPlane[MEDIA_IMAGE_U].mOffset, 176u * 144u);
-    auto support = zvx_client_record<OMX_PARAM_TCXTYPE>(1);
+    auto support = zvx_omx_stamped_record<OMX_PARAM_TCXTYPE>(1);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamTCX, &support), OMX_ErrorNone);
     ZVX_REQUIRE_EQ(support.bSupported, OMX_FALSE);
     zvx_component_suite_release();

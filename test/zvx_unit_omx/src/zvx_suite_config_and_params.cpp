@@ -32,7 +32,7 @@ constexpr uint32_t ZVXP_PORT_OFFSET = offsetof(OMX_PARAM_PORTDEFINITIONTYPE, nPo
 
 zvxp_any_record zvxp_blank_record(OMX_U32 size, OMX_U32 port)
 {
-    const auto header = zvx_client_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
+    const auto header = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
     zvxp_any_record record = {};
     std::memcpy(record.bytes, &header, ZVXP_PORT_OFFSET + sizeof(port));
     std::memcpy(record.bytes, &size, sizeof(size));
@@ -48,14 +48,14 @@ template <typename Component, auto init, auto destroy> void zvxp_start(Component
 
 template <typename T> T zvxp_get(OMX_COMPONENTTYPE *omx, OMX_INDEXTYPE index, OMX_U32 port)
 {
-    T record = zvx_client_record<T>(port);
+    T record = zvx_omx_stamped_record<T>(port);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, index, &record), OMX_ErrorNone);
     return record;
 }
 
 OMX_ERRORTYPE zvxp_set_role(OMX_COMPONENTTYPE *omx, const char *role)
 {
-    auto record = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto record = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::strncpy(reinterpret_cast<char *>(record.cRole), role, sizeof(record.cRole) - 1);
     return omx->SetParameter(omx, OMX_IndexParamStandardComponentRole, &record);
 }
@@ -95,7 +95,7 @@ void zvxp_require_frame_port(OMX_COMPONENTTYPE *omx, OMX_U32 port, const OMX_COL
     ZVX_REQUIRE_EQ(definition.format.video.nStride, 176);
     ZVX_REQUIRE_EQ(definition.format.video.nSliceHeight, 144u);
     ZVX_REQUIRE_EQ(definition.nBufferAlignment, 4096u);
-    auto format = zvx_client_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(port);
+    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(port);
     for (format.nIndex = 0; format.nIndex < format_count; ++format.nIndex) {
         ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoPortFormat, &format), OMX_ErrorNone);
         ZVX_REQUIRE_EQ(format.eColorFormat, formats[format.nIndex]);
@@ -183,7 +183,7 @@ void zvxp_require_codec(OMX_COMPONENTTYPE *omx, OMX_U32 bitstream, const zvxp_co
     const auto definition = zvxp_get<OMX_PARAM_PORTDEFINITIONTYPE>(omx, OMX_IndexParamPortDefinition, bitstream);
     ZVX_REQUIRE_EQ(definition.format.video.eCompressionFormat, codec.coding);
     ZVX_REQUIRE_EQ(definition.nBufferSize, 1048576u);
-    auto format = zvx_client_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(bitstream);
+    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(bitstream);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoPortFormat, &format), OMX_ErrorNone);
     ZVX_REQUIRE_EQ(format.eCompressionFormat, codec.coding);
     if (codec.record != 0) {
@@ -191,7 +191,7 @@ void zvxp_require_codec(OMX_COMPONENTTYPE *omx, OMX_U32 bitstream, const zvxp_co
         ZVX_REQUIRE_EQ(omx->GetParameter(omx, codec.record, &record), OMX_ErrorNone);
         ZVX_REQUIRE_EQ(zvxp_word(record, ZVXP_PORT_OFFSET), bitstream);
     }
-    auto pair = zvx_client_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(bitstream);
+    auto pair = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(bitstream);
     for (pair.nProfileIndex = 0; pair.nProfileIndex < codec.profile_levels; ++pair.nProfileIndex)
         ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoProfileLevelQuerySupported, &pair), OMX_ErrorNone);
     ZVX_REQUIRE_EQ(omx->GetParameter(omx, OMX_IndexParamVideoProfileLevelQuerySupported, &pair), OMX_ErrorNoMore);
@@ -297,7 +297,7 @@ void zvxp_require_port_definition_round_trip(OMX_COMPONENTTYPE *omx, OMX_U32 por
 /* Every port format the port offers can be chosen and is then the port's colour or coding. */
 void zvxp_require_port_formats_round_trip(OMX_COMPONENTTYPE *omx, OMX_U32 port)
 {
-    auto format = zvx_client_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(port);
+    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(port);
     for (format.nIndex = 0; omx->GetParameter(omx, OMX_IndexParamVideoPortFormat, &format) == OMX_ErrorNone;
          ++format.nIndex) {
         ZVX_REQUIRE_EQ(omx->SetParameter(omx, OMX_IndexParamVideoPortFormat, &format), OMX_ErrorNone);

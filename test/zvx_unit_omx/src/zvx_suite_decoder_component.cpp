@@ -118,7 +118,7 @@ void zvx_test_buffer_param(quro_utf_suite *)
     OMX_CALLBACKTYPE callbacks = {cb_event_handler, nullptr, nullptr};
     ZVX_REQUIRE_EQ(handle.omx.SetCallbacks(&handle, &callbacks, nullptr), OMX_ErrorNone);
 
-    auto role = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::strncpy(reinterpret_cast<char *>(role.cRole), "video_decoder.avc", sizeof(role.cRole) - 1);
     struct command_set_parameter_data command = {
         {common_component_cmd_set_parameter}, OMX_IndexParamStandardComponentRole, &role, OMX_ErrorUndefined, nullptr};
@@ -144,7 +144,7 @@ void zvx_test_buffer_param(quro_utf_suite *)
         std::memcpy(event->data, &param, sizeof(param));
         zvxp_omx_handle_event(&decoder.common, event);
         if (i == 1) {
-            first = zvx_client_record<DescribeColorAspectsParams>(1);
+            first = zvx_omx_stamped_record<DescribeColorAspectsParams>(1);
             handle.omx.GetConfig(&handle, OMX_IndexParamDescribeColorAspects, &first);
         }
     }

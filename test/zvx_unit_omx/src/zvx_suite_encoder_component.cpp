@@ -119,7 +119,7 @@ void zvx_test_color_aspects(quro_utf_suite *)
     ZVX_REQUIRE_EQ(zvx_omx_encoder_component_init(&handle, &encoder, nullptr, nullptr), OMX_ErrorNone);
     zvx_component_suite_hold<zvx_omx_encoder_component_destroy>(&encoder);
 
-    auto role = zvx_client_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+    auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::strncpy(reinterpret_cast<char *>(role.cRole), "video_encoder.avc", sizeof(role.cRole) - 1);
     ZVX_REQUIRE_EQ(zvxp_run_set_parameter(&encoder, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
     for (uint32_t i = 0; i <= 6; ++i) {
