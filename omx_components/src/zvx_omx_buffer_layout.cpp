@@ -14,9 +14,11 @@
 namespace {
 
 /* A client's query may hold any bytes: its enumeration fields are read as words, not as their types. */
-template <typename Enumeration> OMX_U32 zvxp_client_word(const Enumeration &field)
+template <typename Enumeration> uint32_t zvxp_client_word(const Enumeration &field)
 {
-    OMX_U32 word;
+    // The field's own four bytes: where OMX_U32 is wider, the next field starts right after them.
+    static_assert(sizeof(Enumeration) == sizeof(uint32_t));
+    uint32_t word;
     std::memcpy(&word, &field, sizeof(word));
     return word;
 }

@@ -35,8 +35,8 @@ struct zvx_flow_stream_plan {
 struct zvx_flow_output {
     uint32_t picture; /* the codec's number for it, in input order; UINT32_MAX for an empty buffer */
     OMX_TICKS timestamp;
-    uint32_t filled_len;
-    uint32_t flags;
+    OMX_U32 filled_len;
+    OMX_U32 flags;
 };
 
 class zvx_flow_stream {
