@@ -45,6 +45,9 @@ struct zvx_flow_run_result {
     int64_t elapsed_ns = 0;
 };
 
+/* The component role the run asks for: "video_decoder." or "video_encoder." and the codec. */
+std::string zvx_flow_role(const zvx_flow_run_options &options);
+
 zvx_flow_run_result zvx_flow_run(const zvx_flow_run_options &options, zvx_flow_observer *observer = nullptr);
 
 /* The steps of a run, for a flow that does more in the middle of its stream. The emulator's default

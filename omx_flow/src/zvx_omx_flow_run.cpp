@@ -22,9 +22,7 @@ bool zvxp_change_state(zvx_flow_client &client, OMX_STATETYPE state,
 
 bool zvxp_configure(zvx_flow_client &client, const zvx_flow_run_options &options)
 {
-    const std::string role =
-        (options.kind == zvx_flow_kind::decoder ? "video_decoder." : "video_encoder.") + options.codec;
-    if (!zvxp_step(client, client.set_role(role) == OMX_ErrorNone, "the role was refused")) {
+    if (!zvxp_step(client, client.set_role(zvx_flow_role(options)) == OMX_ErrorNone, "the role was refused")) {
         return false;
     }
     OMX_PARAM_PORTDEFINITIONTYPE input;
@@ -109,6 +107,11 @@ bool zvx_flow_stop(zvx_flow_client &client, zvx_flow_stream &stream)
            zvxp_step(client, client.lent(zvx_flow_client::INPUT) == 0 && client.lent(zvx_flow_client::OUTPUT) == 0,
                      "buffers still with the component in Idle") &&
            zvxp_to_loaded(client);
+}
+
+std::string zvx_flow_role(const zvx_flow_run_options &options)
+{
+    return (options.kind == zvx_flow_kind::decoder ? "video_decoder." : "video_encoder.") + options.codec;
 }
 
 zvx_flow_run_result zvx_flow_run(const zvx_flow_run_options &options, zvx_flow_observer *observer)

@@ -2,8 +2,6 @@
 
 #include <getopt.h>
 
-#include <algorithm>
-#include <array>
 #include <charconv>
 #include <string_view>
 #include <vector>
@@ -14,16 +12,6 @@ constexpr uint32_t ZVXP_MIN_SIDE = 16;
 constexpr uint32_t ZVXP_MAX_SIDE = 4096;
 constexpr uint32_t ZVXP_MAX_FRAMES = 1000000;
 constexpr uint32_t ZVXP_MAX_DELAY_US = 1000000;
-
-constexpr std::array<std::string_view, 9> ZVXP_DECODE_CODECS = {"avc", "h263", "mpeg4", "vp8", "vp9",
-                                                                "rv",  "vc1",  "mpeg2", "hevc"};
-constexpr std::array<std::string_view, 4> ZVXP_ENCODE_CODECS = {"avc", "vp8", "vp9", "hevc"};
-
-bool zvxp_codec_known(bool decode, std::string_view codec)
-{
-    return decode ? std::ranges::find(ZVXP_DECODE_CODECS, codec) != ZVXP_DECODE_CODECS.end()
-                  : std::ranges::find(ZVXP_ENCODE_CODECS, codec) != ZVXP_ENCODE_CODECS.end();
-}
 
 enum zvxp_option : int {
     ZVXP_ENCODE = 256,
@@ -155,7 +143,7 @@ bool zvxp_check(const zvx_run_options &options, std::string *error)
 {
     const zvx_flow_run_options &flow = options.flow;
     const bool decode = flow.kind == zvx_flow_kind::decoder;
-    if (!zvxp_codec_known(decode, flow.codec)) {
+    if (!zvx_emu_offers_role(zvx_flow_role(flow).c_str())) {
         return zvxp_fail(error, "no " + std::string(decode ? "decoder" : "encoder") + " for codec '" + flow.codec +
                                     "' (see --help)");
     }

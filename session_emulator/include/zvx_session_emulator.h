@@ -142,6 +142,9 @@ bool zvx_emu_set_script(int fd, const zvx_emu_script &script);
 /* Fires a fault now (at_frame is ignored); false for an unknown descriptor or without an active session. */
 bool zvx_emu_inject_fault(int fd, const zvx_emu_fault &fault);
 
+/* Whether the emulated devices take this role ("video_decoder.avc", "video_encoder.vp9", ...). */
+bool zvx_emu_offers_role(const char *role);
+
 /* Open devices, oldest first. */
 std::vector<int> zvx_emu_open_devices(void);
 bool zvx_emu_get_stats(int fd, zvx_emu_stats *stats);

@@ -1,5 +1,7 @@
 #include "zvx_emu_roles.h"
 
+#include "zvx_session_emulator.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -39,3 +41,8 @@ std::optional<RoleTraits> role_traits(const char *role)
 }
 
 } // namespace zvx_emu
+
+bool zvx_emu_offers_role(const char *role)
+{
+    return zvx_emu::role_traits(role).has_value();
+}
