@@ -70,6 +70,9 @@ int quro_tpi_vsnprintf(char *buffer, size_t size, const char *format, va_list ar
 
 void *quro_tpi_alloc(size_t size);
 void quro_tpi_free(void *memory);
+// A hint: maps the pages of memory just allocated in one go, where the platform can, instead of
+// one page fault per first write.
+void quro_tpi_prefault(void *memory, size_t size);
 
 // Monotonic clock in nanoseconds; 0 if the clock fails.
 quro_tpi_uint64 quro_tpi_get_time_ns(void);

@@ -24,6 +24,24 @@ TEST(TpiFormat, TruncatesButReportsFullLength)
     EXPECT_EQ(quro_tpi_snprintf(nullptr, 0, "%-6s|%.2f|%llx", "x", 1.25, 255ull), 14);
 }
 
+// Prefaulting is a hint: whatever range it is given, the memory keeps what was written to it.
+TEST(TpiMemory, PrefaultKeepsContentsOverAnyRange)
+{
+    constexpr size_t kSize = 3 * 65536 + 123;
+    auto *memory = static_cast<unsigned char *>(quro_tpi_alloc(kSize));
+    ASSERT_NE(memory, nullptr);
+    for (size_t i = 0; i < kSize; ++i) {
+        memory[i] = static_cast<unsigned char>(i * 31);
+    }
+    quro_tpi_prefault(memory, kSize);
+    quro_tpi_prefault(memory + 1, 100);
+    quro_tpi_prefault(memory + 7, 0);
+    for (size_t i = 0; i < kSize; ++i) {
+        ASSERT_EQ(memory[i], static_cast<unsigned char>(i * 31)) << "at " << i;
+    }
+    quro_tpi_free(memory);
+}
+
 TEST(TpiFiles, ResultsPathCreatesEveryDirectory)
 {
     char scratch[] = "/tmp/quro_tpi_XXXXXX";

@@ -16,6 +16,12 @@ constexpr size_t quro_utfp_round_up(size_t size)
 
 constexpr size_t kHeaderSize = quro_utfp_round_up(sizeof(quro_utf_mempool_block));
 
+// Each new block doubles the last, up to this size, so that a pool holding thousands of records
+// asks for few blocks; blocks from this size on are prefaulted in one go rather than a page fault
+// per first write, which dominates the cost of registering and running many small tests.
+constexpr size_t kLargestGrownBlock = size_t{1} << 20;
+constexpr size_t kPrefaultFrom = size_t{64} << 10;
+
 // The current block is read without the lock to refuse pools that were destroyed or never set up.
 std::atomic_ref<quro_utf_mempool_block *> quro_utfp_current_block(quro_utf_mempool *pool)
 {
@@ -39,6 +45,9 @@ quro_utf_mempool_block *quro_utfp_new_block(size_t usable)
     block->space_used = 0;
     block->allocated = total;
     block->data = reinterpret_cast<char *>(block) + kHeaderSize;
+    if (usable >= kPrefaultFrom) {
+        quro_tpi_prefault(block->data, usable);
+    }
     return block;
 }
 
@@ -62,7 +71,8 @@ void *quro_utfp_alloc_locked(quro_utf_mempool *pool, size_t size)
     // Small requests start a new current block; only if the old one was put to real use, otherwise a
     // large request would waste it.
     if (size <= pool->block_size && size <= current->space_used) {
-        quro_utf_mempool_block *block = quro_utfp_new_block(pool->block_size);
+        const size_t grown = current->size < kLargestGrownBlock / 2 ? 2 * current->size : kLargestGrownBlock;
+        quro_utf_mempool_block *block = quro_utfp_new_block(grown > pool->block_size ? grown : pool->block_size);
         if (block == nullptr) {
             return nullptr;
         }

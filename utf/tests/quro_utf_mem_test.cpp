@@ -57,6 +57,34 @@ TEST(Mempool, LargeRequestGetsItsOwnBlockBehindTheCurrentOne)
     quro_utf_mempool_destroy(&pool);
 }
 
+TEST(Mempool, BlocksDoubleUpToACapSoManyRecordsTakeFewBlocks)
+{
+    constexpr size_t kCap = size_t{1} << 20;
+    quro_utf_mempool pool;
+    ASSERT_EQ(quro_utf_mempool_init(&pool, 64), QURO_UTF_MEM_OK);
+    std::vector<unsigned *> records;
+    for (unsigned i = 0; i < 65536; ++i) { // 3 MiB of records
+        auto *record = static_cast<unsigned *>(quro_utf_mempool_alloc(&pool, 48));
+        ASSERT_NE(record, nullptr);
+        *record = i;
+        records.push_back(record);
+    }
+    for (unsigned i = 0; i < records.size(); ++i) {
+        ASSERT_EQ(*records[i], i) << "pieces overlap";
+    }
+    unsigned blocks = 0;
+    for (const quro_utf_mempool_block *block = pool.last_block; block != nullptr; block = block->previous_block) {
+        const quro_utf_mempool_block *previous = block->previous_block;
+        if (previous != nullptr) {
+            EXPECT_EQ(block->size, previous->size == kCap ? kCap : 2 * previous->size) << "block " << blocks;
+        }
+        ++blocks;
+    }
+    EXPECT_EQ(pool.last_block->size, kCap);
+    EXPECT_LE(blocks, 17u) << "64 bytes doubled to 1 MiB is 15 blocks, then 1 MiB blocks";
+    quro_utf_mempool_destroy(&pool);
+}
+
 TEST(Mempool, AllocationLimitGrantsOneFewer)
 {
     quro_utf_mempool pool;

@@ -5,6 +5,7 @@
 #include <errno.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -130,6 +131,16 @@ void *quro_tpi_alloc(size_t size)
 void quro_tpi_free(void *memory)
 {
     free(memory);
+}
+
+void quro_tpi_prefault(void *memory, size_t size)
+{
+    const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const uintptr_t first = (reinterpret_cast<uintptr_t>(memory) + page - 1) & ~(page - 1);
+    const uintptr_t end = (reinterpret_cast<uintptr_t>(memory) + size) & ~(page - 1);
+    if (end > first) {
+        madvise(reinterpret_cast<void *>(first), end - first, MADV_POPULATE_WRITE); // a hint: failure is harmless
+    }
 }
 
 quro_tpi_uint64 quro_tpi_get_time_ns(void)
