@@ -149,37 +149,30 @@ void Device::reset_session_state()
 
 void Device::enqueue_state_change(int32_t state)
 {
-    std::lock_guard guard(mutex_);
-    if (!session_active_)
-        return;
-    requests_.emplace_back(StateRequest{state});
-    work_cv_.notify_one();
+    post_request(StateRequest{state});
 }
 
 void Device::enqueue_flush(uint32_t flags)
 {
-    std::lock_guard guard(mutex_);
-    if (!session_active_)
-        return;
-    requests_.emplace_back(FlushRequest{flags});
-    work_cv_.notify_one();
+    post_request(FlushRequest{flags});
 }
 
 void Device::notify_ref_frame_release(zvx_base_buffer_handle_t buffer_id)
 {
-    std::lock_guard guard(mutex_);
-    if (!session_active_)
-        return;
-    requests_.emplace_back(RefReleaseRequest{buffer_id});
-    work_cv_.notify_one();
+    post_request(RefReleaseRequest{buffer_id});
 }
 
 bool Device::inject_fault(const zvx_emu_fault &fault)
 {
+    return post_request(fault);
+}
+
+bool Device::post_request(Request request)
+{
     std::lock_guard guard(mutex_);
     if (!session_active_)
         return false;
-    requests_.emplace_back(fault);
+    requests_.push_back(std::move(request));
     work_cv_.notify_one();
     return true;
 }

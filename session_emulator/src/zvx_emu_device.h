@@ -106,6 +106,9 @@ private:
     void release_shuffled();
     void push_event(EventPtr event);
 
+    /* Hands the worker a request of an active session; false, and nothing queued, without one. */
+    bool post_request(Request request);
+
     /* Host side helpers, mutex_ held. */
     void end_session();
     void reset_session_state();
