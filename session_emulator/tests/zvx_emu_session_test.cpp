@@ -367,7 +367,7 @@ TEST_F(EmuSession, HungSessionReportsOnceAndThenAnswersNothing)
     EXPECT_EQ(host.stats().buffers_dropped, 1u);
 }
 
-TEST_F(EmuSession, ErrorEventCarriesCodeAndMessage)
+TEST_F(EmuSession, ErrorEventCarriesCodeAndMessageAndNeedsASession)
 {
     EmuHost host("video_encoder.hevc");
     ASSERT_TRUE(host.session);
@@ -376,6 +376,9 @@ TEST_F(EmuSession, ErrorEventCarriesCodeAndMessage)
     ASSERT_EQ(error.payload.size(), 4u + sizeof("firmware fault"));
     EXPECT_EQ(error.as<uint32_t>(), 0x1234u);
     EXPECT_STREQ(reinterpret_cast<const char *>(error.payload.data() + 4), "firmware fault");
+
+    zvx_destroy_session(host.fd);
+    EXPECT_FALSE(zvx_emu_inject_fault(host.fd, {zvx_emu_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}));
 }
 
 TEST_F(EmuSession, SlowDeviceTakesItsDelayPerOperation)
