@@ -8,14 +8,14 @@ cmake --preset release >/dev/null
 cmake --build --preset release
 for bench in utf/quro_utf_bench util/zvx_util_bench log/zvx_log_bench omx_components/zvx_omx_cproc_bench \
   omx_components/zvx_omx_round_trip_bench \
-  omx_components/zvx_omx_parameter_bench omx_components/zvx_omx_buffer_call_bench omx_components/zvx_omx_flow_bench; do
+  omx_components/zvx_omx_parameter_bench omx_components/zvx_omx_buffer_call_bench bench/zvx_omx_flow_bench; do
   echo "==== ${bench##*/} ===="
   "build/release/${bench}" "$@"
 done
 # The round trips and flows again with the client, the command thread and the device sharing one CPU.
-for bench in zvx_omx_round_trip_bench zvx_omx_flow_bench; do
-  echo "==== ${bench}, pinned to CPU 0 ===="
-  taskset -c 0 "build/release/omx_components/${bench}" "$@"
+for bench in omx_components/zvx_omx_round_trip_bench bench/zvx_omx_flow_bench; do
+  echo "==== ${bench##*/}, pinned to CPU 0 ===="
+  taskset -c 0 "build/release/${bench}" "$@"
 done
 # The client pipelines: GStreamer decoding through the core beside FFmpeg's software decoder.
 scripts/measure_clients.sh

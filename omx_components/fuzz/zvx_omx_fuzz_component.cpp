@@ -11,7 +11,7 @@
 #include "zvx_omx_encoder_component.h"
 #include "zvx_omx_event.h"
 #include "zvx_omx_log.h"
-#include "zvx_omx_state.h"
+#include "state/zvx_omx_state.h"
 
 namespace {
 

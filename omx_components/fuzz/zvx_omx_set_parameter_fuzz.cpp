@@ -14,7 +14,7 @@
 #include <memory>
 
 #include "zvx_omx_fuzz_component.h"
-#include "zvx_omx_parameter_table.h"
+#include "settings/zvx_omx_parameter_table.h"
 #include "zvx_omx_session.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_config.h"
-#include "zvx_omx_state.h"
+#include "state/zvx_omx_state.h"
 #include "zvx_omx_test_client.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <thread>
 #include <utility>
 
-#include "zvx_omx_state.h"
+#include "state/zvx_omx_state.h"
 #include "zvx_omx_test_client.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // The get-parameter handler: answers from the settings stores, enumerates port formats and profile/level
 // pairs, and computes the answers that no store holds.
-#include "zvx_omx_parameter_read.h"
+#include "parameters/zvx_omx_parameter_read.h"
 
 #include <cstring>
 

@@ -1,8 +1,8 @@
 // The client's callbacks and application data: SetCallbacks stores them as one pair, and every
 // callback the component makes reads them as one pair.
-#include "zvx_omx_client.h"
+#include "core/zvx_omx_client.h"
 
-#include "zvx_omx_api_call_record.h"
+#include "diagnostics/zvx_omx_api_call_record.h"
 #include "zvx_omx_common_component.h"
 
 namespace {

@@ -1,11 +1,11 @@
 // The state machine's record keeping: the OpenMAX and hardware states, the ports' transitions, and
 // the step that settles what is pending after every command and event.
-#include "zvx_omx_state.h"
+#include "state/zvx_omx_state.h"
 
 #include <atomic>
 #include <iterator>
 
-#include "zvx_omx_client.h"
+#include "core/zvx_omx_client.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_log.h"
 

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "zvx_omx_config.h"
-#include "zvx_omx_handle.h"
+#include "component/zvx_omx_handle.h"
 #include "zvx_omx_log.h"
 #include "zvx_omx_session.h"
 

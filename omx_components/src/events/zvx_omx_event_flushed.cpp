@@ -2,12 +2,12 @@
 // client, a client flush waiting for the session completes, and the port's flush bookkeeping restarts.
 #include <atomic>
 
-#include "zvx_omx_buffer_ownership.h"
-#include "zvx_omx_client.h"
+#include "buffers/zvx_omx_buffer_ownership.h"
+#include "core/zvx_omx_client.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_event.h"
 #include "zvx_omx_log.h"
-#include "zvx_omx_state.h"
+#include "state/zvx_omx_state.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The bookkeeping of who holds a buffer: the port registry, the tracked list and the queue-order list.
-#include "zvx_omx_buffer_ownership.h"
+#include "buffers/zvx_omx_buffer_ownership.h"
 
 zvx_omx_port_buffers_lock::zvx_omx_port_buffers_lock(zvx_omx_port *port) : port_(port)
 {

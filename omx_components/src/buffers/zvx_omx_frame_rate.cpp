@@ -1,5 +1,5 @@
 // The frame-rate estimate from an encoder's input timestamps.
-#include "zvx_omx_frame_rate.h"
+#include "buffers/zvx_omx_frame_rate.h"
 
 #include <OMX_IVCommon.h>
 

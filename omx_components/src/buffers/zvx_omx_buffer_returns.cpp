@@ -3,14 +3,14 @@
 #include <atomic>
 
 #include "zvx_mem.h"
-#include "zvx_omx_buffer_ownership.h"
-#include "zvx_omx_client.h"
+#include "buffers/zvx_omx_buffer_ownership.h"
+#include "core/zvx_omx_client.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_event.h"
 #include "zvx_omx_extra_data.h"
 #include "zvx_omx_log.h"
-#include "zvx_omx_metadata_buffers.h"
+#include "buffer_formats/zvx_omx_metadata_buffers.h"
 
 namespace {
 

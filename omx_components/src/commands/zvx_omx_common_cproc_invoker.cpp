@@ -10,7 +10,7 @@
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_event.h"
 #include "zvx_omx_log.h"
-#include "zvx_omx_state.h"
+#include "state/zvx_omx_state.h"
 #include "zvx_session_interface.h"
 
 namespace {

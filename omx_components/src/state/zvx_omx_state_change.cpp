@@ -4,13 +4,13 @@
 #include <time.h>
 
 #include "zvx_mem.h"
-#include "zvx_omx_client.h"
+#include "core/zvx_omx_client.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_log.h"
 #include "zvx_omx_port_commands.h"
 #include "zvx_omx_session.h"
-#include "zvx_omx_state.h"
+#include "state/zvx_omx_state.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
 #include "zvx_omx_session.h"
-#include "zvx_omx_settings_lock.h"
+#include "core/zvx_omx_settings_lock.h"
 #include "zvx_session_interface.h"
 
 namespace {

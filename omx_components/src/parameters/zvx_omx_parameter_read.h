@@ -3,7 +3,7 @@
 
 #include <OMX_Core.h>
 
-#include "zvx_omx_parameter_table.h"
+#include "settings/zvx_omx_parameter_table.h"
 
 struct zvx_omx_common_component;
 struct zvx_map;

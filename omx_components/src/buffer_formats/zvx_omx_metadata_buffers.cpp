@@ -1,6 +1,6 @@
 // Store-metadata mode: the frame memory a metadata record names, registered with the session once and
 // counted while the firmware holds it.
-#include "zvx_omx_metadata_buffers.h"
+#include "buffer_formats/zvx_omx_metadata_buffers.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "zvx_mem.h"
-#include "zvx_omx_buffer_descriptor.h"
+#include "buffer_formats/zvx_omx_buffer_descriptor.h"
 #include "zvx_omx_extensions.h"
 #include "zvx_omx_log.h"
 

@@ -4,11 +4,11 @@
 #include <atomic>
 
 #include "zvx_mem.h"
-#include "zvx_omx_client.h"
+#include "core/zvx_omx_client.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_log.h"
-#include "zvx_omx_state.h"
+#include "state/zvx_omx_state.h"
 #include "zvx_session_interface.h"
 
 namespace {

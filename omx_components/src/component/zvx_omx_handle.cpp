@@ -1,9 +1,9 @@
 // The client's handle: the OpenMAX function table that leads every client call into the component.
-#include "zvx_omx_handle.h"
+#include "component/zvx_omx_handle.h"
 
 #include <cstring>
 
-#include "zvx_omx_common_component_buffers.h"
+#include "buffers/zvx_omx_common_component_buffers.h"
 #include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_parameters.h"
 

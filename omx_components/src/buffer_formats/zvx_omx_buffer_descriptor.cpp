@@ -1,5 +1,5 @@
 // What the session is told about a port's buffers when they are registered.
-#include "zvx_omx_buffer_descriptor.h"
+#include "buffer_formats/zvx_omx_buffer_descriptor.h"
 
 #include "zvx_omx_buffer_layout.h"
 #include "zvx_omx_translate.h"

@@ -1,5 +1,5 @@
 // The indices the parameter and configuration entries answer, sorted by value.
-#include "zvx_omx_parameter_table.h"
+#include "settings/zvx_omx_parameter_table.h"
 
 #include <OMX_Component.h>
 #include <OMX_Image.h>
