@@ -15,6 +15,7 @@
 #include "zvx_bench_wake_floor.h"
 #include "zvx_mem.h"
 #include "zvx_omx_common_component.h"
+#include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_common_cproc.h"
 
 namespace {

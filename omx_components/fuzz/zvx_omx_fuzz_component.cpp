@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "state/zvx_omx_state.h"
 #include "zvx_mem.h"
 #include "zvx_omx_common_cproc.h"
 #include "zvx_omx_config.h"
@@ -11,7 +12,6 @@
 #include "zvx_omx_encoder_component.h"
 #include "zvx_omx_event.h"
 #include "zvx_omx_log.h"
-#include "state/zvx_omx_state.h"
 
 namespace {
 

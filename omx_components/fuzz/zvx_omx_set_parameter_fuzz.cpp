@@ -13,8 +13,8 @@
 #include <cstring>
 #include <memory>
 
-#include "zvx_omx_fuzz_component.h"
 #include "settings/zvx_omx_parameter_table.h"
+#include "zvx_omx_fuzz_component.h"
 #include "zvx_omx_session.h"
 
 namespace {

@@ -7,6 +7,7 @@
 #include <stdint.h>
 
 #include "zvx_omx_common_cproc.h"
+#include "zvx_omx_config.h"
 #include "zvx_omx_port.h"
 #include "zvx_session_interface.h"
 #include "zvx_util_atomic.h"
@@ -16,15 +17,9 @@
 
 #define ZVX_OMX_COMPONENT_NAME_SIZE 128
 #define ZVX_OMX_MAX_PROT_BUFS 1024
-#define ZVX_OMX_PORT_COUNT 2
 #define ZVX_OMX_DEVICE_PATH "/dev/kdev0"
 /* hw_state holds a requested state plus this while the session has not confirmed it. */
 #define ZVX_OMX_HW_STATE_REQUESTED 10
-
-typedef enum zvx_omx_component_type_t {
-    ZVX_OMX_DECODER = 0,
-    ZVX_OMX_ENCODER = 1,
-} zvx_omx_component_type_t;
 
 typedef enum zvx_omx_component_role_t {
     ZVX_OMX_COMPONENT_ROLE_UNCLASSIFIED = 0,
@@ -150,8 +145,6 @@ bool zvx_omx_common_component_tcx_enable(zvx_omx_common_component *comp, OMX_U32
 OMX_BOOL zvx_omx_common_component_is_dmabuf_enabled(zvx_omx_common_component *comp, OMX_U32 port);
 OMX_BOOL zvx_omx_common_component_is_metadata_in_buffer_enabled(zvx_omx_common_component *comp, OMX_U32 port);
 
-/* Bytes of extra data after the picture in an output buffer. */
-OMX_U32 zvx_omx_common_component_get_extra_data_size(zvx_omx_common_component *comp, OMX_U32 port);
 /* The two below change settings stores: the caller holds the lock. */
 void zvx_omx_common_component_update_crop_rect(zvx_omx_common_component *comp, OMX_U32 port, OMX_U32 width,
                                                OMX_U32 height);

@@ -1,46 +1,19 @@
 #ifndef ZVX_OMX_COMMON_COMPONENT_COMMANDS_H
 #define ZVX_OMX_COMMON_COMPONENT_COMMANDS_H
 
+/* The client's commands: SendCommand and its neighbours, and the flush command. The state change,
+ * which the state machine runs, comes with zvx_omx_state_change.h. */
+
 #include <OMX_Component.h>
 #include <stdint.h>
 #include <time.h>
 
 #include "zvx_omx_common_cproc.h"
+#include "zvx_omx_state_change.h"
 #include "zvx_session_interface.h"
 
-/* Retry budget of a state change whose readiness check keeps failing. */
-#define ZVX_OMX_STATE_CHANGE_ATTEMPTS 5000
 /* Milliseconds a flush on running hardware waits for the codec configuration. */
 #define ZVX_OMX_FLUSH_IN_EXECUTING_TIMEOUT_MS 200
-
-/* Command functions run on the command thread and return true when done (the record is freed) or
- * false to run again later. Each takes a null component or record as done, unless said otherwise. */
-
-struct command_state_change_data {
-    struct zvx_omx_common_cproc_command_data command_data;
-    int32_t state; /* target OMX_STATETYPE */
-    int32_t remaining_attempts;
-};
-
-/* Waits for the session to reach hw_state, then completes the change to state. */
-struct command_delayed_state_change_data {
-    struct zvx_omx_common_cproc_command_data command_data;
-    int32_t state;    /* target OMX_STATETYPE */
-    int32_t hw_state; /* enum zvx_base_hw_state */
-};
-static_assert(sizeof(struct command_delayed_state_change_data) == 16);
-
-bool common_component_cmd_state_change(struct zvx_omx_common_component *comp,
-                                       struct zvx_omx_common_cproc_command_data *command);
-bool delayed_statechange(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *command);
-/* The rest of a change to Idle from Executing, once both ports' flushes are done. */
-bool delayed_statechange_onflush(struct zvx_omx_common_component *comp,
-                                 struct zvx_omx_common_cproc_command_data *command);
-/* Asks the session for a hardware state unless it is there already. */
-void zvx_enqueue_state_change_helper(struct zvx_omx_common_component *comp, enum zvx_base_hw_state state);
-/* False when nothing could be queued. */
-bool queue_delayed_state_change(struct zvx_omx_common_component *comp, OMX_STATETYPE state,
-                                enum zvx_base_hw_state hw_state);
 
 enum command_flush_in_executing_state_t {
     WAIT_FOR_CODEC_CONFIG = 0,
@@ -68,6 +41,11 @@ bool common_component_cmd_flush_buffers_in_executing_state(struct zvx_omx_common
                                                            struct zvx_omx_common_cproc_command_data *command);
 /* True when at least timeout milliseconds lie between start and end. */
 bool check_timeout(struct timespec start, struct timespec end, long timeout);
+
+/* The command thread: runs one queued command and fetches one session event per wake-up. Started by the
+ * decoder's and encoder's init; exit runs everything queued so far, then stops and joins it. */
+void zvx_omx_common_cproc_invoker_start(struct zvx_omx_common_component *comp);
+void zvx_omx_common_cproc_invoker_exit(struct zvx_omx_common_component *comp);
 
 OMX_ERRORTYPE zvx_omx_common_component_send_command(OMX_HANDLETYPE hComponent, OMX_COMMANDTYPE Cmd, OMX_U32 nParam1,
                                                     OMX_PTR pCmdData);

@@ -36,14 +36,15 @@ bool zvx_omx_common_cproc_command_queue_enqueue(zvx_omx_common_cproc_command_que
 struct zvx_omx_common_cproc_command_data *
 zvx_omx_common_cproc_command_queue_dequeue(zvx_omx_common_cproc_command_queue_lockfree_ts *queue);
 
+/* No thread, no pipe. The thread itself is started and stopped by the command room
+ * (zvx_omx_common_component_commands.h). */
 void zvx_omx_common_cproc_invoker_init(struct zvx_omx_common_cproc_invoker *invoker);
-void zvx_omx_common_cproc_invoker_start(struct zvx_omx_common_component *comp);
-/* Runs everything queued so far, then stops and joins the thread. */
-void zvx_omx_common_cproc_invoker_exit(struct zvx_omx_common_component *comp);
 void zvx_omx_common_cproc_invoker_signal(struct zvx_omx_common_cproc_invoker *invoker);
 /* True on comp's command thread: a client call made from inside a callback runs there, and must not
  * wait for that thread. */
 bool zvx_omx_common_cproc_on_command_thread(const struct zvx_omx_common_component *comp);
+/* Called by the command thread as it starts. */
+void zvx_omx_common_cproc_mark_command_thread(const struct zvx_omx_common_component *comp);
 
 /* Takes ownership of a command allocated with zvx_mem_malloc when it returns true. Each queued
  * command brings its own wake-up word, so commands are queued only once the thread has started. */

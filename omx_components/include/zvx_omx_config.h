@@ -15,7 +15,13 @@
 
 #include "zvx_util_map.h"
 
-struct zvx_omx_common_component;
+/* Every component has a video input port (0) and a video output port (1). */
+#define ZVX_OMX_PORT_COUNT 2
+
+typedef enum zvx_omx_component_type_t {
+    ZVX_OMX_DECODER = 0,
+    ZVX_OMX_ENCODER = 1,
+} zvx_omx_component_type_t;
 
 typedef struct zvx_omx_config_key {
     uint32_t index;       /* OMX_INDEXTYPE or an extension index */
@@ -69,7 +75,7 @@ OMX_ERRORTYPE zvx_omx_port_vp9_config(uint32_t type, OMX_U32 port_index, struct 
 /* Rewrites the frame port's format list for JPEG: only planar and semi-planar YUV remain. */
 OMX_ERRORTYPE zvx_omx_frame_port_jpeg_config(struct zvx_map *map);
 
-/* Builds the component-wide store: port counts and the standard role. */
-OMX_ERRORTYPE zvx_omx_clone_default_settings(struct zvx_omx_common_component *component);
+/* Builds the component-wide store of a component of this type: port counts and the standard role. */
+OMX_ERRORTYPE zvx_omx_clone_default_settings(struct zvx_map *map, zvx_omx_component_type_t type);
 
 #endif

@@ -58,27 +58,6 @@ void zvxp_omx_handle_ref_frame_released(struct zvx_omx_common_component *comp, z
 void zvxp_omx_handle_event_input_flushed(struct zvx_omx_common_component *comp);
 void zvxp_omx_handle_event_output_flushed(struct zvx_omx_common_component *comp);
 
-/* zvx_flags bit of a returned output buffer that the session refused to fill. */
-#define ZVX_OMX_ZVX_FLAG_REJECTED 0x1000u
-
-/* The session gives a buffer back; desc is an aligned copy of the event's descriptor. */
-void zvxp_omx_handle_event_input(struct zvx_omx_common_component *comp, const struct zvx_base_buffer_userspace *desc);
-void zvxp_omx_handle_event_output(struct zvx_omx_common_component *comp, const struct zvx_base_buffer_userspace *desc);
-
-/* Refused outputs parked while the session waits for buffers of a new size: counted, delivered all
- * together once every output the session owes has been refused, or given back empty by a flush. */
-int32_t zvxp_omx_rejected_buffers_count(struct zvx_omx_common_component *comp);
-void zvxp_omx_rejected_buffers_check_return(struct zvx_omx_common_component *comp);
-void zvxp_omx_rejected_buffers_return_all(struct zvx_omx_common_component *comp, OMX_U32 index);
-void zvx_omx_rejected_buffers_flush(struct zvx_omx_common_component *comp);
-
-/* Gives consumed inputs back in the order they were queued, holding them back at the start of a stream
- * as the output side requires. */
-void zvx_omx_return_input_buffers(struct zvx_omx_common_component *comp);
-/* Any thread: whether consumed inputs wait, and a command that gives back what may go now. */
-bool zvx_omx_input_returns_waiting(struct zvx_omx_common_component *comp);
-void zvx_omx_queue_input_returns(struct zvx_omx_common_component *comp);
-
 /* The stream-setting events. */
 void zvxp_omx_handle_event_portdefinition_change(struct zvx_omx_common_component *comp, OMX_U32 port);
 void zvxp_omx_handle_alloc_params(struct zvx_omx_common_component *comp,

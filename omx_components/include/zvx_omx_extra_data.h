@@ -43,6 +43,9 @@ static_assert(ZVX_OMX_EXTRADATA_CROP_SIZE == ZVX_OMX_ABI_SIZE(40, 80) &&
               ZVX_OMX_EXTRADATA_INTERLACE_SIZE == ZVX_OMX_ABI_SIZE(32, 64) &&
               ZVX_OMX_EXTRADATA_END_SIZE == ZVX_OMX_ABI_SIZE(24, 48));
 
+/* Bytes of extra data after the picture in an output buffer of the port. */
+OMX_U32 zvx_omx_common_component_get_extra_data_size(zvx_omx_common_component *comp, OMX_U32 port);
+
 /* Appends the records after the header's picture when the port's buffers carry extra data and the
  * buffer has room; false when it has none. Caller holds the component lock and owns the header. */
 bool zvx_omx_extra_data_append(struct zvx_omx_common_component *comp, OMX_U32 port, OMX_BUFFERHEADERTYPE *header);

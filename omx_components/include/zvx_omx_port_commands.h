@@ -2,9 +2,8 @@
 #define ZVX_OMX_PORT_COMMANDS_H
 
 /*
- * Port flushes asked of the session, and the client's OMX_CommandPortEnable and
- * OMX_CommandPortDisable: delayed commands that complete with OMX_EventCmdComplete once the port is
- * populated, or flushed and emptied.
+ * The client's OMX_CommandPortEnable and OMX_CommandPortDisable: delayed commands that complete with
+ * OMX_EventCmdComplete once the port is populated, or flushed and emptied.
  */
 
 #include <OMX_Core.h>
@@ -37,15 +36,10 @@ struct command_delayed_port_disable_data {
 };
 static_assert(sizeof(struct command_delayed_port_disable_data) == 24);
 
-/* Asks the session to flush the ports in mask (ZVX_BASE_FLUSH_INPUT_PORT, _OUTPUT_PORT or both) with one
- * request, counting one outstanding flush on each. Command thread only, as the two below. */
-void zvx_omx_port_flush_session(struct zvx_omx_common_component *comp, OMX_U32 mask);
-/* port: 0, 1 or OMX_ALL, each port with a request of its own. */
+/* port: 0, 1 or OMX_ALL, each port with a request of its own. Command thread only, as the one below. */
 void zvxp_omx_port_flush(struct zvx_omx_common_component *comp, OMX_U32 port);
 /* True once the port (or both, for OMX_ALL) has no flush outstanding and no registered buffer. */
 unsigned zvxp_omx_port_flush_complete(struct zvx_omx_common_component *comp, OMX_U32 port);
-/* Caller holds the component's lock. */
-bool zvxp_omx_port_has_buffers(zvx_omx_port *port);
 
 /* port: 0, 1 or OMX_ALL (one command and one completion per port). bEnabled changes at once. */
 OMX_ERRORTYPE common_component_cmd_port_enable_disable(struct zvx_omx_common_component *comp, OMX_U32 port,

@@ -93,6 +93,9 @@ struct zvx_base_buffer_userspace {
     uint32_t crc_offset;
 };
 
+/* zvx_flags bit of a returned output buffer that the session refused to fill. */
+#define ZVX_OMX_ZVX_FLAG_REJECTED 0x1000u
+
 enum zvx_base_event_code {
     ZVX_BASE_EVENT_RPC_PRINT = 0,
     ZVX_BASE_EVENT_SWITCHED_IN = 1,

@@ -7,6 +7,7 @@
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_extensions.h"
+#include "zvx_omx_extra_data.h"
 #include "zvx_omx_session.h"
 
 namespace {

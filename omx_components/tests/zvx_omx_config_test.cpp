@@ -194,23 +194,21 @@ TEST_F(SettingsStore, DecoderOutputKeepsTwoColourDescriptionSlots)
 
 TEST(ComponentSettings, RoleFollowsTheComponentType)
 {
-    static zvx_omx_common_component component;
     const struct {
         zvx_omx_component_type_t type;
         const char *role;
     } cases[] = {{ZVX_OMX_DECODER, "video_decoder.avc"}, {ZVX_OMX_ENCODER, "video_encoder.avc"}};
     for (const auto &c : cases) {
-        component.type = c.type;
-        ASSERT_EQ(zvx_omx_clone_default_settings(&component), OMX_ErrorNone);
+        struct zvx_map settings;
+        ASSERT_EQ(zvx_omx_clone_default_settings(&settings, c.type), OMX_ErrorNone);
         auto *role = static_cast<OMX_PARAM_COMPONENTROLETYPE *>(
-            zvx_omx_config_find(&component.config_and_params, OMX_IndexParamStandardComponentRole, 0));
+            zvx_omx_config_find(&settings, OMX_IndexParamStandardComponentRole, 0));
         ASSERT_NE(role, nullptr);
         EXPECT_STREQ(reinterpret_cast<const char *>(role->cRole), c.role);
-        auto *video = static_cast<OMX_PORT_PARAM_TYPE *>(
-            zvx_omx_config_find(&component.config_and_params, OMX_IndexParamVideoInit, 0));
+        auto *video = static_cast<OMX_PORT_PARAM_TYPE *>(zvx_omx_config_find(&settings, OMX_IndexParamVideoInit, 0));
         ASSERT_NE(video, nullptr);
         EXPECT_EQ(video->nPorts, 2u);
-        zvx_omx_config_destruct(&component.config_and_params);
+        zvx_omx_config_destruct(&settings);
     }
 }
 

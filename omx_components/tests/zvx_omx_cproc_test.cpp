@@ -11,6 +11,7 @@
 
 #include "zvx_mem.h"
 #include "zvx_omx_common_component.h"
+#include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_common_cproc.h"
 #include "zvx_session_interface.h"
 

@@ -16,6 +16,7 @@
 
 #include "zvx_blackbox.h"
 #include "zvx_omx_abi.h"
+#include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_common_cproc.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_decoder_component.h"

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "zvx_blackbox.h"
+#include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_common_component_role.h"
 #include "zvx_omx_common_cproc.h"
 #include "zvx_omx_config.h"

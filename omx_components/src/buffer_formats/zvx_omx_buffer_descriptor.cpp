@@ -2,6 +2,7 @@
 #include "buffer_formats/zvx_omx_buffer_descriptor.h"
 
 #include "zvx_omx_buffer_layout.h"
+#include "zvx_omx_extra_data.h"
 #include "zvx_omx_translate.h"
 
 OMX_U32 zvx_omx_buffer_frame_bytes(struct zvx_omx_common_component *comp, OMX_U32 port)

@@ -31,6 +31,17 @@ void zvxp_write(OMX_U8 *&cursor, OMX_U32 port, OMX_EXTRADATATYPE type, const voi
 
 } // namespace
 
+OMX_U32 zvx_omx_common_component_get_extra_data_size(zvx_omx_common_component *comp, OMX_U32 port)
+{
+    if (!zvx_omx_common_component_is_tcx_enabled(comp, port, nullptr, nullptr))
+        return 0;
+    const auto *sequence = static_cast<const QURO_PARAM_SEQUENECE_PARAMETERS *>(
+        zvx_omx_config_find(&comp->ports[port].config_and_params, QURO_IndexParamSequenceParameters, 0));
+    const bool interlaced = sequence != nullptr && sequence->bInterlace != 0;
+    return ZVX_OMX_EXTRADATA_CROP_SIZE + (interlaced ? ZVX_OMX_EXTRADATA_INTERLACE_SIZE : 0) +
+           ZVX_OMX_EXTRADATA_END_SIZE;
+}
+
 bool zvx_omx_extra_data_append(struct zvx_omx_common_component *comp, OMX_U32 port, OMX_BUFFERHEADERTYPE *header)
 {
     const OMX_U32 size = zvx_omx_common_component_get_extra_data_size(comp, port);

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "zvx_mem.h"
 #include "buffer_formats/zvx_omx_buffer_descriptor.h"
+#include "zvx_mem.h"
 #include "zvx_omx_extensions.h"
 #include "zvx_omx_log.h"
 

@@ -3,15 +3,15 @@
 #include <atomic>
 #include <cstring>
 
-#include "diagnostics/zvx_omx_api_call_record.h"
-#include "buffers/zvx_omx_buffer_ownership.h"
-#include "zvx_omx_common_component.h"
-#include "buffers/zvx_omx_common_component_buffers.h"
-#include "zvx_omx_event.h"
-#include "buffers/zvx_omx_frame_rate.h"
-#include "zvx_omx_log.h"
 #include "buffer_formats/zvx_omx_metadata_buffers.h"
+#include "buffers/zvx_omx_buffer_ownership.h"
+#include "buffers/zvx_omx_buffer_returns.h"
+#include "buffers/zvx_omx_common_component_buffers.h"
+#include "buffers/zvx_omx_frame_rate.h"
+#include "diagnostics/zvx_omx_api_call_record.h"
 #include "state/zvx_omx_state.h"
+#include "zvx_omx_common_component.h"
+#include "zvx_omx_log.h"
 #include "zvx_session_interface.h"
 
 namespace {

@@ -2,15 +2,15 @@
 // filled outputs with what the session wrote, refused outputs wait to be delivered again.
 #include <atomic>
 
-#include "zvx_mem.h"
+#include "buffer_formats/zvx_omx_metadata_buffers.h"
 #include "buffers/zvx_omx_buffer_ownership.h"
+#include "buffers/zvx_omx_buffer_returns.h"
 #include "core/zvx_omx_client.h"
+#include "zvx_mem.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
-#include "zvx_omx_event.h"
 #include "zvx_omx_extra_data.h"
 #include "zvx_omx_log.h"
-#include "buffer_formats/zvx_omx_metadata_buffers.h"
 
 namespace {
 

@@ -3,15 +3,15 @@
 // only while the client holds it.
 #include "buffers/zvx_omx_common_component_buffers.h"
 
-#include "zvx_mem.h"
-#include "diagnostics/zvx_omx_api_call_record.h"
 #include "buffer_formats/zvx_omx_buffer_descriptor.h"
+#include "buffer_formats/zvx_omx_metadata_buffers.h"
 #include "buffers/zvx_omx_buffer_ownership.h"
+#include "diagnostics/zvx_omx_api_call_record.h"
+#include "state/zvx_omx_state.h"
+#include "zvx_mem.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
-#include "buffer_formats/zvx_omx_metadata_buffers.h"
-#include "state/zvx_omx_state.h"
 #include "zvx_session_interface.h"
 
 namespace {

@@ -4,14 +4,14 @@
 #include <cstring>
 #include <string_view>
 
-#include "zvx_mem.h"
-#include "diagnostics/zvx_omx_api_call_record.h"
 #include "core/zvx_omx_client.h"
+#include "diagnostics/zvx_omx_api_call_record.h"
+#include "state/zvx_omx_state.h"
+#include "zvx_mem.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_extensions.h"
 #include "zvx_omx_log.h"
 #include "zvx_omx_port_commands.h"
-#include "state/zvx_omx_state.h"
 #include "zvx_session_interface.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "zvx_omx_common_cproc.h"
+#include "zvx_omx_common_component_commands.h"
 
 #include <atomic>
 #include <fcntl.h>
@@ -6,11 +6,11 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include "state/zvx_omx_state.h"
 #include "zvx_mem.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_event.h"
 #include "zvx_omx_log.h"
-#include "state/zvx_omx_state.h"
 #include "zvx_session_interface.h"
 
 namespace {
@@ -19,9 +19,6 @@ namespace {
  * wake-up word (the fallback of invoker_exit) is still noticed. */
 constexpr int ZVXP_STARTUP_POLL_MS = 1;
 constexpr OMX_U32 ZVXP_EVENT_TIMEOUT = 10;
-
-/* The component whose command thread this is; null on every other thread. */
-thread_local const struct zvx_omx_common_component *zvxp_command_thread_of = nullptr;
 
 bool zvxp_make_fd_nonblocking(int fd)
 {
@@ -78,7 +75,7 @@ void zvxp_handle_one_event(struct zvx_omx_common_component *comp)
 void *zvxp_invoker_thread(void *arg)
 {
     auto *comp = static_cast<struct zvx_omx_common_component *>(arg);
-    zvxp_command_thread_of = comp;
+    zvx_omx_common_cproc_mark_command_thread(comp);
     struct zvx_omx_common_cproc_invoker &invoker = comp->cproc_invoker;
     zvxp_make_fd_nonblocking(invoker.pipe_fd[0]);
     int timeout_ms = ZVXP_STARTUP_POLL_MS;
@@ -111,17 +108,6 @@ void *zvxp_invoker_thread(void *arg)
 }
 
 } // namespace
-
-void zvx_omx_common_cproc_invoker_init(struct zvx_omx_common_cproc_invoker *invoker)
-{
-    if (invoker == nullptr) {
-        return;
-    }
-    invoker->invoker_thread = 0;
-    invoker->exit = 0;
-    invoker->pipe_fd[0] = -1;
-    invoker->pipe_fd[1] = -1;
-}
 
 void zvx_omx_common_cproc_invoker_start(struct zvx_omx_common_component *comp)
 {
@@ -169,32 +155,4 @@ void zvx_omx_common_cproc_invoker_exit(struct zvx_omx_common_component *comp)
     }
     invoker.invoker_thread = 0;
     invoker.exit = 0;
-}
-
-bool zvx_omx_common_cproc_on_command_thread(const struct zvx_omx_common_component *comp)
-{
-    return comp != nullptr && zvxp_command_thread_of == comp;
-}
-
-void zvx_omx_common_cproc_invoker_signal(struct zvx_omx_common_cproc_invoker *invoker)
-{
-    if (invoker == nullptr) {
-        return;
-    }
-    const uint32_t wake_word = 0;
-    const ssize_t written = write(invoker->pipe_fd[1], &wake_word, sizeof(wake_word));
-    (void)written;
-}
-
-bool zvx_omx_common_component_queue_command(struct zvx_omx_common_component *comp,
-                                            struct zvx_omx_common_cproc_command_data *command)
-{
-    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_VERBOSE, "zvx_omx_common_component_queue_command(comp=%p, command=%p). (%s:%d)",
-            comp, command);
-    if (comp == nullptr || command == nullptr) {
-        return false;
-    }
-    const bool queued = zvx_omx_common_cproc_command_queue_enqueue(&comp->cproc_queue, command);
-    zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
-    return queued;
 }

@@ -4,11 +4,11 @@
 #include <time.h>
 
 #include "core/zvx_omx_client.h"
+#include "state/zvx_omx_state.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_log.h"
-#include "zvx_omx_port_commands.h"
-#include "state/zvx_omx_state.h"
+#include "zvx_omx_session.h"
 
 namespace {
 

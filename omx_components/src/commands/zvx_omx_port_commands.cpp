@@ -1,27 +1,21 @@
-// Port flushes asked of the session, and the client's port enable and disable commands.
+// The client's port enable and disable commands, and the port flushes they ask of the session.
 #include "zvx_omx_port_commands.h"
 
 #include <atomic>
 
-#include "zvx_mem.h"
 #include "core/zvx_omx_client.h"
+#include "state/zvx_omx_state.h"
+#include "zvx_mem.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_log.h"
-#include "state/zvx_omx_state.h"
+#include "zvx_omx_session.h"
 #include "zvx_session_interface.h"
 
 namespace {
 
-struct zvxp_port_flush_entry {
-    OMX_U32 session_flag;
-    uint32_t instrumentation_code;
-};
-
-constexpr zvxp_port_flush_entry ZVXP_PORT_FLUSH[ZVX_OMX_PORT_COUNT] = {
-    {ZVX_BASE_FLUSH_INPUT_PORT, ZVX_INSTR_FLUSHED_INPUT_SEND},
-    {ZVX_BASE_FLUSH_OUTPUT_PORT, ZVX_INSTR_FLUSHED_OUTPUT_SEND},
-};
+/* The session's flush flag of each port. */
+constexpr OMX_U32 ZVXP_PORT_FLUSH_FLAG[ZVX_OMX_PORT_COUNT] = {ZVX_BASE_FLUSH_INPUT_PORT, ZVX_BASE_FLUSH_OUTPUT_PORT};
 
 bool zvxp_port_selected(OMX_U32 selection, OMX_U32 candidate)
 {
@@ -117,22 +111,11 @@ void zvxp_complete_disable(struct zvx_omx_common_component *comp, struct command
 
 } // namespace
 
-void zvx_omx_port_flush_session(struct zvx_omx_common_component *comp, OMX_U32 mask)
-{
-    for (OMX_U32 port = 0; port < ZVX_OMX_PORT_COUNT; ++port) {
-        if ((mask & ZVXP_PORT_FLUSH[port].session_flag) != 0) {
-            ++comp->ports[port].nr_pending_flushes;
-            zvx_instr_write_msg(ZVXP_PORT_FLUSH[port].instrumentation_code, 0, nullptr);
-        }
-    }
-    zvx_enqueue_flush_buffers(comp->driver_fd, mask);
-}
-
 void zvxp_omx_port_flush(struct zvx_omx_common_component *comp, OMX_U32 port)
 {
     for (OMX_U32 each = 0; each < ZVX_OMX_PORT_COUNT; ++each) {
         if (zvxp_port_selected(port, each)) {
-            zvx_omx_port_flush_session(comp, ZVXP_PORT_FLUSH[each].session_flag);
+            zvx_omx_port_flush_session(comp, ZVXP_PORT_FLUSH_FLAG[each]);
         }
     }
 }
@@ -146,11 +129,6 @@ unsigned zvxp_omx_port_flush_complete(struct zvx_omx_common_component *comp, OMX
         }
     }
     return 1;
-}
-
-bool zvxp_omx_port_has_buffers(zvx_omx_port *port)
-{
-    return zvx_map_size(&port->registered_buffers) != 0;
 }
 
 OMX_ERRORTYPE common_component_cmd_port_enable_disable(struct zvx_omx_common_component *comp, OMX_U32 port, bool enable)

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "zvx_omx_config.h"
 #include "component/zvx_omx_handle.h"
+#include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
 #include "zvx_omx_session.h"
 
@@ -91,7 +91,7 @@ OMX_ERRORTYPE zvxp_build(zvx_omx_common_component *comp)
     comp->prev_fps = zvxu_circular_list_create(zvxp_frame_interval_slots);
     if (comp->prev_fps == nullptr)
         return OMX_ErrorInsufficientResources;
-    return zvx_omx_clone_default_settings(comp);
+    return zvx_omx_clone_default_settings(&comp->config_and_params, comp->type);
 }
 
 // Calls through the handle after destroy find no record and fail instead of reaching freed memory.

@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_common_component_role.h"
 #include "zvx_omx_common_cproc.h"
 #include "zvx_omx_config.h"

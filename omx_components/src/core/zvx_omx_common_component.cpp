@@ -1,5 +1,5 @@
 // The queries every other part of the component asks of the record: type and name, port roles, the
-// per-port switches in the settings store, extra data, crop and the allocation-parameter refresh.
+// per-port switches in the settings store, crop and the allocation-parameter refresh.
 #include "zvx_omx_common_component.h"
 
 #include <algorithm>
@@ -7,7 +7,6 @@
 
 #include "zvx_omx_config.h"
 #include "zvx_omx_extensions.h"
-#include "zvx_omx_extra_data.h"
 
 namespace {
 
@@ -104,17 +103,6 @@ OMX_BOOL zvx_omx_common_component_is_metadata_in_buffer_enabled(zvx_omx_common_c
     const auto *metadata =
         zvxp_port_setting<StoreMetaDataInBuffersParams>(comp, port, OMX_IndexParamEnableStoreMetaData);
     return metadata != nullptr && metadata->bStoreMetaData != OMX_FALSE ? OMX_TRUE : OMX_FALSE;
-}
-
-OMX_U32 zvx_omx_common_component_get_extra_data_size(zvx_omx_common_component *comp, OMX_U32 port)
-{
-    if (!zvx_omx_common_component_is_tcx_enabled(comp, port, nullptr, nullptr))
-        return 0;
-    const auto *sequence =
-        zvxp_port_setting<QURO_PARAM_SEQUENECE_PARAMETERS>(comp, port, QURO_IndexParamSequenceParameters);
-    const bool interlaced = sequence != nullptr && sequence->bInterlace != 0;
-    return ZVX_OMX_EXTRADATA_CROP_SIZE + (interlaced ? ZVX_OMX_EXTRADATA_INTERLACE_SIZE : 0) +
-           ZVX_OMX_EXTRADATA_END_SIZE;
 }
 
 void zvx_omx_common_component_update_crop_rect(zvx_omx_common_component *comp, OMX_U32 port, OMX_U32 width,

@@ -1,6 +1,19 @@
+// The command queue and its wake-up: any thread queues a command and wakes the command thread, which
+// alone takes commands off (commands/zvx_omx_common_cproc_invoker.cpp).
 #include "zvx_omx_common_cproc.h"
 
+#include <unistd.h>
+
+#include "zvx_omx_common_component.h"
+#include "zvx_omx_log.h"
 #include "zvx_util_slist_ts.h"
+
+namespace {
+
+/* The component whose command thread this is; null on every other thread. */
+thread_local const struct zvx_omx_common_component *zvxp_command_thread_of = nullptr;
+
+} // namespace
 
 bool zvx_omx_common_cproc_command_queue_init(zvx_omx_common_cproc_command_queue_lockfree_ts *queue)
 {
@@ -34,4 +47,48 @@ zvx_omx_common_cproc_command_queue_dequeue(zvx_omx_common_cproc_command_queue_lo
         return nullptr;
     }
     return static_cast<struct zvx_omx_common_cproc_command_data *>(zvxu_slist_ts_dequeue(queue));
+}
+
+void zvx_omx_common_cproc_invoker_init(struct zvx_omx_common_cproc_invoker *invoker)
+{
+    if (invoker == nullptr) {
+        return;
+    }
+    invoker->invoker_thread = 0;
+    invoker->exit = 0;
+    invoker->pipe_fd[0] = -1;
+    invoker->pipe_fd[1] = -1;
+}
+
+bool zvx_omx_common_cproc_on_command_thread(const struct zvx_omx_common_component *comp)
+{
+    return comp != nullptr && zvxp_command_thread_of == comp;
+}
+
+void zvx_omx_common_cproc_mark_command_thread(const struct zvx_omx_common_component *comp)
+{
+    zvxp_command_thread_of = comp;
+}
+
+void zvx_omx_common_cproc_invoker_signal(struct zvx_omx_common_cproc_invoker *invoker)
+{
+    if (invoker == nullptr) {
+        return;
+    }
+    const uint32_t wake_word = 0;
+    const ssize_t written = write(invoker->pipe_fd[1], &wake_word, sizeof(wake_word));
+    (void)written;
+}
+
+bool zvx_omx_common_component_queue_command(struct zvx_omx_common_component *comp,
+                                            struct zvx_omx_common_cproc_command_data *command)
+{
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_VERBOSE, "zvx_omx_common_component_queue_command(comp=%p, command=%p). (%s:%d)",
+            comp, command);
+    if (comp == nullptr || command == nullptr) {
+        return false;
+    }
+    const bool queued = zvx_omx_common_cproc_command_queue_enqueue(&comp->cproc_queue, command);
+    zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
+    return queued;
 }

@@ -60,3 +60,8 @@ OMX_PARAM_PORTDEFINITIONTYPE *zvx_omx_port_get_definition(zvx_omx_port *port)
     return static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(
         zvx_omx_config_find(&port->config_and_params, OMX_IndexParamPortDefinition, 0));
 }
+
+bool zvxp_omx_port_has_buffers(zvx_omx_port *port)
+{
+    return zvx_map_size(&port->registered_buffers) != 0;
+}

@@ -1,12 +1,13 @@
 // Session events: the dispatch table by event code, and the events whose handling is short.
+#include "buffers/zvx_omx_buffer_returns.h"
 #include "zvx_omx_event.h"
 
 #include <array>
 #include <cstring>
 
+#include "state/zvx_omx_state.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_log.h"
-#include "state/zvx_omx_state.h"
 
 namespace {
 

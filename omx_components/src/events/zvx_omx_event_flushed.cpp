@@ -3,11 +3,12 @@
 #include <atomic>
 
 #include "buffers/zvx_omx_buffer_ownership.h"
+#include "buffers/zvx_omx_buffer_returns.h"
 #include "core/zvx_omx_client.h"
+#include "state/zvx_omx_state.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_event.h"
 #include "zvx_omx_log.h"
-#include "state/zvx_omx_state.h"
 
 namespace {
 

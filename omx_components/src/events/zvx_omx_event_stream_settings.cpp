@@ -11,14 +11,15 @@
 #include <time.h>
 #include <unistd.h>
 
-#include "zvx_omx_buffer_layout.h"
+#include "buffer_formats/zvx_omx_metadata_buffers.h"
 #include "core/zvx_omx_client.h"
+#include "zvx_omx_buffer_layout.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_event.h"
 #include "zvx_omx_extensions.h"
+#include "zvx_omx_extra_data.h"
 #include "zvx_omx_log.h"
-#include "buffer_formats/zvx_omx_metadata_buffers.h"
 #include "zvx_omx_parameters.h"
 #include "zvx_omx_translate.h"
 #include "zvx_session_interface.h"

@@ -4,11 +4,11 @@
 #include <cstring>
 #include <string_view>
 
+#include "core/zvx_omx_settings_stores.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
 #include "zvx_omx_session.h"
-#include "core/zvx_omx_settings_lock.h"
 #include "zvx_session_interface.h"
 
 namespace {

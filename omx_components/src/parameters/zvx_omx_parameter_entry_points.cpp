@@ -4,14 +4,14 @@
 #include <cstring>
 #include <span>
 
-#include "zvx_mem.h"
+#include "core/zvx_omx_settings_stores.h"
 #include "diagnostics/zvx_omx_api_call_record.h"
-#include "zvx_omx_common_component.h"
-#include "zvx_omx_log.h"
 #include "parameters/zvx_omx_parameter_read.h"
 #include "settings/zvx_omx_parameter_table.h"
+#include "zvx_mem.h"
+#include "zvx_omx_common_component.h"
+#include "zvx_omx_log.h"
 #include "zvx_omx_parameters.h"
-#include "core/zvx_omx_settings_lock.h"
 #include "zvx_omx_strings.h"
 
 namespace {

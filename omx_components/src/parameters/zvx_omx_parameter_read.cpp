@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "core/zvx_omx_settings_stores.h"
 #include "zvx_omx_buffer_layout.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
@@ -35,14 +36,6 @@ OMX_ERRORTYPE zvxp_read_tcx_support(struct zvx_omx_common_component *comp, OMX_P
 }
 
 } // namespace
-
-struct zvx_map *zvx_omx_parameter_store(struct zvx_omx_common_component *comp, zvx_omx_parameter_scope scope,
-                                        OMX_U32 port)
-{
-    if (scope == zvx_omx_parameter_scope::component)
-        return &comp->config_and_params;
-    return port < ZVX_OMX_PORT_COUNT ? &comp->ports[port].config_and_params : nullptr;
-}
 
 OMX_ERRORTYPE zvx_omx_parameter_read(struct zvx_omx_common_component *comp, const zvx_omx_parameter_entry &entry,
                                      void *record)

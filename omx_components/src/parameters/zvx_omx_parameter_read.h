@@ -8,10 +8,6 @@
 struct zvx_omx_common_component;
 struct zvx_map;
 
-/* The settings store an index of this scope lives in; null for a port beyond the component's. */
-struct zvx_map *zvx_omx_parameter_store(struct zvx_omx_common_component *comp, zvx_omx_parameter_scope scope,
-                                        OMX_U32 port);
-
 /* Fills the client's record, already checked against the entry, from the settings stores. The
  * client's nSize is kept. Caller holds the component lock. */
 OMX_ERRORTYPE zvx_omx_parameter_read(struct zvx_omx_common_component *comp, const zvx_omx_parameter_entry &entry,

@@ -5,21 +5,21 @@
 #include <cstring>
 #include <iterator>
 
+#include "buffer_formats/zvx_omx_metadata_buffers.h"
+#include "core/zvx_omx_settings_stores.h"
+#include "parameters/zvx_omx_parameter_read.h"
+#include "session/zvx_omx_session_settings.h"
+#include "settings/zvx_omx_parameter_table.h"
 #include "zvx_omx_buffer_layout.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_common_component_role.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_extensions.h"
+#include "zvx_omx_extra_data.h"
 #include "zvx_omx_log.h"
-#include "buffer_formats/zvx_omx_metadata_buffers.h"
-#include "parameters/zvx_omx_parameter_read.h"
-#include "settings/zvx_omx_parameter_table.h"
 #include "zvx_omx_parameters.h"
 #include "zvx_omx_session.h"
-#include "core/zvx_omx_settings_lock.h"
 #include "zvx_omx_strings.h"
-#include "zvx_omx_translate.h"
-#include "zvx_session_interface.h"
 
 namespace {
 
@@ -310,54 +310,18 @@ OMX_ERRORTYPE zvxp_set_role(struct zvx_omx_common_component *comp, const OMX_PAR
     return zvx_omx_common_component_set_role(comp, role);
 }
 
-void zvxp_pass_to_session(struct zvx_omx_common_component *comp, OMX_INDEXTYPE index, const void *record, uint32_t size)
-{
-    if (index != OMX_IndexParamPortDefinition) {
-        zvx_set_parameter(comp->driver_fd, index, size, const_cast<void *>(record));
-        return;
-    }
-    OMX_PARAM_PORTDEFINITIONTYPE definition;
-    std::memcpy(&definition, record, sizeof(definition));
-    kern_omx120_param_portdefinitiontype session_definition;
-    zvx_omx_translate_112_to_120_IndexParamPortDefinition(&session_definition, &definition,
-                                                          comp->type == ZVX_OMX_DECODER);
-    zvx_set_parameter(comp->driver_fd, index, sizeof(session_definition), &session_definition);
-}
-
-// The stored record is copied out under the lock and passed on without it: the session may block.
-void zvxp_pass_stored(struct zvx_omx_common_component *comp, const zvx_omx_parameter_entry &entry, OMX_U32 port)
-{
-    alignas(8) uint8_t copy[256];
-    static_assert(sizeof(copy) >= sizeof(OMX_PARAM_PORTDEFINITIONTYPE));
-    if (entry.size > sizeof(copy))
-        return;
-    {
-        zvx_omx_settings_lock lock(comp);
-        const void *stored = zvx_omx_config_find(zvx_omx_parameter_store(comp, entry.scope, port), entry.index, 0);
-        if (stored == nullptr)
-            return;
-        std::memcpy(copy, stored, entry.size);
-    }
-    zvxp_pass_to_session(comp, entry.index, copy, entry.size);
-}
-
-bool zvxp_session_open(struct zvx_omx_common_component *comp)
-{
-    return std::atomic_ref(comp->session_created).load() && comp->driver_fd != -1;
-}
-
 // Without a session the stores keep the records; the session's creation passes them on.
 void zvxp_update_session(struct zvx_omx_common_component *comp, const zvxp_session_updates &updates)
 {
-    if (!zvxp_session_open(comp))
+    if (!zvx_omx_session_is_open(comp))
         return;
     for (int i = 0; i < updates.count; ++i) {
         const zvxp_session_updates::update &update = updates.items[i];
         const zvx_omx_parameter_entry *entry = zvx_omx_parameter_find(update.index);
         if (update.record != nullptr)
-            zvxp_pass_to_session(comp, update.index, update.record, entry->size);
+            zvx_omx_session_pass_record(comp, update.index, update.record, entry->size);
         else
-            zvxp_pass_stored(comp, *entry, update.port);
+            zvx_omx_session_pass_stored(comp, *entry, update.port);
     }
 }
 
@@ -401,19 +365,4 @@ bool common_component_cmd_set_parameter(struct zvx_omx_common_component *comp,
         zvxu_semaphore_post(&set->waiter->done);
     }
     return true;
-}
-
-void zvx_omx_common_component_send_current_settings(struct zvx_omx_common_component *comp)
-{
-    if (comp == nullptr || !zvxp_session_open(comp))
-        return;
-    const zvx_omx_parameter_entry *definition = zvx_omx_parameter_find(OMX_IndexParamPortDefinition);
-    for (OMX_U32 port = 0; port < ZVX_OMX_PORT_COUNT; ++port)
-        zvxp_pass_stored(comp, *definition, port);
-    for (const zvx_omx_parameter_entry &entry : zvx_omx_parameter_entries()) {
-        if (!entry.session || entry.index == OMX_IndexParamPortDefinition)
-            continue;
-        for (OMX_U32 port = 0; port < ZVX_OMX_PORT_COUNT; ++port)
-            zvxp_pass_stored(comp, entry, port);
-    }
 }

@@ -1,5 +1,5 @@
 // The codec session's lifetime: created for the stored role when the component leaves Loaded,
-// destroyed on the way back, on a role change and at destruction.
+// destroyed on the way back, on a role change and at destruction; and the port flushes asked of it.
 #include "zvx_omx_session.h"
 
 #include <atomic>
@@ -8,6 +8,20 @@
 #include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
 #include "zvx_session_interface.h"
+
+namespace {
+
+struct zvxp_port_flush_entry {
+    OMX_U32 session_flag;
+    uint32_t instrumentation_code;
+};
+
+constexpr zvxp_port_flush_entry ZVXP_PORT_FLUSH[ZVX_OMX_PORT_COUNT] = {
+    {ZVX_BASE_FLUSH_INPUT_PORT, ZVX_INSTR_FLUSHED_INPUT_SEND},
+    {ZVX_BASE_FLUSH_OUTPUT_PORT, ZVX_INSTR_FLUSHED_OUTPUT_SEND},
+};
+
+} // namespace
 
 bool zvx_omx_common_component_create_session(zvx_omx_common_component *comp)
 {
@@ -50,4 +64,15 @@ void zvx_omx_common_component_destroy_session(zvx_omx_common_component *comp)
     zvx_instr_write_msg(ZVX_INSTR_SESSION_DESTROYED, sizeof(comp->driver_fd), &comp->driver_fd);
     zvx_destroy_session(comp->driver_fd);
     std::atomic_ref(comp->session_created).store(false);
+}
+
+void zvx_omx_port_flush_session(struct zvx_omx_common_component *comp, OMX_U32 mask)
+{
+    for (OMX_U32 port = 0; port < ZVX_OMX_PORT_COUNT; ++port) {
+        if ((mask & ZVXP_PORT_FLUSH[port].session_flag) != 0) {
+            ++comp->ports[port].nr_pending_flushes;
+            zvx_instr_write_msg(ZVXP_PORT_FLUSH[port].instrumentation_code, 0, nullptr);
+        }
+    }
+    zvx_enqueue_flush_buffers(comp->driver_fd, mask);
 }

@@ -10,7 +10,6 @@
 #include <initializer_list>
 
 #include "zvx_mem.h"
-#include "zvx_omx_common_component.h"
 #include "zvx_omx_extensions.h"
 
 namespace {
@@ -819,21 +818,20 @@ OMX_ERRORTYPE zvx_omx_frame_port_jpeg_config(struct zvx_map *map)
     return OMX_ErrorNone;
 }
 
-OMX_ERRORTYPE zvx_omx_clone_default_settings(struct zvx_omx_common_component *component)
+OMX_ERRORTYPE zvx_omx_clone_default_settings(struct zvx_map *map, zvx_omx_component_type_t type)
 {
-    OMX_ERRORTYPE error = zvx_omx_config_construct(&component->config_and_params);
+    OMX_ERRORTYPE error = zvx_omx_config_construct(map);
     if (error != OMX_ErrorNone)
         return error;
 
     const char *role = nullptr;
-    if (component->type == ZVX_OMX_ENCODER)
+    if (type == ZVX_OMX_ENCODER)
         role = "video_encoder.avc";
-    else if (component->type == ZVX_OMX_DECODER)
+    else if (type == ZVX_OMX_DECODER)
         role = "video_decoder.avc";
     if (role == nullptr)
         return OMX_ErrorNone;
 
-    struct zvx_map *map = &component->config_and_params;
     for (OMX_U32 index : {OMX_IndexParamAudioInit, OMX_IndexParamImageInit, OMX_IndexParamOtherInit}) {
         error = zvxp_port_counts(map, index, 0);
         if (error != OMX_ErrorNone)

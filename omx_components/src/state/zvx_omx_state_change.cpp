@@ -3,14 +3,13 @@
 #include <atomic>
 #include <time.h>
 
-#include "zvx_mem.h"
 #include "core/zvx_omx_client.h"
-#include "zvx_omx_common_component.h"
-#include "zvx_omx_common_component_commands.h"
-#include "zvx_omx_log.h"
-#include "zvx_omx_port_commands.h"
-#include "zvx_omx_session.h"
 #include "state/zvx_omx_state.h"
+#include "zvx_mem.h"
+#include "zvx_omx_common_component.h"
+#include "zvx_omx_log.h"
+#include "zvx_omx_session.h"
+#include "zvx_omx_state_change.h"
 
 namespace {
 
