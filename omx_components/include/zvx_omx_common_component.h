@@ -66,12 +66,18 @@ typedef struct zvx_omx_common_component {
     char name[ZVX_OMX_COMPONENT_NAME_SIZE];                     /* init */
     struct zvx_omx_common_cproc_invoker cproc_invoker;          /* zvx_omx_common_cproc.h */
     zvx_omx_common_cproc_command_queue_lockfree_ts cproc_queue; /* lock-free: any producer, command thread consumes */
-    zvxu_atomic omx_state;                                      /* command thread writes; OMX_STATETYPE */
-    struct zvx_map config_and_params;                           /* lock */
-    int driver_fd;                                              /* init; -1 while the device is not open */
-    bool secure;                                                /* lock */
-    void *prot_bufs[ZVX_OMX_MAX_PROT_BUFS];                     /* lock */
-    int num_prot_bufs;                                          /* lock */
+    /* The client's commands, in the order SendCommand accepted them: enqueued under commands_lock, taken
+     * off by the command thread one at a time, each once the one before it has been answered. */
+    zvx_omx_common_cproc_command_queue_lockfree_ts client_commands;
+    pthread_mutex_t commands_lock;
+    uint32_t commands_pending;              /* commands_lock: client commands accepted and not yet answered */
+    bool inline_command;                    /* commands_lock: SendCommand carries one out on the client's thread */
+    zvxu_atomic omx_state;                  /* command thread writes; OMX_STATETYPE */
+    struct zvx_map config_and_params;       /* lock */
+    int driver_fd;                          /* init; -1 while the device is not open */
+    bool secure;                            /* lock */
+    void *prot_bufs[ZVX_OMX_MAX_PROT_BUFS]; /* lock */
+    int num_prot_bufs;                      /* lock */
     pthread_mutex_t lock;
     bool session_created;                    /* command thread writes */
     bool hw_state_change_received;           /* command thread */
@@ -97,6 +103,10 @@ typedef struct zvx_omx_common_component {
      * completes or is refused; OMX_StateMax when none is under way. Buffers may be registered on the way
      * to Idle and freed on the way to Loaded, before the command thread has run the change. */
     int32_t requested_state;
+    /* atomic_ref: the header a callback is handing back to the client right now, null between callbacks.
+     * The command thread sets it under the port's buffer_sem; another thread that finds its header here
+     * waits for the callback to end before it queues or frees the header. */
+    OMX_BUFFERHEADERTYPE *returning_buffer;
     bool built; /* init: set by init, cleared once destroy (or a failed init) has released the record */
 } zvx_omx_common_component;
 

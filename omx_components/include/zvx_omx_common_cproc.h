@@ -7,14 +7,20 @@
 struct zvx_omx_common_component;
 struct zvx_util_slist_ts;
 
+struct zvx_omx_common_cproc_command_data;
+
 /* The component's one worker thread: runs queued commands and session events one at a time. */
 struct zvx_omx_common_cproc_invoker {
     pthread_t invoker_thread; /* 0 while no thread runs */
     int32_t exit;             /* 1 asks the thread to leave its loop */
     int pipe_fd[2];           /* wake-up pipe: [0] read end, [1] write end; -1 while not open */
+    /* Command thread: the client command being carried out, and the record it goes on as once it
+     * returns (a delayed step that takes its place at the head of the client's commands). */
+    struct zvx_omx_common_cproc_command_data *current;
+    struct zvx_omx_common_cproc_command_data *continuation;
+    bool running_current;  /* command thread: inside the current command's function */
+    bool current_answered; /* command thread: it has sent the client its answer */
 };
-
-struct zvx_omx_common_cproc_command_data;
 
 /* true: the command is finished and its record is freed; false: run it again later. */
 typedef bool (*command_function_t)(struct zvx_omx_common_component *comp,
@@ -45,6 +51,16 @@ void zvx_omx_common_cproc_invoker_signal(struct zvx_omx_common_cproc_invoker *in
 bool zvx_omx_common_cproc_on_command_thread(const struct zvx_omx_common_component *comp);
 /* Called by the command thread as it starts. */
 void zvx_omx_common_cproc_mark_command_thread(const struct zvx_omx_common_component *comp);
+
+/* On the command thread, while a client command runs: the record takes that command's place and runs
+ * next, ahead of every command sent after it. Anywhere else it is queued as any command. Takes ownership
+ * of the record when it returns true. */
+bool zvx_omx_common_cproc_continue_with(struct zvx_omx_common_component *comp,
+                                        struct zvx_omx_common_cproc_command_data *command);
+
+/* Before every OMX_EventCmdComplete or OMX_EventError: when the current client command sends it, that
+ * command is answered, and a command the client sends from now on takes effect at once. */
+void zvx_omx_common_cproc_answering(struct zvx_omx_common_component *comp);
 
 /* Takes ownership of a command allocated with zvx_mem_malloc when it returns true. Each queued
  * command brings its own wake-up word, so commands are queued only once the thread has started. */

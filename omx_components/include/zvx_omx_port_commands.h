@@ -15,6 +15,7 @@
 struct command_delayed_port_enable_disable_data {
     struct zvx_omx_common_cproc_command_data command_data;
     int32_t port;
+    bool all_ports; /* one of the two records of an OMX_ALL, which take effect together */
 };
 static_assert(sizeof(struct command_delayed_port_enable_disable_data) == 16);
 
@@ -32,6 +33,7 @@ struct command_delayed_port_disable_data {
     struct zvx_omx_common_cproc_command_data command_data;
     uint32_t state;             /* enum command_delayed_port_disable_state_t */
     bool restore_running_state; /* this command stopped the hardware and restarts it */
+    bool all_ports;             /* one of the two records of an OMX_ALL, which take effect together */
     uint32_t port;
 };
 static_assert(sizeof(struct command_delayed_port_disable_data) == 24);
@@ -41,12 +43,12 @@ void zvxp_omx_port_flush(struct zvx_omx_common_component *comp, OMX_U32 port);
 /* True once the port (or both, for OMX_ALL) has no flush outstanding and no registered buffer. */
 unsigned zvxp_omx_port_flush_complete(struct zvx_omx_common_component *comp, OMX_U32 port);
 
-/* port: 0, 1 or OMX_ALL (one command and one completion per port). bEnabled changes at once. */
+/* port: 0, 1 or OMX_ALL (one command and one completion per port, port 0 first). The command runs after
+ * every command sent before it; bEnabled changes as it starts, at once when nothing is ahead of it. A
+ * disable completes inside the call when nothing is ahead of it, no session exists and its ports hold no
+ * buffer. */
 OMX_ERRORTYPE common_component_cmd_port_enable_disable(struct zvx_omx_common_component *comp, OMX_U32 port,
                                                        bool enable);
-OMX_ERRORTYPE queue_delayed_port_enable(struct zvx_omx_common_component *comp, OMX_U32 port);
-/* Completes at once, inside the call, while the component has no session. */
-OMX_ERRORTYPE queue_delayed_port_disable(struct zvx_omx_common_component *comp, OMX_U32 port);
 bool delayed_portenable(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *command);
 bool delayed_portdisable(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *command);
 

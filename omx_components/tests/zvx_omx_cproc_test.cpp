@@ -42,7 +42,7 @@ void zvx_instr_write_msg(const uint32_t, const uint32_t, const void *) {}
 void zvx_rpc_mem_alloc(int, int) {}
 void zvx_rpc_mem_resize(int, int) {}
 
-// The rest of what the event handlers may call; this test's events never reach them.
+// The rest of what the event handlers and the client commands may call; this test never reaches them.
 OMX_BOOL zvx_create_session(int, const char *)
 {
     return OMX_FALSE;
@@ -53,6 +53,7 @@ OMX_BOOL zvx_activate_session(int, const char *, void **)
 }
 void zvx_destroy_session(int) {}
 void zvx_enqueue_flush_buffers(int, OMX_U32) {}
+void zvx_enqueue_state_change(int, enum zvx_base_hw_state) {}
 OMX_U32 zvx_get_cached_tcx(void)
 {
     return 0;

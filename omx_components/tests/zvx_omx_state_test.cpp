@@ -204,8 +204,9 @@ TEST_F(Commands, CallbacksMayCallBackIntoTheComponent)
         EXPECT_EQ(omx_->GetExtensionIndex(omx_, name, &index), OMX_ErrorNone);
     };
     send(OMX_CommandStateSet, OMX_StateWaitForResources);
+    // In the order sent: the disable waits for the change to Loaded.
     expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateWaitForResources),
-                   zvx_complete(OMX_CommandPortDisable, 0), zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
+                   zvx_complete(OMX_CommandStateSet, OMX_StateLoaded), zvx_complete(OMX_CommandPortDisable, 0)});
 }
 
 constexpr int ZVXP_CLIENT_THREADS = 8;

@@ -282,7 +282,8 @@ protected:
         } else if (starts) {
             zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
         }
-        if (from == OMX_StateExecuting && target == OMX_StateIdle) {
+        // Idle holds no buffer: from Executing or Pause, the session flushes both ports first.
+        if ((from == OMX_StateExecuting || from == OMX_StatePause) && target == OMX_StateIdle) {
             zvx_answer_flush(comp_, 0);
             zvx_answer_flush(comp_, 1);
         }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "commands/zvx_omx_client_commands.h"
 #include "core/zvx_omx_client.h"
 #include "diagnostics/zvx_omx_api_call_record.h"
 #include "state/zvx_omx_state.h"
@@ -77,20 +78,15 @@ template <typename Command> Command *zvxp_allocate_command()
 }
 
 /* From here the command thread owns the record; one that cannot be queued is freed, not leaked. */
-OMX_ERRORTYPE zvxp_queue_new_command(struct zvx_omx_common_component *comp,
-                                     struct zvx_omx_common_cproc_command_data *command)
+OMX_ERRORTYPE zvxp_send_client_command(struct zvx_omx_common_component *comp,
+                                       struct zvx_omx_common_cproc_command_data *command)
 {
-    if (!zvx_omx_common_component_queue_command(comp, command)) {
-        zvx_mem_free(command);
-        return OMX_ErrorInsufficientResources; /* a built component's queue refuses only for want of memory */
-    }
-    return OMX_ErrorNone;
+    return zvx_omx_client_commands_send(comp, &command, 1);
 }
 
 OMX_ERRORTYPE zvxp_send_state_set(struct zvx_omx_common_component *comp, OMX_U32 target)
 {
-    const OMX_STATETYPE current = zvx_omx_state_get(comp);
-    if (current == OMX_StateInvalid) {
+    if (zvx_omx_state_get(comp) == OMX_StateInvalid) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "OMX component state is InvalidState. (%s:%d)");
         return OMX_ErrorInvalidState;
     }
@@ -101,15 +97,16 @@ OMX_ERRORTYPE zvxp_send_state_set(struct zvx_omx_common_component *comp, OMX_U32
     command->command_data.function = common_component_cmd_state_change;
     command->state = static_cast<int32_t>(target);
     command->remaining_attempts = ZVX_OMX_STATE_CHANGE_ATTEMPTS;
-    if (current == OMX_StateIdle && target == OMX_StateLoaded) {
-        std::atomic_ref(comp->sw_state_trying_to_stop).store(true);
+    // Invalid waits for nothing: the command ahead may itself wait for a session that will never answer
+    // (a hung session sends the component here). The commands it overtakes end in OMX_ErrorInvalidState.
+    if (target == OMX_StateInvalid) {
+        if (!zvx_omx_common_component_queue_command(comp, &command->command_data)) {
+            zvx_mem_free(command);
+            return OMX_ErrorInsufficientResources;
+        }
+        return OMX_ErrorNone;
     }
-    zvx_omx_state_request(comp, static_cast<OMX_STATETYPE>(target));
-    const OMX_ERRORTYPE error = zvxp_queue_new_command(comp, &command->command_data);
-    if (error != OMX_ErrorNone) {
-        zvx_omx_state_settle_request(comp, static_cast<OMX_STATETYPE>(target));
-    }
-    return error;
+    return zvxp_send_client_command(comp, &command->command_data);
 }
 
 OMX_ERRORTYPE zvxp_send_flush(struct zvx_omx_common_component *comp, OMX_U32 port)
@@ -129,7 +126,7 @@ OMX_ERRORTYPE zvxp_send_flush(struct zvx_omx_common_component *comp, OMX_U32 por
     command->hw_state = ZVX_BASE_HW_STATE_STOPPED;
     command->timeout = ZVX_OMX_FLUSH_IN_EXECUTING_TIMEOUT_MS;
     clock_gettime(CLOCK_MONOTONIC, &command->start_time);
-    return zvxp_queue_new_command(comp, &command->command_data);
+    return zvxp_send_client_command(comp, &command->command_data);
 }
 
 OMX_ERRORTYPE zvxp_send_port_command(struct zvx_omx_common_component *comp, OMX_U32 port, bool enable)

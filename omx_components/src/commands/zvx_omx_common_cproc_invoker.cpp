@@ -1,3 +1,4 @@
+// The command thread: per wake-up one queued command and one session event, never two at once.
 #include "zvx_omx_common_component_commands.h"
 
 #include <atomic>
@@ -6,6 +7,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include "commands/zvx_omx_client_commands.h"
 #include "state/zvx_omx_state.h"
 #include "zvx_mem.h"
 #include "zvx_omx_common_component.h"
@@ -41,25 +43,40 @@ bool common_component_cmd_invoker_exit(struct zvx_omx_common_component *comp,
                                        struct zvx_omx_common_cproc_command_data *)
 {
     if (comp != nullptr) {
+        zvx_omx_client_commands_run_ready(comp);
         zvxp_exit_flag(comp->cproc_invoker).store(1);
     }
     return true;
 }
 
-void zvxp_run_one_command(struct zvx_omx_common_component *comp)
+bool zvxp_run_internal_command(struct zvx_omx_common_component *comp)
 {
-    uint32_t word;
-    const ssize_t got = read(comp->cproc_invoker.pipe_fd[0], &word, sizeof(word));
-    (void)got;
     struct zvx_omx_common_cproc_command_data *command = zvx_omx_common_cproc_command_queue_dequeue(&comp->cproc_queue);
     if (command == nullptr) {
-        return;
+        return false;
     }
     if (command->function(comp, command)) {
         zvx_mem_free(command);
     } else if (!zvx_omx_common_component_queue_command(comp, command)) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Failed to requeue command. command=%p. (%s:%d)", command);
         zvx_mem_free(command);
+    }
+    return true;
+}
+
+/* One wake-up's work: a queued command of the component's own or a step of the client's commands, the
+ * two taking turns, so that neither waits behind the other when both are waiting for something. */
+void zvxp_run_one_command(struct zvx_omx_common_component *comp, bool &client_turn)
+{
+    uint32_t word;
+    const ssize_t got = read(comp->cproc_invoker.pipe_fd[0], &word, sizeof(word));
+    (void)got;
+    client_turn = !client_turn;
+    if (client_turn && zvx_omx_client_commands_advance(comp)) {
+        return;
+    }
+    if (!zvxp_run_internal_command(comp) && !client_turn) {
+        zvx_omx_client_commands_advance(comp);
     }
 }
 
@@ -81,6 +98,7 @@ void *zvxp_invoker_thread(void *arg)
     int timeout_ms = ZVXP_STARTUP_POLL_MS;
     /* A descriptor that poll reports invalid would wake the thread forever; stop watching it. */
     bool device_pollable = comp->driver_fd >= 0;
+    bool client_turn = false;
     do {
         /* Without a session the device has no events for us, and a readable device would spin. */
         const bool watch_device = device_pollable && std::atomic_ref(comp->session_created).load();
@@ -91,7 +109,7 @@ void *zvxp_invoker_thread(void *arg)
         }
         timeout_ms = -1;
         if ((fds[0].revents & POLLIN) != 0) {
-            zvxp_run_one_command(comp);
+            zvxp_run_one_command(comp, client_turn);
             zvx_omx_state_check_transitions(comp);
         }
         if (watch_device) {
@@ -147,6 +165,7 @@ void zvx_omx_common_cproc_invoker_exit(struct zvx_omx_common_component *comp)
         pthread_kill(invoker.invoker_thread, 0);
     }
     pthread_join(invoker.invoker_thread, nullptr);
+    zvx_omx_client_commands_drop_current(comp);
     for (int &fd : invoker.pipe_fd) {
         if (fd != -1) {
             close(fd);

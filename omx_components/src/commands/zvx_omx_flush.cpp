@@ -1,5 +1,6 @@
-// The client's OMX_CommandFlush on the command thread: completed at once without a session, handed
-// to the session while the hardware is stopped, and on running hardware stopped, flushed and restarted.
+// The client's OMX_CommandFlush on the command thread: completed at once without a session, handed to the
+// session while the hardware is stopped, and on running hardware stopped, flushed and restarted. Either
+// way it is answered only once the session has given back what it held of the flushed ports.
 #include <atomic>
 #include <time.h>
 
@@ -78,6 +79,26 @@ bool zvxp_codec_config_pending(struct zvx_omx_common_component *comp,
            !check_timeout(flush.start_time, now, flush.timeout);
 }
 
+/* The rest of a flush handed to the stopped session: it is answered once the session has flushed every
+ * port it names and given their buffers back. */
+bool zvxp_flush_stopped(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *command)
+{
+    const auto &flush = *reinterpret_cast<const struct command_flush_buffers_in_executing_state *>(command);
+    for (OMX_U32 port = ZVXP_INPUT; port <= ZVXP_OUTPUT; ++port) {
+        if (zvxp_flushes(flush.nParam, port) && comp->ports[port].nr_pending_flushes != 0 &&
+            zvx_omx_state_has_session(comp)) {
+            return false;
+        }
+    }
+    for (OMX_U32 port = ZVXP_INPUT; port <= ZVXP_OUTPUT; ++port) {
+        if (zvxp_flushes(flush.nParam, port)) {
+            std::atomic_ref(comp->ports[port].pFlag).fetch_and(~ZVX_OMX_PORT_FLAG_CLIENT_FLUSH);
+        }
+    }
+    zvxp_complete(comp, flush.nParam);
+    return true;
+}
+
 } // namespace
 
 bool common_component_cmd_flush_buffers(struct zvx_omx_common_component *comp,
@@ -106,7 +127,8 @@ bool common_component_cmd_flush_buffers(struct zvx_omx_common_component *comp,
         }
     }
     zvx_omx_port_flush_session(comp, zvxp_session_mask(flush.nParam));
-    return true;
+    command->function = zvxp_flush_stopped;
+    return false;
 }
 
 bool common_component_cmd_flush_buffers_in_executing_state(struct zvx_omx_common_component *comp,

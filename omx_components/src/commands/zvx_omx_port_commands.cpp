@@ -3,6 +3,7 @@
 
 #include <atomic>
 
+#include "commands/zvx_omx_client_commands.h"
 #include "core/zvx_omx_client.h"
 #include "state/zvx_omx_state.h"
 #include "zvx_mem.h"
@@ -22,26 +23,36 @@ bool zvxp_port_selected(OMX_U32 selection, OMX_U32 candidate)
     return selection == candidate || selection == OMX_ALL;
 }
 
-template <typename Record> Record *zvxp_allocate_port_command(command_function_t function, OMX_U32 port)
+template <typename Record> Record *zvxp_allocate_port_command(command_function_t function, OMX_U32 port, bool all_ports)
 {
-    auto *command = static_cast<Record *>(zvx_mem_malloc(sizeof(Record)));
+    auto *command = static_cast<Record *>(zvx_mem_calloc(1, sizeof(Record)));
     if (command == nullptr) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Memory allocation failed. (%s:%d)");
         return nullptr;
     }
     command->command_data.function = function;
     command->port = port;
+    command->all_ports = all_ports;
     return command;
 }
 
-OMX_ERRORTYPE zvxp_queue_port_command(struct zvx_omx_common_component *comp,
-                                      struct zvx_omx_common_cproc_command_data *command)
+struct zvx_omx_common_cproc_command_data *zvxp_new_enable(OMX_U32 port, bool all_ports)
 {
-    if (!zvx_omx_common_component_queue_command(comp, command)) {
-        zvx_mem_free(command);
-        return OMX_ErrorInsufficientResources; /* a built component's queue refuses only for want of memory */
+    auto *command = zvxp_allocate_port_command<struct command_delayed_port_enable_disable_data>(delayed_portenable,
+                                                                                                port, all_ports);
+    return command != nullptr ? &command->command_data : nullptr;
+}
+
+struct zvx_omx_common_cproc_command_data *zvxp_new_disable(OMX_U32 port, bool all_ports)
+{
+    auto *command =
+        zvxp_allocate_port_command<struct command_delayed_port_disable_data>(delayed_portdisable, port, all_ports);
+    if (command == nullptr) {
+        return nullptr;
     }
-    return OMX_ErrorNone;
+    command->state = STATE_INIT;
+    command->restore_running_state = false;
+    return &command->command_data;
 }
 
 bool zvxp_port_holds_buffers(struct zvx_omx_common_component *comp, OMX_U32 port)
@@ -61,7 +72,6 @@ void zvxp_disable_step(struct zvx_omx_common_component *comp, struct command_del
     const OMX_U32 port = disable.port;
     switch (disable.state) {
     case STATE_INIT:
-        zvx_omx_state_port_begin(comp, port, ZVX_OMX_PORT_DISABLING);
         if (!comp->ports[port].flush_without_stop && !zvxp_hw_is(comp, ZVX_BASE_HW_STATE_STOPPED)) {
             zvx_enqueue_state_change_helper(comp, ZVX_BASE_HW_STATE_STOPPED);
             disable.restore_running_state = true;
@@ -136,53 +146,34 @@ OMX_ERRORTYPE common_component_cmd_port_enable_disable(struct zvx_omx_common_com
     if (comp == nullptr || (port >= ZVX_OMX_PORT_COUNT && port != OMX_ALL)) {
         return OMX_ErrorBadParameter;
     }
+    {
+        zvx_omx_mutex_guard guard(&comp->lock);
+        for (OMX_U32 each = 0; each < ZVX_OMX_PORT_COUNT; ++each) {
+            if (zvxp_port_selected(port, each) && zvx_omx_port_get_definition(&comp->ports[each]) == nullptr) {
+                return OMX_ErrorUnsupportedIndex;
+            }
+        }
+    }
+    struct zvx_omx_common_cproc_command_data *commands[ZVX_OMX_PORT_COUNT] = {};
+    size_t count = 0;
     for (OMX_U32 each = 0; each < ZVX_OMX_PORT_COUNT; ++each) {
         if (!zvxp_port_selected(port, each)) {
             continue;
         }
-        {
-            zvx_omx_mutex_guard guard(&comp->lock);
-            OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&comp->ports[each]);
-            if (definition == nullptr) {
-                return OMX_ErrorUnsupportedIndex;
+        struct zvx_omx_common_cproc_command_data *command =
+            enable ? zvxp_new_enable(each, port == OMX_ALL) : zvxp_new_disable(each, port == OMX_ALL);
+        if (command == nullptr) {
+            for (size_t i = 0; i < count; ++i) {
+                zvx_mem_free(commands[i]);
             }
-            definition->bEnabled = enable ? OMX_TRUE : OMX_FALSE;
+            return OMX_ErrorInsufficientResources;
         }
-        const OMX_ERRORTYPE error =
-            enable ? queue_delayed_port_enable(comp, each) : queue_delayed_port_disable(comp, each);
-        if (error != OMX_ErrorNone) {
-            return error;
-        }
+        commands[count++] = command;
     }
-    return OMX_ErrorNone;
-}
-
-OMX_ERRORTYPE queue_delayed_port_enable(struct zvx_omx_common_component *comp, OMX_U32 port)
-{
-    auto *command =
-        zvxp_allocate_port_command<struct command_delayed_port_enable_disable_data>(delayed_portenable, port);
-    if (command == nullptr) {
-        return OMX_ErrorInsufficientResources;
-    }
-    return zvxp_queue_port_command(comp, &command->command_data);
-}
-
-OMX_ERRORTYPE queue_delayed_port_disable(struct zvx_omx_common_component *comp, OMX_U32 port)
-{
-    auto *command = zvxp_allocate_port_command<struct command_delayed_port_disable_data>(delayed_portdisable, port);
-    if (command == nullptr) {
-        return OMX_ErrorInsufficientResources;
-    }
-    command->state = STATE_INIT;
-    command->restore_running_state = false;
-    // The first step runs at once. Off the command thread that is safe only while no session exists:
-    // the disable then completes without touching what the command thread owns.
-    if ((zvx_omx_common_cproc_on_command_thread(comp) || !zvx_omx_state_has_session(comp)) &&
-        delayed_portdisable(comp, &command->command_data)) {
-        zvx_mem_free(command);
+    if (!enable && zvx_omx_client_commands_complete_inline(comp, commands, count)) {
         return OMX_ErrorNone;
     }
-    return zvxp_queue_port_command(comp, &command->command_data);
+    return zvx_omx_client_commands_send(comp, commands, count);
 }
 
 bool delayed_portenable(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *command)
@@ -199,7 +190,6 @@ bool delayed_portenable(struct zvx_omx_common_component *comp, struct zvx_omx_co
         zvx_omx_state_port_end(comp, port, ZVX_OMX_PORT_ENABLING);
         return true;
     }
-    zvx_omx_state_port_begin(comp, port, ZVX_OMX_PORT_ENABLING);
     {
         zvx_omx_mutex_guard guard(&comp->lock);
         const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&comp->ports[port]);
@@ -232,8 +222,11 @@ bool delayed_portdisable(struct zvx_omx_common_component *comp, struct zvx_omx_c
     if (disable.port >= ZVX_OMX_PORT_COUNT) {
         return true;
     }
-    if (!zvx_omx_state_has_session(comp)) {
-        disable.state = STATE_DONE;
+    // Without a session there is nothing to stop or flush: the disable waits only for the client to
+    // free the port's buffers.
+    if (!zvx_omx_state_has_session(comp) && disable.state < STATE_FLUSHING) {
+        disable.restore_running_state = false;
+        disable.state = STATE_FLUSHING;
     }
     const OMX_U32 output = zvx_omx_common_component_get_output_port_index(comp);
     std::atomic_ref vp9_reallocation(comp->vp9_alloc_params_changed);

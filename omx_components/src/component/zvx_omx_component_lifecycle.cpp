@@ -42,6 +42,10 @@ void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *
     comp->omx_state = zvxu_atomic{OMX_StateLoaded};
     zvx_omx_common_cproc_invoker_init(&comp->cproc_invoker);
     std::memset(&comp->cproc_queue, 0, sizeof(comp->cproc_queue));
+    std::memset(&comp->client_commands, 0, sizeof(comp->client_commands));
+    comp->commands_pending = 0;
+    comp->inline_command = false;
+    comp->returning_buffer = nullptr;
 
     std::memset(&comp->omx_callbacks, 0, sizeof(comp->omx_callbacks));
     if (callbacks != nullptr)
@@ -71,6 +75,7 @@ void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *
     comp->alloc_params.planar_alloc_frame_height = zvxp_default_alloc_height;
     pthread_mutex_init(&comp->lock, nullptr);
     pthread_mutex_init(&comp->callbacks_lock, nullptr);
+    pthread_mutex_init(&comp->commands_lock, nullptr);
     comp->built = true;
 }
 
@@ -86,7 +91,8 @@ OMX_ERRORTYPE zvxp_build(zvx_omx_common_component *comp)
     }
     if (error != OMX_ErrorNone)
         return error;
-    if (!zvx_omx_common_cproc_command_queue_init(&comp->cproc_queue))
+    if (!zvx_omx_common_cproc_command_queue_init(&comp->cproc_queue) ||
+        !zvx_omx_common_cproc_command_queue_init(&comp->client_commands))
         return OMX_ErrorInsufficientResources;
     comp->prev_fps = zvxu_circular_list_create(zvxp_frame_interval_slots);
     if (comp->prev_fps == nullptr)
@@ -161,7 +167,9 @@ void zvx_omx_common_component_destroy(zvx_omx_common_component *comp)
     comp->num_prot_bufs = 0;
     pthread_mutex_destroy(&comp->lock);
     pthread_mutex_destroy(&comp->callbacks_lock);
+    pthread_mutex_destroy(&comp->commands_lock);
     zvx_omx_common_cproc_command_queue_destroy(&comp->cproc_queue);
+    zvx_omx_common_cproc_command_queue_destroy(&comp->client_commands);
     zvx_omx_config_destruct(&comp->config_and_params);
     zvx_instr_release();
     for (zvx_omx_port &port : comp->ports)

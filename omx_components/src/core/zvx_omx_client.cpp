@@ -50,6 +50,9 @@ bool zvx_omx_client_event(const struct zvx_omx_client &client, OMX_EVENTTYPE eve
     if (client.callbacks.EventHandler == nullptr) {
         return false;
     }
+    if (event == OMX_EventCmdComplete || event == OMX_EventError) {
+        zvx_omx_common_cproc_answering(zvx_omx_common_component_from_handle(client.handle));
+    }
     client.callbacks.EventHandler(client.handle, client.app_data, event, data1, data2, nullptr);
     return true;
 }

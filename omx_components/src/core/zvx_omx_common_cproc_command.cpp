@@ -58,6 +58,10 @@ void zvx_omx_common_cproc_invoker_init(struct zvx_omx_common_cproc_invoker *invo
     invoker->exit = 0;
     invoker->pipe_fd[0] = -1;
     invoker->pipe_fd[1] = -1;
+    invoker->current = nullptr;
+    invoker->continuation = nullptr;
+    invoker->running_current = false;
+    invoker->current_answered = false;
 }
 
 bool zvx_omx_common_cproc_on_command_thread(const struct zvx_omx_common_component *comp)
@@ -91,4 +95,32 @@ bool zvx_omx_common_component_queue_command(struct zvx_omx_common_component *com
     const bool queued = zvx_omx_common_cproc_command_queue_enqueue(&comp->cproc_queue, command);
     zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
     return queued;
+}
+
+bool zvx_omx_common_cproc_continue_with(struct zvx_omx_common_component *comp,
+                                        struct zvx_omx_common_cproc_command_data *command)
+{
+    if (comp == nullptr || command == nullptr) {
+        return false;
+    }
+    struct zvx_omx_common_cproc_invoker &invoker = comp->cproc_invoker;
+    if (zvx_omx_common_cproc_on_command_thread(comp) && invoker.current != nullptr && invoker.continuation == nullptr) {
+        invoker.continuation = command;
+        return true;
+    }
+    return zvx_omx_common_component_queue_command(comp, command);
+}
+
+void zvx_omx_common_cproc_answering(struct zvx_omx_common_component *comp)
+{
+    if (comp == nullptr || !zvx_omx_common_cproc_on_command_thread(comp)) {
+        return;
+    }
+    struct zvx_omx_common_cproc_invoker &invoker = comp->cproc_invoker;
+    if (!invoker.running_current || invoker.current_answered) {
+        return;
+    }
+    invoker.current_answered = true;
+    zvx_omx_mutex_guard guard(&comp->commands_lock);
+    --comp->commands_pending;
 }

@@ -1,10 +1,10 @@
 // Session events: the dispatch table by event code, and the events whose handling is short.
-#include "buffers/zvx_omx_buffer_returns.h"
 #include "zvx_omx_event.h"
 
 #include <array>
 #include <cstring>
 
+#include "buffers/zvx_omx_buffer_returns.h"
 #include "state/zvx_omx_state.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_log.h"

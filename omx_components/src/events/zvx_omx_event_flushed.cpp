@@ -1,5 +1,5 @@
 // The session's flush-complete events: what the component still holds of the port goes back to the
-// client, a client flush waiting for the session completes, and the port's flush bookkeeping restarts.
+// client, and the port's flush bookkeeping restarts; the command that asked for the flush sees it done.
 #include <atomic>
 
 #include "buffers/zvx_omx_buffer_ownership.h"
@@ -16,7 +16,6 @@ namespace {
 void zvxp_end_flush_cycle(struct zvx_omx_common_component *comp, OMX_U32 port_index)
 {
     zvx_omx_port &port = comp->ports[port_index];
-    zvx_omx_state_complete_client_flush(comp, port_index);
     --port.nr_pending_flushes;
     port.flush_without_stop = false;
     std::atomic_ref(port.nr_dequeue).store(0);

@@ -87,22 +87,6 @@ bool zvx_omx_state_is_requested(struct zvx_omx_common_component *comp, OMX_STATE
     return std::atomic_ref(comp->requested_state).load() == static_cast<int32_t>(target);
 }
 
-bool zvx_omx_state_complete_client_flush(struct zvx_omx_common_component *comp, OMX_U32 port)
-{
-    std::atomic_ref flags(comp->ports[port].pFlag);
-    if ((flags.load() & ZVX_OMX_PORT_FLAG_CLIENT_FLUSH) == 0 ||
-        (flags.fetch_and(~ZVX_OMX_PORT_FLAG_CLIENT_FLUSH) & ZVX_OMX_PORT_FLAG_CLIENT_FLUSH) == 0) {
-        return false;
-    }
-    zvx_omx_state_port_end(comp, port, ZVX_OMX_PORT_FLUSHING);
-    const zvx_omx_client client = zvx_omx_client_get(comp);
-    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
-            "EventHandler(handle=%p, event=OMX_EventCmdComplete, cmd=OMX_CommandFlush, port=%u). (%s:%d)",
-            client.handle, static_cast<unsigned>(port));
-    zvx_omx_client_event(client, OMX_EventCmdComplete, OMX_CommandFlush, port);
-    return true;
-}
-
 bool zvx_omx_state_abandon_if_invalid(struct zvx_omx_common_component *comp, OMX_U32 data2)
 {
     if (zvx_omx_state_get(comp) != OMX_StateInvalid) {
@@ -121,12 +105,8 @@ void zvx_omx_state_check_transitions(struct zvx_omx_common_component *comp)
     if (zvx_omx_state_has_session(comp)) {
         return;
     }
-    // Without a session no flush event will come: what was asked of the session is over, and the
-    // client's flushes that waited for it are complete.
-    for (OMX_U32 port = 0; port < ZVX_OMX_PORT_COUNT; ++port) {
-        if (comp->ports[port].nr_pending_flushes != 0) {
-            comp->ports[port].nr_pending_flushes = 0;
-        }
-        zvx_omx_state_complete_client_flush(comp, port);
+    // Without a session no flush event will come: what was asked of the session is over.
+    for (zvx_omx_port &port : comp->ports) {
+        port.nr_pending_flushes = 0;
     }
 }

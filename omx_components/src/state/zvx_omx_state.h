@@ -36,9 +36,6 @@ void zvx_omx_state_request(struct zvx_omx_common_component *comp, OMX_STATETYPE 
 void zvx_omx_state_settle_request(struct zvx_omx_common_component *comp, OMX_STATETYPE target);
 bool zvx_omx_state_is_requested(struct zvx_omx_common_component *comp, OMX_STATETYPE target);
 
-/* Completes the client's flush of a port that was handed to the session, once: false when none waits. */
-bool zvx_omx_state_complete_client_flush(struct zvx_omx_common_component *comp, OMX_U32 port);
-
 /* A pending command of a component gone invalid can never complete: it ends with
  * OMX_EventError(OMX_ErrorInvalidState, data2). False while the component is valid. */
 bool zvx_omx_state_abandon_if_invalid(struct zvx_omx_common_component *comp, OMX_U32 data2);

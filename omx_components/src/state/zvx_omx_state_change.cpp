@@ -23,6 +23,7 @@ enum class zvxp_rule : uint8_t {
 
 enum class zvxp_session_step : uint8_t {
     none,               /* completes at once */
+    resume,             /* completes at once, asking the session for hw_state if it is not there */
     request,            /* asks the session for hw_state and completes when it is reached */
     create_and_request, /* the same, creating the session first */
 };
@@ -79,6 +80,9 @@ constexpr zvxp_transition ZVXP_START_SESSION = {zvxp_rule::change, nullptr, zvxp
                                                 ZVX_BASE_HW_STATE_RUNNING};
 constexpr zvxp_transition ZVXP_LOADED_TO_IDLE = {zvxp_rule::change, zvxp_ready_loaded_to_idle,
                                                  zvxp_session_step::create_and_request, ZVX_BASE_HW_STATE_RUNNING};
+/* Idle after Executing finds the hardware stopped: Executing runs it again, without waiting for it. */
+constexpr zvxp_transition ZVXP_RESUME = {zvxp_rule::change, nullptr, zvxp_session_step::resume,
+                                         ZVX_BASE_HW_STATE_RUNNING};
 constexpr zvxp_transition ZVXP_IDLE_TO_LOADED = {zvxp_rule::change, zvxp_ready_idle_to_loaded,
                                                  zvxp_session_step::request, ZVX_BASE_HW_STATE_STOPPED};
 
@@ -89,9 +93,9 @@ constexpr zvxp_transition ZVXP_TRANSITIONS[ZVXP_STATE_COUNT][ZVXP_STATE_COUNT] =
     {ZVXP_LEAVE_INVALID, ZVXP_LEAVE_INVALID, ZVXP_LEAVE_INVALID, ZVXP_LEAVE_INVALID, ZVXP_LEAVE_INVALID,
      ZVXP_LEAVE_INVALID},
     {ZVXP_INVALIDATE, ZVXP_SAME, ZVXP_LOADED_TO_IDLE, ZVXP_INCORRECT, ZVXP_INCORRECT, ZVXP_AT_ONCE},
-    {ZVXP_INVALIDATE, ZVXP_IDLE_TO_LOADED, ZVXP_SAME, ZVXP_AT_ONCE, ZVXP_AT_ONCE, ZVXP_INCORRECT},
+    {ZVXP_INVALIDATE, ZVXP_IDLE_TO_LOADED, ZVXP_SAME, ZVXP_RESUME, ZVXP_AT_ONCE, ZVXP_INCORRECT},
     {ZVXP_INVALIDATE, ZVXP_INCORRECT, ZVXP_STOP, ZVXP_SAME, ZVXP_STOP, ZVXP_INCORRECT},
-    {ZVXP_INVALIDATE, ZVXP_INCORRECT, ZVXP_AT_ONCE, ZVXP_RUN, ZVXP_SAME, ZVXP_INCORRECT},
+    {ZVXP_INVALIDATE, ZVXP_INCORRECT, ZVXP_STOP, ZVXP_RUN, ZVXP_SAME, ZVXP_INCORRECT},
     {ZVXP_INVALIDATE, ZVXP_AT_ONCE, ZVXP_START_SESSION, ZVXP_INCORRECT, ZVXP_INCORRECT, ZVXP_SAME},
 };
 
@@ -187,7 +191,11 @@ bool zvxp_change_state(struct zvx_omx_common_component *comp, const zvx_omx_clie
             zvxp_report_insufficient_resources(comp, client, target);
             return true;
         }
-        if (transition.session != zvxp_session_step::none) {
+        if (transition.session == zvxp_session_step::resume) {
+            if (zvx_omx_state_has_session(comp)) {
+                zvx_enqueue_state_change_helper(comp, transition.hw_state);
+            }
+        } else if (transition.session != zvxp_session_step::none) {
             if (!zvxp_involve_session(comp, transition, target)) {
                 zvxp_report_insufficient_resources(comp, client, target);
             }
@@ -267,7 +275,7 @@ bool queue_delayed_state_change(struct zvx_omx_common_component *comp, OMX_STATE
     command->command_data.function = delayed_statechange;
     command->state = state;
     command->hw_state = hw_state;
-    if (!zvx_omx_common_component_queue_command(comp, &command->command_data)) {
+    if (!zvx_omx_common_cproc_continue_with(comp, &command->command_data)) {
         zvx_mem_free(command);
         return false;
     }
@@ -294,7 +302,8 @@ bool delayed_statechange(struct zvx_omx_common_component *comp, struct zvx_omx_c
         if (!zvxp_enabled_ports_populated(comp)) {
             return false;
         }
-    } else if (target == OMX_StateIdle && current == OMX_StateExecuting) {
+    } else if (target == OMX_StateIdle && (current == OMX_StateExecuting || current == OMX_StatePause)) {
+        // Idle holds no buffer: whatever the session holds comes back before the change completes.
         zvx_omx_port_flush_session(comp, ZVX_BASE_FLUSH_ALL_PORTS);
         if (zvxp_flushes_pending(comp)) {
             command->function = delayed_statechange_onflush;
