@@ -144,6 +144,7 @@ private:
     zvx_seq_random reaction_random_{0};
     bool quiet_ = true;
     size_t reported_ = 0; /* violations already in the trace */
+    int reacting_ = 0;    /* callbacks calling into the handle now */
     char name_[32] = {};
 };
 

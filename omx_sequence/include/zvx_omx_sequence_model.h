@@ -99,7 +99,7 @@ public:
     /* Buffers on the port the component holds or is being given. */
     size_t with_component(OMX_U32 port) const;
     bool held_by_component(const OMX_BUFFERHEADERTYPE *header) const;
-    bool registered(const OMX_BUFFERHEADERTYPE *header) const { return buffers_.count(header) != 0; }
+    bool registered(const OMX_BUFFERHEADERTYPE *header) const { return buffers_.contains(header); }
     /* Every answer and buffer return bumps it: what waiters wait on. */
     uint64_t progress() const { return progress_; }
     const std::vector<zvx_seq_violation> &violations() const { return violations_; }

@@ -19,7 +19,7 @@ const char *zvxp_error(OMX_ERRORTYPE error)
     if (error == OMX_ErrorNone) {
         return "ok";
     }
-    std::snprintf(text, sizeof(text), "0x%08x", static_cast<unsigned>(error));
+    (void)std::snprintf(text, sizeof(text), "0x%08x", static_cast<unsigned>(error));
     return text;
 }
 
@@ -88,9 +88,11 @@ OMX_ERRORTYPE zvx_seq_client::open(OMX_U32 width, OMX_U32 height)
 OMX_ERRORTYPE zvx_seq_client::free_handle()
 {
     {
-        std::lock_guard lock(mutex_);
+        // A reaction already decided calls into the handle: it must be over before the handle goes.
+        std::unique_lock lock(mutex_);
         model_.handle_freeing();
         quiet_ = true;
+        changed_.wait(lock, [this] { return reacting_ == 0; });
     }
     const OMX_ERRORTYPE error = OMX_FreeHandle(handle_);
     trace_.add("FreeHandle -> %s", zvxp_error(error));
@@ -269,7 +271,7 @@ OMX_ERRORTYPE zvx_seq_client::empty(OMX_BUFFERHEADERTYPE *header, const zvx_seq_
     const bool well_formed = end <= header->nAllocLen;
     if (well_formed && header->pBuffer != nullptr) {
         for (OMX_U32 i = 0; i < input.filled; ++i) {
-            header->pBuffer[input.offset + i] = static_cast<OMX_U8>(i * 7 + input.timestamp);
+            header->pBuffer[input.offset + i] = static_cast<OMX_U8>(static_cast<OMX_TICKS>(i) * 7 + input.timestamp);
         }
     }
     {
@@ -409,12 +411,12 @@ const char *zvx_seq_client::name_of(const OMX_BUFFERHEADERTYPE *header)
 {
     const zvx_seq_buffer *buffer = find(header);
     if (buffer != nullptr) {
-        std::snprintf(name_, sizeof(name_), "%s%u", buffer->port == INPUT ? "in" : "out",
-                      static_cast<unsigned>(buffer->number));
+        (void)std::snprintf(name_, sizeof(name_), "%s%u", buffer->port == INPUT ? "in" : "out",
+                            static_cast<unsigned>(buffer->number));
     } else if (header == &foreign_) {
-        std::snprintf(name_, sizeof(name_), "foreign");
+        (void)std::snprintf(name_, sizeof(name_), "foreign");
     } else {
-        std::snprintf(name_, sizeof(name_), "%p", static_cast<const void *>(header));
+        (void)std::snprintf(name_, sizeof(name_), "%p", static_cast<const void *>(header));
     }
     return name_;
 }
@@ -462,11 +464,15 @@ void zvx_seq_client::event(OMX_EVENTTYPE event, OMX_U32 data1, OMX_U32 data2)
         if (!quiet_ && event == OMX_EventCmdComplete && reactions_.next_command &&
             reaction_random_.chance(reactions_.command_percent)) {
             next = reactions_.next_command(reaction_random_);
+            ++reacting_;
         }
         changed_.notify_all();
     }
     if (next) {
         send_command(next->first, next->second);
+        std::lock_guard lock(mutex_);
+        --reacting_;
+        changed_.notify_all();
     }
 }
 
@@ -488,6 +494,7 @@ void zvx_seq_client::buffer_done(OMX_U32 port, OMX_BUFFERHEADERTYPE *header)
         report_new();
         const uint32_t percent = port == INPUT ? reactions_.requeue_input_percent : reactions_.requeue_output_percent;
         requeue = !quiet_ && known && model_.violations().size() == before && reaction_random_.chance(percent);
+        reacting_ += requeue ? 1 : 0;
         changed_.notify_all();
     }
     if (requeue) {
@@ -502,4 +509,8 @@ void zvx_seq_client::buffer_done(OMX_U32 port, OMX_BUFFERHEADERTYPE *header)
     }
     std::lock_guard lock(mutex_);
     model_.buffer_done_left(header);
+    if (requeue) {
+        --reacting_;
+        changed_.notify_all();
+    }
 }

@@ -76,7 +76,7 @@ bool zvxp_parse(int argc, char **argv, zvx_seq_run_options *options)
         } else if (argument == "--print-traces") {
             options->print_traces = true;
         } else {
-            std::fprintf(stderr, "zvx_omx_sequence: bad option %s\n%s", argv[i], ZVXP_USAGE);
+            (void)std::fprintf(stderr, "zvx_omx_sequence: bad option %s\n%s", argv[i], ZVXP_USAGE);
             return false;
         }
     }
@@ -91,7 +91,7 @@ bool zvxp_parse(int argc, char **argv, zvx_seq_run_options *options)
 int main(int argc, char **argv)
 {
     if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
-        std::fputs(ZVXP_USAGE, stdout);
+        (void)std::fputs(ZVXP_USAGE, stdout);
         return 0;
     }
     zvxp_quiet_component_log(argv);

@@ -65,7 +65,7 @@ const char *zvxp_error_name(OMX_U32 error)
 std::string zvxp_format(const char *format, auto... values)
 {
     char text[400];
-    std::snprintf(text, sizeof(text), format, values...);
+    (void)std::snprintf(text, sizeof(text), format, values...);
     return text;
 }
 

@@ -52,9 +52,9 @@ private:
         while (!stop_) {
             changed_.wait_for(lock, std::chrono::seconds(1));
             if (running_ && std::chrono::steady_clock::now() - started_ > ZVXP_STUCK) {
-                std::fprintf(out_, "FAIL seed=%llu: a call into the component never returned (hang)\n",
-                             static_cast<unsigned long long>(seed_));
-                std::fflush(out_);
+                (void)std::fprintf(out_, "FAIL seed=%llu: a call into the component never returned (hang)\n",
+                                   static_cast<unsigned long long>(seed_));
+                (void)std::fflush(out_);
                 std::_Exit(1);
             }
         }
@@ -91,17 +91,17 @@ void zvxp_count(const zvx_seq_outcome &outcome, zvx_seq_run_summary &summary)
 
 void zvxp_report(const zvx_seq_outcome &outcome, bool print_trace, FILE *out)
 {
-    std::fprintf(out, "FAIL seed=%llu %s after %zu steps:\n", static_cast<unsigned long long>(outcome.seed),
-                 zvx_seq_component_name(outcome.kind), outcome.steps);
+    (void)std::fprintf(out, "FAIL seed=%llu %s after %zu steps:\n", static_cast<unsigned long long>(outcome.seed),
+                       zvx_seq_component_name(outcome.kind), outcome.steps);
     for (const zvx_seq_violation &violation : outcome.violations) {
-        std::fprintf(out, "  %s: %s\n", zvx_seq_fault_name(violation.fault), violation.text.c_str());
+        (void)std::fprintf(out, "  %s: %s\n", zvx_seq_fault_name(violation.fault), violation.text.c_str());
     }
     if (print_trace) {
         for (const std::string &line : outcome.trace) {
-            std::fprintf(out, "    %s\n", line.c_str());
+            (void)std::fprintf(out, "    %s\n", line.c_str());
         }
     }
-    std::fflush(out);
+    (void)std::fflush(out);
 }
 
 } // namespace
@@ -123,7 +123,7 @@ zvx_seq_run_summary zvx_seq_run(const zvx_seq_run_options &options, FILE *out)
 {
     zvx_seq_run_summary summary;
     if (OMX_Init() != OMX_ErrorNone) {
-        std::fprintf(out, "OMX_Init failed\n");
+        (void)std::fprintf(out, "OMX_Init failed\n");
         summary.other = 1;
         return summary;
     }
@@ -161,19 +161,19 @@ zvx_seq_run_summary zvx_seq_run(const zvx_seq_run_options &options, FILE *out)
 
 void zvx_seq_print_summary(const zvx_seq_run_summary &summary, FILE *out)
 {
-    std::fprintf(out,
-                 "sequences: %llu run, %llu failed: %llu hung, %llu buffers lost/doubled, %llu forbidden "
-                 "transitions, %llu other violations\n",
-                 static_cast<unsigned long long>(summary.sequences),
-                 static_cast<unsigned long long>(summary.failing_seeds.size()),
-                 static_cast<unsigned long long>(summary.hung),
-                 static_cast<unsigned long long>(summary.lost_or_doubled),
-                 static_cast<unsigned long long>(summary.forbidden), static_cast<unsigned long long>(summary.other));
+    (void)std::fprintf(
+        out,
+        "sequences: %llu run, %llu failed: %llu hung, %llu buffers lost/doubled, %llu forbidden "
+        "transitions, %llu other violations\n",
+        static_cast<unsigned long long>(summary.sequences),
+        static_cast<unsigned long long>(summary.failing_seeds.size()), static_cast<unsigned long long>(summary.hung),
+        static_cast<unsigned long long>(summary.lost_or_doubled), static_cast<unsigned long long>(summary.forbidden),
+        static_cast<unsigned long long>(summary.other));
     if (!summary.failing_seeds.empty()) {
-        std::fprintf(out, "failing seeds:");
+        (void)std::fprintf(out, "failing seeds:");
         for (const uint64_t seed : summary.failing_seeds) {
-            std::fprintf(out, " %llu", static_cast<unsigned long long>(seed));
+            (void)std::fprintf(out, " %llu", static_cast<unsigned long long>(seed));
         }
-        std::fprintf(out, "\n");
+        (void)std::fprintf(out, "\n");
     }
 }

@@ -15,17 +15,17 @@ void zvx_seq_trace::add(const char *format, ...)
     char text[512];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof(text), format, arguments);
+    (void)std::vsnprintf(text, sizeof(text), format, arguments);
     va_end(arguments);
     char line[600];
     // A callback made inside one of the client's calls runs on the client's thread and is marked so.
     const char *origin = std::this_thread::get_id() == client_thread_ ? "client " : "comp   ";
-    std::snprintf(line, sizeof(line), "%4lld.%06lld %s %s", static_cast<long long>(elapsed / 1000000),
-                  static_cast<long long>(elapsed % 1000000), origin, text);
+    (void)std::snprintf(line, sizeof(line), "%4lld.%06lld %s %s", static_cast<long long>(elapsed / 1000000),
+                        static_cast<long long>(elapsed % 1000000), origin, text);
     std::lock_guard lock(mutex_);
     lines_.emplace_back(line);
     if (live_) {
-        std::fprintf(out_, "%s\n", line);
+        (void)std::fprintf(out_, "%s\n", line);
     }
 }
 
@@ -33,7 +33,7 @@ void zvx_seq_trace::print(FILE *out) const
 {
     std::lock_guard lock(mutex_);
     for (const std::string &line : lines_) {
-        std::fprintf(out, "%s\n", line.c_str());
+        (void)std::fprintf(out, "%s\n", line.c_str());
     }
 }
 
