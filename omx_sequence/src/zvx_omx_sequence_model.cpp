@@ -409,16 +409,25 @@ void zvx_seq_model::completed_port_command(const zvx_seq_expected &command)
 void zvx_seq_model::on_refusal(OMX_ERRORTYPE error, OMX_U32 data2)
 {
     const std::string answer = zvxp_format("Error(%s, 0x%x)", zvxp_error_name(error), static_cast<unsigned>(data2));
-    const auto found = std::find_if(expected_.begin(), expected_.end(), [&](const zvx_seq_expected &entry) {
-        if (entry.command == OMX_CommandStateSet) {
-            return entry.param == data2;
-        }
-        // Same state and incorrect transition refuse state changes only.
-        if (error == OMX_ErrorSameState || error == OMX_ErrorIncorrectStateTransition) {
-            return false;
-        }
-        return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
+    // The first Error(InvalidState, 0) of a component not yet invalid is how StateSet(Invalid) is
+    // answered, not a refusal of a command on port 0 that happens to come first.
+    const auto to_invalid = std::find_if(expected_.begin(), expected_.end(), [&](const zvx_seq_expected &entry) {
+        return entry.command == OMX_CommandStateSet && entry.param == OMX_StateInvalid;
     });
+    const bool becomes_invalid = error == OMX_ErrorInvalidState && data2 == OMX_StateInvalid &&
+                                 state_ != OMX_StateInvalid && to_invalid != expected_.end();
+    const auto found = becomes_invalid
+                           ? to_invalid
+                           : std::find_if(expected_.begin(), expected_.end(), [&](const zvx_seq_expected &entry) {
+                                 if (entry.command == OMX_CommandStateSet) {
+                                     return entry.param == data2;
+                                 }
+                                 // Same state and incorrect transition refuse state changes only.
+                                 if (error == OMX_ErrorSameState || error == OMX_ErrorIncorrectStateTransition) {
+                                     return false;
+                                 }
+                                 return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
+                             });
     if (found == expected_.end()) {
         if (error == OMX_ErrorInvalidState) {
             state_ = OMX_StateInvalid; // a component may find itself invalid and say so at any time

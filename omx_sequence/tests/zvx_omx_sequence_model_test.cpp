@@ -147,6 +147,13 @@ TEST_F(ModelTest, ForbiddenTransitionsAndInvalid)
     invalid.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_ALL);
     EXPECT_TRUE(invalid.violations().empty()) << listed(invalid);
     EXPECT_TRUE(invalid.unanswered().empty()) << "one refusal of OMX_ALL answers both ports";
+
+    // Error(InvalidState, 0) answers StateSet(Invalid) even with a command on port 0 unanswered.
+    send(OMX_CommandPortDisable, 0);
+    send(OMX_CommandStateSet, OMX_StateInvalid);
+    model.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_StateInvalid);
+    complete(OMX_CommandPortDisable, 0);
+    EXPECT_TRUE(model.unanswered().empty()) << listed(model);
 }
 
 TEST_F(ModelTest, BufferReturnedTwiceIsDoubled)
