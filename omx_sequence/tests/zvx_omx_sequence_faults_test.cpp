@@ -269,7 +269,7 @@ TEST_F(SequenceFaultTest, StateSetsAreAnsweredInTheOrderSent)
  * then passed the freed header. */
 TEST_F(SequenceFaultTest, InputFreedDuringItsReturnNeverReachesACallback)
 {
-    for (int run = 0; run < 24; ++run) {
+    for (int run = 0; run < 48; ++run) {
         open(run % 2 == 0 ? zvx_seq_kind::decoder : zvx_seq_kind::encoder);
         ASSERT_NO_FATAL_FAILURE(to_executing());
         empty_all();
