@@ -4,6 +4,9 @@
 # -t bounds each fuzzer's time (default 60 s), -n its executions; with both, the first reached ends
 # it. Without names every fuzzer listed by the build (build/fuzz/fuzzers.txt) runs, one after the
 # other. New inputs join build/fuzz/<dir>/<fuzzer>_corpus; crashes go to build/fuzz/artifacts/.
+# A program listed as "@timed" (the client-sequence player, zvx_omx_sequence) searches by seeds of its
+# own: it runs for the same time (--seconds) or as many sequences as -n asks (--sequences), and prints
+# each failing seed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -33,6 +36,15 @@ status=0
 while read -r name program seeds; do
   if (($# > 0)) && [[ " $* " != *" $name "* ]]; then continue; fi
   echo "==== ${name} ===="
+  if [[ "$seeds" == "@timed" ]]; then
+    bounds=()
+    if ((seconds > 0)); then bounds+=("--seconds=${seconds}"); fi
+    if ((runs > 0)); then bounds+=("--sequences=${runs}"); fi
+    if ! "$program" "${bounds[@]}"; then
+      status=1
+    fi
+    continue
+  fi
   if ! "$program" -max_total_time="$seconds" -runs="$runs" -print_final_stats=1 \
        -artifact_prefix="build/fuzz/artifacts/${name}-" "$(dirname "$program")/${name}_corpus" "$seeds"; then
     status=1

@@ -1,0 +1,285 @@
+// The model of the client's side on its own, fed calls and callbacks by hand: what it must flag, and
+// the interleavings of a correct component it must not.
+#include <gtest/gtest.h>
+
+#include "zvx_omx_sequence_model.h"
+
+namespace {
+
+bool flags(const zvx_seq_model &model, zvx_seq_fault fault)
+{
+    return model.counts(fault);
+}
+
+std::string listed(const zvx_seq_model &model)
+{
+    std::string text;
+    for (const zvx_seq_violation &violation : model.violations()) {
+        text += std::string(zvx_seq_fault_name(violation.fault)) + ": " + violation.text + "\n";
+    }
+    return text;
+}
+
+class ModelTest : public testing::Test {
+protected:
+    void send(OMX_COMMANDTYPE command, OMX_U32 param, OMX_ERRORTYPE result = OMX_ErrorNone)
+    {
+        model.command_sent(model.command_sending(command, param), result);
+    }
+    void complete(OMX_COMMANDTYPE command, OMX_U32 param) { model.on_event(OMX_EventCmdComplete, command, param); }
+    void reach(OMX_STATETYPE state)
+    {
+        send(OMX_CommandStateSet, state);
+        complete(OMX_CommandStateSet, state);
+    }
+    /* Loaded, Idle with both ports' buffers registered, then Executing. */
+    void execute()
+    {
+        send(OMX_CommandStateSet, OMX_StateIdle);
+        model.buffer_registered(&input, 0);
+        model.buffer_registered(&output, 1);
+        complete(OMX_CommandStateSet, OMX_StateIdle);
+        reach(OMX_StateExecuting);
+    }
+    void give(OMX_BUFFERHEADERTYPE *header, OMX_ERRORTYPE result = OMX_ErrorNone)
+    {
+        model.give_starting(header);
+        model.give_finished(header, result, true);
+    }
+    void returned(OMX_BUFFERHEADERTYPE *header, OMX_U32 port)
+    {
+        model.buffer_done_entered(header, port);
+        model.buffer_done_left(header);
+    }
+
+    zvx_seq_model model;
+    OMX_BUFFERHEADERTYPE input{};
+    OMX_BUFFERHEADERTYPE output{};
+};
+
+TEST_F(ModelTest, AnswersInOrderOncePerPortPass)
+{
+    execute();
+    send(OMX_CommandFlush, OMX_ALL);
+    send(OMX_CommandPortDisable, 1);
+    complete(OMX_CommandFlush, 0);
+    complete(OMX_CommandFlush, 1);
+    model.free_starting(&output);
+    model.free_finished(&output, OMX_ErrorNone);
+    complete(OMX_CommandPortDisable, 1);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    EXPECT_TRUE(model.unanswered().empty());
+    EXPECT_FALSE(model.port_enabled(1));
+}
+
+TEST_F(ModelTest, AnswerBeforeEarlierCommandIsOutOfOrder)
+{
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    send(OMX_CommandFlush, 0);
+    complete(OMX_CommandFlush, 0);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::other)) << listed(model);
+}
+
+TEST_F(ModelTest, AllPortsAnsweredOutputFirstIsOutOfOrder)
+{
+    send(OMX_CommandFlush, OMX_ALL);
+    complete(OMX_CommandFlush, 1);
+    complete(OMX_CommandFlush, 0);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::other)) << listed(model);
+}
+
+TEST_F(ModelTest, CommandAnsweredOnceOfTwoIsMissingAnAnswer)
+{
+    reach(OMX_StateIdle);
+    send(OMX_CommandFlush, 0);
+    send(OMX_CommandFlush, 0);
+    complete(OMX_CommandFlush, 0);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    model.deadline_passed();
+    EXPECT_TRUE(flags(model, zvx_seq_fault::hang)) << listed(model);
+}
+
+TEST_F(ModelTest, AnswerToNoCommandIsFlagged)
+{
+    complete(OMX_CommandFlush, 0);
+    model.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateIdle);
+    EXPECT_EQ(model.violations().size(), 2u) << listed(model);
+}
+
+TEST_F(ModelTest, AnswerBeforeSendCommandReturnsCounts)
+{
+    const uint64_t id = model.command_sending(OMX_CommandStateSet, OMX_StateIdle);
+    model.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInsufficientResources), OMX_StateIdle);
+    model.command_sent(id, OMX_ErrorNone);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    EXPECT_TRUE(model.unanswered().empty());
+
+    const uint64_t refused = model.command_sending(OMX_CommandFlush, 0);
+    complete(OMX_CommandFlush, 0);
+    model.command_sent(refused, OMX_ErrorBadParameter);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::other)) << "an answer to a command SendCommand refused";
+}
+
+TEST_F(ModelTest, RefusalsMustFitTheState)
+{
+    reach(OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    model.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateWaitForResources);
+    model.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorIncorrectStateTransition), OMX_StateWaitForResources);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+
+    send(OMX_CommandStateSet, OMX_StateExecuting);
+    model.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorIncorrectStateTransition), OMX_StateExecuting);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::forbidden_state)) << "Idle to Executing is allowed";
+}
+
+TEST_F(ModelTest, ForbiddenTransitionsAndInvalid)
+{
+    reach(OMX_StateExecuting);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::forbidden_state)) << "Loaded to Executing";
+
+    zvx_seq_model invalid;
+    invalid.command_sent(invalid.command_sending(OMX_CommandStateSet, OMX_StateInvalid), OMX_ErrorNone);
+    invalid.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_StateInvalid);
+    EXPECT_EQ(invalid.state(), OMX_StateInvalid);
+    invalid.command_sent(invalid.command_sending(OMX_CommandFlush, OMX_ALL), OMX_ErrorNone);
+    invalid.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_ALL);
+    EXPECT_TRUE(invalid.violations().empty()) << listed(invalid);
+    EXPECT_TRUE(invalid.unanswered().empty()) << "one refusal of OMX_ALL answers both ports";
+
+    // Error(InvalidState, 0) answers StateSet(Invalid) even with a command on port 0 unanswered.
+    send(OMX_CommandPortDisable, 0);
+    send(OMX_CommandStateSet, OMX_StateInvalid);
+    model.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_StateInvalid);
+    complete(OMX_CommandPortDisable, 0);
+    EXPECT_TRUE(model.unanswered().empty()) << listed(model);
+}
+
+TEST_F(ModelTest, BufferReturnedTwiceIsDoubled)
+{
+    execute();
+    give(&input);
+    returned(&input, 0);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    returned(&input, 0);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::doubled_buffer));
+}
+
+TEST_F(ModelTest, BufferOnTheOtherPortsCallbackIsDoubled)
+{
+    execute();
+    give(&input);
+    returned(&input, 1);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::doubled_buffer));
+}
+
+TEST_F(ModelTest, ReturnBeforeTheGiveReturnsIsNoDouble)
+{
+    execute();
+    model.give_starting(&output);
+    returned(&output, 1);
+    model.give_finished(&output, OMX_ErrorNone, true);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    EXPECT_FALSE(model.held_by_component(&output));
+
+    model.give_starting(&output);
+    returned(&output, 1);
+    model.give_finished(&output, OMX_ErrorIncorrectStateOperation, true);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::doubled_buffer)) << "returned from a give that was refused";
+}
+
+TEST_F(ModelTest, FreedHeaderInACallbackIsFlagged)
+{
+    execute();
+    give(&input);
+    model.free_starting(&input);
+    model.free_finished(&input, OMX_ErrorNone);
+    EXPECT_TRUE(model.violations().empty()) << "a free of a held header may be accepted";
+    returned(&input, 0);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::doubled_buffer));
+}
+
+TEST_F(ModelTest, BuffersMustBeBackBeforeIdleFlushAndDisable)
+{
+    execute();
+    give(&input);
+    give(&output);
+    send(OMX_CommandFlush, 1);
+    complete(OMX_CommandFlush, 1);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::lost_buffer)) << "Flush(1) with an output held";
+
+    zvx_seq_model idle;
+    idle.command_sent(idle.command_sending(OMX_CommandStateSet, OMX_StateIdle), OMX_ErrorNone);
+    idle.buffer_registered(&input, 0);
+    idle.on_event(OMX_EventCmdComplete, OMX_CommandStateSet, OMX_StateIdle);
+    idle.command_sent(idle.command_sending(OMX_CommandStateSet, OMX_StateExecuting), OMX_ErrorNone);
+    idle.on_event(OMX_EventCmdComplete, OMX_CommandStateSet, OMX_StateExecuting);
+    idle.give_starting(&input);
+    idle.give_finished(&input, OMX_ErrorNone, true);
+    idle.command_sent(idle.command_sending(OMX_CommandStateSet, OMX_StateIdle), OMX_ErrorNone);
+    idle.on_event(OMX_EventCmdComplete, OMX_CommandStateSet, OMX_StateIdle);
+    EXPECT_TRUE(idle.counts(zvx_seq_fault::lost_buffer)) << "Idle with an input held";
+}
+
+TEST_F(ModelTest, BufferGivenAfterTheFlushWasSentMayStay)
+{
+    execute();
+    send(OMX_CommandFlush, 0);
+    give(&input);
+    complete(OMX_CommandFlush, 0);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+}
+
+TEST_F(ModelTest, PortDefinitionFollowsTheClient)
+{
+    execute();
+    OMX_PARAM_PORTDEFINITIONTYPE definition{};
+    definition.nPortIndex = 1;
+    definition.bEnabled = OMX_TRUE;
+    definition.bPopulated = OMX_TRUE;
+    definition.nBufferCountActual = 1;
+    model.check_port_definition(definition, model.epoch());
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+
+    definition.nBufferCountActual = 2;
+    model.check_port_definition(definition, model.epoch());
+    EXPECT_TRUE(flags(model, zvx_seq_fault::other)) << "populated with 1 of 2";
+
+    zvx_seq_model disabled;
+    disabled.command_sent(disabled.command_sending(OMX_CommandPortDisable, 1), OMX_ErrorNone);
+    disabled.on_event(OMX_EventCmdComplete, OMX_CommandPortDisable, 1);
+    definition.bPopulated = OMX_FALSE;
+    disabled.check_port_definition(definition, disabled.epoch());
+    EXPECT_TRUE(disabled.counts(zvx_seq_fault::other)) << "enabled after a disable completed";
+
+    zvx_seq_model changing;
+    const uint64_t before = changing.epoch();
+    changing.command_sent(changing.command_sending(OMX_CommandPortDisable, 1), OMX_ErrorNone);
+    changing.on_event(OMX_EventCmdComplete, OMX_CommandPortDisable, 1);
+    changing.check_port_definition(definition, before);
+    EXPECT_TRUE(changing.violations().empty()) << "read while the port changed: not judged";
+}
+
+TEST_F(ModelTest, SetParameterOnAnEnabledRunningPortMustBeRefused)
+{
+    execute();
+    model.check_set_port_definition(0, true, OMX_ErrorIncorrectStateOperation, model.epoch());
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    model.check_set_port_definition(0, true, OMX_ErrorNone, model.epoch());
+    EXPECT_TRUE(flags(model, zvx_seq_fault::other));
+}
+
+TEST_F(ModelTest, CallbackAfterFreeHandleIsFlagged)
+{
+    execute();
+    give(&output);
+    model.handle_freeing();
+    returned(&output, 1);
+    model.handle_freed();
+    EXPECT_TRUE(model.violations().empty()) << "callbacks during FreeHandle are allowed";
+    model.on_event(OMX_EventCmdComplete, OMX_CommandFlush, 0);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::other));
+}
+
+} // namespace
