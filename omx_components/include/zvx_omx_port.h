@@ -119,6 +119,10 @@ void zvx_omx_port_free_mapped_buffer(zvx_map_pointer mapped_buffer);
 OMX_ERRORTYPE zvx_omx_port_init(zvx_omx_port *port);
 /* Frees whatever the tables still hold. */
 void zvx_omx_port_destroy(zvx_omx_port *port);
+/* bPopulated as the client sees the port: true once it holds the nBufferCountActual in force, from the
+ * first buffer registered to the last one freed and whenever that count changes. Caller holds the
+ * component's lock. */
+void zvx_omx_port_update_populated(zvx_omx_port *port);
 /* Whether any buffer is registered on the port. Caller holds the component's lock. */
 bool zvxp_omx_port_has_buffers(zvx_omx_port *port);
 /* The port's OMX_IndexParamPortDefinition setting; null if the store has none. */

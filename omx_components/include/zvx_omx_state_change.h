@@ -36,6 +36,10 @@ bool delayed_statechange(struct zvx_omx_common_component *comp, struct zvx_omx_c
 /* The rest of a change to Idle from Executing, once both ports' flushes are done. */
 bool delayed_statechange_onflush(struct zvx_omx_common_component *comp,
                                  struct zvx_omx_common_cproc_command_data *command);
+/* The component sends itself to Invalid: the state change runs as one of its own commands, ahead of the
+ * client's, which may be waiting for the very session that has failed; they then end in
+ * OMX_ErrorInvalidState. False when nothing could be queued. */
+bool zvx_omx_state_queue_invalidation(struct zvx_omx_common_component *comp);
 /* Asks the session for a hardware state unless it is there already. */
 void zvx_enqueue_state_change_helper(struct zvx_omx_common_component *comp, enum zvx_base_hw_state state);
 /* False when nothing could be queued. */

@@ -115,7 +115,7 @@ OMX_ERRORTYPE zvxp_move_data_to_start(const zvxp_direction &direction, struct zv
 /* Finds the header and takes it from the client: owned by the component, not yet tracked. A stray empty
  * end of stream is answered with no header. */
 OMX_ERRORTYPE zvxp_take_from_client(struct zvx_omx_common_component *comp, const zvxp_direction &direction,
-                                    OMX_BUFFERHEADERTYPE *pub, zvxp_claim *claim)
+                                    OMX_BUFFERHEADERTYPE *pub, zvxp_claim *claim, bool *returning)
 {
     zvx_omx_mutex_guard guard(&comp->lock);
     struct zvx_omx_common_bufferheadertype *header = zvx_omx_buffer_find(comp, direction.port, pub);
@@ -138,6 +138,10 @@ OMX_ERRORTYPE zvxp_take_from_client(struct zvx_omx_common_component *comp, const
     }
     struct zvx_omx_port &port = comp->ports[direction.port];
     zvx_omx_port_buffers_lock lock(&port);
+    if (zvx_omx_buffer_is_returning(comp, pub)) {
+        *returning = true;
+        return OMX_ErrorNone;
+    }
     if (header->priv.owner != ZVX_OMX_BUFFER_OWNER_CLIENT) {
         return zvxp_refuse(direction, OMX_ErrorIncorrectStateOperation, "buffer is already queued", pub);
     }
@@ -226,7 +230,15 @@ OMX_ERRORTYPE zvxp_queue_buffer(const zvxp_direction &direction, OMX_HANDLETYPE 
         return OMX_ErrorBadParameter;
     }
     zvxp_claim claim = {};
-    OMX_ERRORTYPE error = zvxp_take_from_client(comp, direction, buffer, &claim);
+    OMX_ERRORTYPE error;
+    for (;;) {
+        bool returning = false;
+        error = zvxp_take_from_client(comp, direction, buffer, &claim, &returning);
+        if (!returning) {
+            break;
+        }
+        zvx_omx_buffer_wait_returned(comp, buffer);
+    }
     if (error != OMX_ErrorNone || claim.header == nullptr) {
         return error;
     }

@@ -1,6 +1,8 @@
 // The bookkeeping of who holds a buffer: the port registry, the tracked list and the queue-order list.
 #include "buffers/zvx_omx_buffer_ownership.h"
 
+#include <atomic>
+
 zvx_omx_port_buffers_lock::zvx_omx_port_buffers_lock(zvx_omx_port *port) : port_(port)
 {
     // A wait cut short by a signal has not taken the semaphore.
@@ -58,4 +60,31 @@ struct zvx_omx_common_bufferheadertype *zvxp_omx_remove_from_tracked_list(struct
         }
     }
     return nullptr;
+}
+
+void zvx_omx_buffer_mark_returning(struct zvx_omx_common_component *comp,
+                                   struct zvx_omx_common_bufferheadertype *header)
+{
+    std::atomic_ref(comp->returning_buffer).store(&header->pub);
+}
+
+void zvx_omx_buffer_returned(struct zvx_omx_common_component *comp)
+{
+    std::atomic_ref returning(comp->returning_buffer);
+    returning.store(nullptr);
+    returning.notify_all();
+}
+
+bool zvx_omx_buffer_is_returning(struct zvx_omx_common_component *comp, const OMX_BUFFERHEADERTYPE *pub)
+{
+    return std::atomic_ref(comp->returning_buffer).load() == pub && !zvx_omx_common_cproc_on_command_thread(comp);
+}
+
+void zvx_omx_buffer_wait_returned(struct zvx_omx_common_component *comp, const OMX_BUFFERHEADERTYPE *pub)
+{
+    std::atomic_ref returning(comp->returning_buffer);
+    // The mark is cleared before the wake-up, so a wait that starts after it sees the new value at once.
+    while (returning.load() == pub) {
+        returning.wait(const_cast<OMX_BUFFERHEADERTYPE *>(pub));
+    }
 }

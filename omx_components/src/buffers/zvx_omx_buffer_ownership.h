@@ -47,6 +47,19 @@ bool zvx_omx_buffer_list_append(zvx_omx_port *port, struct zvx_omx_common_buffer
 bool zvx_omx_common_component_update_buffer_handle(zvx_omx_port *port, struct zvx_omx_common_bufferheadertype *header,
                                                    zvx_base_buffer_handle_t buffer_id, zvx_base_buffer_handle_t handle);
 
+/* A header given back through a callback stays marked from the moment it becomes the client's until the
+ * callback has returned. Inside the callback the client holds it; another thread that finds its header
+ * marked waits for the callback to end before it queues or frees it, so that no header is freed before
+ * the callback that hands it back has run. The command thread marks under the port's buffer_sem. */
+void zvx_omx_buffer_mark_returning(struct zvx_omx_common_component *comp,
+                                   struct zvx_omx_common_bufferheadertype *header);
+void zvx_omx_buffer_returned(struct zvx_omx_common_component *comp);
+/* True when the call for pub must wait: it is being handed back by a callback on another thread. Caller
+ * holds the port's buffer_sem. */
+bool zvx_omx_buffer_is_returning(struct zvx_omx_common_component *comp, const OMX_BUFFERHEADERTYPE *pub);
+/* Waits, holding no lock, until pub is no longer being handed back. */
+void zvx_omx_buffer_wait_returned(struct zvx_omx_common_component *comp, const OMX_BUFFERHEADERTYPE *pub);
+
 /* Unlinks and returns the first tracked header queued under buffer_id; null when there is none. */
 struct zvx_omx_common_bufferheadertype *zvxp_omx_remove_from_tracked_list(struct zvx_omx_common_component *comp,
                                                                           zvx_base_buffer_handle_t buffer_id,

@@ -95,6 +95,7 @@ void zvxp_deliver_output(struct zvx_omx_common_component *comp, struct zvx_omx_c
     {
         zvx_omx_port_buffers_lock lock(&port);
         header->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
+        zvx_omx_buffer_mark_returning(comp, header);
     }
     const zvx_omx_client client = zvx_omx_client_get(comp);
     if (crop_changed) {
@@ -108,6 +109,7 @@ void zvxp_deliver_output(struct zvx_omx_common_component *comp, struct zvx_omx_c
     ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "FillBufferDone(handle=%p, hdr=%p, timestamp=%ld). (%s:%d)", client.handle,
             static_cast<void *>(&pub), static_cast<long>(timestamp));
     zvx_omx_client_fill_buffer_done(client, &pub);
+    zvx_omx_buffer_returned(comp);
     if ((flags & OMX_BUFFERFLAG_EOS) != 0) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO,
                 "EventHandler(handle=%p, event=OMX_EventBufferFlag, port=%u, flags=0x%x). (%s:%d)", client.handle,
@@ -193,6 +195,7 @@ void zvx_omx_return_input_buffers(struct zvx_omx_common_component *comp)
                 returned = head->data;
                 zvx_list_erase_port_buffers(&input.buffer_list, head);
                 returned->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
+                zvx_omx_buffer_mark_returning(comp, returned);
                 std::atomic_ref(input.nr_dequeue).fetch_add(1);
                 timestamp = returned->pub.nTimeStamp;
             }
@@ -204,6 +207,7 @@ void zvx_omx_return_input_buffers(struct zvx_omx_common_component *comp)
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "EmptyBufferDone(handle=%p, name=%s, hdr=%p, timestamp=%ld). (%s:%d)",
                 client.handle, comp->name, static_cast<void *>(&returned->pub), static_cast<long>(timestamp));
         zvx_omx_client_empty_buffer_done(client, &returned->pub);
+        zvx_omx_buffer_returned(comp);
     }
 }
 

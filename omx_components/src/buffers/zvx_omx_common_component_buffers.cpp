@@ -43,9 +43,10 @@ OMX_ERRORTYPE zvxp_refuse(OMX_ERRORTYPE error, const char *what, OMX_U32 port)
     return error;
 }
 
-/* OpenMAX takes buffers on the way to Idle, or on an enabled port that is not yet populated outside
- * Loaded: one being enabled. */
-bool zvxp_may_register(struct zvx_omx_common_component *comp, const OMX_PARAM_PORTDEFINITIONTYPE &definition)
+/* OpenMAX takes buffers on the way to Idle, or outside Loaded on a port being enabled until it is
+ * populated. */
+bool zvxp_may_register(struct zvx_omx_common_component *comp, OMX_U32 port,
+                       const OMX_PARAM_PORTDEFINITIONTYPE &definition)
 {
     if (definition.bEnabled == OMX_FALSE) {
         return false;
@@ -57,7 +58,7 @@ bool zvxp_may_register(struct zvx_omx_common_component *comp, const OMX_PARAM_PO
     case OMX_StateIdle:
     case OMX_StateExecuting:
     case OMX_StatePause:
-        return definition.bPopulated == OMX_FALSE;
+        return definition.bPopulated == OMX_FALSE && zvx_omx_state_port_transition(comp, port) == ZVX_OMX_PORT_ENABLING;
     default:
         return false;
     }
@@ -83,16 +84,6 @@ bool zvxp_may_free(struct zvx_omx_common_component *comp, const OMX_PARAM_PORTDE
     return definition == nullptr || definition->bEnabled == OMX_FALSE;
 }
 
-/* Caller holds the lock. */
-void zvxp_update_populated(struct zvx_omx_port &port)
-{
-    OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&port);
-    if (definition != nullptr) {
-        const bool populated = zvx_map_size(&port.registered_buffers) >= definition->nBufferCountActual;
-        definition->bPopulated = populated ? OMX_TRUE : OMX_FALSE;
-    }
-}
-
 /* Checks the request against the port and counts it against nBufferCountActual until it is entered or
  * given up. */
 OMX_ERRORTYPE zvxp_reserve(struct zvx_omx_common_component *comp, OMX_U32 port, OMX_U32 size, bool allocating,
@@ -104,7 +95,7 @@ OMX_ERRORTYPE zvxp_reserve(struct zvx_omx_common_component *comp, OMX_U32 port, 
     if (definition == nullptr) {
         return zvxp_refuse(OMX_ErrorBadPortIndex, "Port has no definition", port);
     }
-    if (!zvxp_may_register(comp, *definition)) {
+    if (!zvxp_may_register(comp, port, *definition)) {
         return zvxp_refuse(OMX_ErrorIncorrectStateOperation, "Buffers are not taken in this state", port);
     }
     if (size < definition->nBufferSize || (allocating && size > ZVXP_MAX_ALLOCATION)) {
@@ -208,7 +199,7 @@ OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE *
         entered = zvx_map_insert(&owner.registered_buffers, header, header);
         if (entered) {
             owner.had_buffers = true;
-            zvxp_update_populated(owner);
+            zvx_omx_port_update_populated(&owner);
         }
     }
     if (!entered) {
@@ -225,7 +216,8 @@ OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE *
 /* Takes the header from the client for good: the session forgets it before it is freed. The header
  * stays registered, but owned by the component, while the session is told. */
 OMX_ERRORTYPE zvxp_claim_for_freeing(struct zvx_omx_common_component *comp, OMX_U32 port,
-                                     const OMX_BUFFERHEADERTYPE *pub, struct zvx_omx_common_bufferheadertype **found)
+                                     const OMX_BUFFERHEADERTYPE *pub, struct zvx_omx_common_bufferheadertype **found,
+                                     bool *returning)
 {
     zvx_omx_mutex_guard guard(&comp->lock);
     struct zvx_omx_common_bufferheadertype *header = zvx_omx_buffer_find(comp, port, pub);
@@ -240,6 +232,10 @@ OMX_ERRORTYPE zvxp_claim_for_freeing(struct zvx_omx_common_component *comp, OMX_
         return zvxp_refuse(OMX_ErrorIncorrectStateOperation, "Buffers are not freed in this state", port);
     }
     zvx_omx_port_buffers_lock lock(&owner);
+    if (zvx_omx_buffer_is_returning(comp, pub)) {
+        *returning = true;
+        return OMX_ErrorNone;
+    }
     if (header->priv.owner != ZVX_OMX_BUFFER_OWNER_CLIENT) {
         return zvxp_refuse(OMX_ErrorIncorrectStateOperation, "Buffer is still held by the component", port);
     }
@@ -290,9 +286,16 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
         return zvxp_refuse(OMX_ErrorBadPortIndex, "Illegal port index", nPortIndex);
     }
     struct zvx_omx_common_bufferheadertype *header = nullptr;
-    const OMX_ERRORTYPE error = zvxp_claim_for_freeing(comp, nPortIndex, pBufferHdr, &header);
-    if (error != OMX_ErrorNone) {
-        return error;
+    for (;;) {
+        bool returning = false;
+        const OMX_ERRORTYPE error = zvxp_claim_for_freeing(comp, nPortIndex, pBufferHdr, &header, &returning);
+        if (error != OMX_ErrorNone) {
+            return error;
+        }
+        if (!returning) {
+            break;
+        }
+        zvx_omx_buffer_wait_returned(comp, pBufferHdr);
     }
     if (!header->priv.metadata) {
         zvx_unregister_buffer(comp->driver_fd, header->priv.desc.buffer_id);
@@ -307,7 +310,7 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
             zvx_list_remove_value_omxbufferhdrptr(&port.tracked_buffers, header);
         }
         zvx_map_erase(&port.registered_buffers, header);
-        zvxp_update_populated(port);
+        zvx_omx_port_update_populated(&port);
         emptied = zvx_map_size(&port.registered_buffers) == 0;
     }
     // The frame memory named by metadata is known to the session only while the port has buffers.

@@ -97,15 +97,6 @@ OMX_ERRORTYPE zvxp_send_state_set(struct zvx_omx_common_component *comp, OMX_U32
     command->command_data.function = common_component_cmd_state_change;
     command->state = static_cast<int32_t>(target);
     command->remaining_attempts = ZVX_OMX_STATE_CHANGE_ATTEMPTS;
-    // Invalid waits for nothing: the command ahead may itself wait for a session that will never answer
-    // (a hung session sends the component here). The commands it overtakes end in OMX_ErrorInvalidState.
-    if (target == OMX_StateInvalid) {
-        if (!zvx_omx_common_component_queue_command(comp, &command->command_data)) {
-            zvx_mem_free(command);
-            return OMX_ErrorInsufficientResources;
-        }
-        return OMX_ErrorNone;
-    }
     return zvxp_send_client_command(comp, &command->command_data);
 }
 

@@ -65,3 +65,12 @@ bool zvxp_omx_port_has_buffers(zvx_omx_port *port)
 {
     return zvx_map_size(&port->registered_buffers) != 0;
 }
+
+void zvx_omx_port_update_populated(zvx_omx_port *port)
+{
+    OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(port);
+    if (definition != nullptr) {
+        const size_t registered = zvx_map_size(&port->registered_buffers);
+        definition->bPopulated = registered != 0 && registered >= definition->nBufferCountActual ? OMX_TRUE : OMX_FALSE;
+    }
+}

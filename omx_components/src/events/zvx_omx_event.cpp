@@ -8,6 +8,7 @@
 #include "state/zvx_omx_state.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_log.h"
+#include "zvx_omx_state_change.h"
 
 namespace {
 
@@ -70,12 +71,11 @@ void zvxp_on_processed(struct zvx_omx_common_component *comp, const struct zvx_b
     zvxp_omx_handle_event_performance(comp, reinterpret_cast<const struct zvx_frame_performance *>(event->data));
 }
 
+/* Not the client's SendCommand: its commands wait for one another, and the one ahead may be waiting
+ * for this session. */
 void zvxp_on_session_hung(struct zvx_omx_common_component *comp, const struct zvx_base_event_header *)
 {
-    auto *handle = reinterpret_cast<OMX_COMPONENTTYPE *>(comp->omx_component);
-    if (handle != nullptr && handle->SendCommand != nullptr) {
-        handle->SendCommand(handle, OMX_CommandStateSet, OMX_StateInvalid, nullptr);
-    }
+    zvx_omx_state_queue_invalidation(comp);
 }
 
 void zvxp_on_ref_frame_released(struct zvx_omx_common_component *comp, const struct zvx_base_event_header *event)

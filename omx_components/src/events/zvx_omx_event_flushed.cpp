@@ -24,13 +24,14 @@ void zvxp_end_flush_cycle(struct zvx_omx_common_component *comp, OMX_U32 port_in
 
 /* The first header of the list that the session has given back, unlinked and handed to the client;
  * null when there is none. Caller holds the port's buffer_sem. */
-struct zvx_omx_common_bufferheadertype *zvxp_take_returned(zvx_omx_port &port)
+struct zvx_omx_common_bufferheadertype *zvxp_take_returned(struct zvx_omx_common_component *comp, zvx_omx_port &port)
 {
     for (auto *it = port.buffer_list.node.next; it != &port.buffer_list.node; it = it->next) {
         struct zvx_omx_common_bufferheadertype *header = it->data;
         if (header->priv.owner == ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT) {
             zvx_list_erase_port_buffers(&port.buffer_list, it);
             header->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
+            zvx_omx_buffer_mark_returning(comp, header);
             return header;
         }
     }
@@ -53,7 +54,7 @@ void zvxp_omx_handle_event_input_flushed(struct zvx_omx_common_component *comp)
         OMX_TICKS timestamp = 0;
         {
             zvx_omx_port_buffers_lock lock(&port);
-            header = zvxp_take_returned(port);
+            header = zvxp_take_returned(comp, port);
             if (header == nullptr) {
                 break;
             }
@@ -63,6 +64,7 @@ void zvxp_omx_handle_event_input_flushed(struct zvx_omx_common_component *comp)
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "EmptyBufferDone(handle=%p, hdr=%p, timestamp=%ld). (%s:%d)",
                 client.handle, static_cast<void *>(&header->pub), static_cast<long>(timestamp));
         zvx_omx_client_empty_buffer_done(client, &header->pub);
+        zvx_omx_buffer_returned(comp);
         std::atomic_ref(port.nr_dequeue).fetch_add(1);
     }
     zvxp_end_flush_cycle(comp, port_index);

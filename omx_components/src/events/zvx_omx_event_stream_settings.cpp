@@ -246,7 +246,11 @@ void zvxp_adopt_definition(struct zvx_omx_common_component *comp, OMX_U32 port,
         buffer_size->nStride = static_cast<OMX_U32>(video.nStride);
     }
     zvx_omx_common_component_update_crop_rect(comp, port, video.nFrameWidth, video.nFrameHeight);
+    // Whether the port is enabled and populated is the client's to say, by its commands and buffers.
+    const OMX_BOOL enabled = stored->bEnabled;
     *stored = definition;
+    stored->bEnabled = enabled;
+    zvx_omx_port_update_populated(&comp->ports[port]);
 }
 
 void zvxp_tell_settings_changed(struct zvx_omx_common_component *comp, OMX_U32 port, OMX_U32 index,
@@ -525,6 +529,7 @@ void zvxp_omx_handle_sequence_params(struct zvx_omx_common_component *comp,
             changed = true;
         }
         definition->nBufferCountActual = definition->nBufferCountMin;
+        zvx_omx_port_update_populated(&port);
         if (auto *sequence = static_cast<QURO_PARAM_SEQUENECE_PARAMETERS *>(
                 zvx_omx_config_find(&port.config_and_params, QURO_IndexParamSequenceParameters, 0))) {
             changed = changed || sequence->bInterlace != seq_param->interlace;

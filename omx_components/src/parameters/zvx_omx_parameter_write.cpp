@@ -178,6 +178,7 @@ OMX_ERRORTYPE zvxp_set_port_definition(struct zvx_omx_common_component *comp, OM
     // Only what a client may choose is taken; direction, domain, minimum count, population, the
     // coding (the role's) and the client's pointers stay as the component has them.
     stored->nBufferCountActual = given.nBufferCountActual;
+    zvx_omx_port_update_populated(&comp->ports[port]);
     OMX_VIDEO_PORTDEFINITIONTYPE &kept = stored->format.video;
     kept.nFrameWidth = video.nFrameWidth;
     kept.nFrameHeight = video.nFrameHeight;

@@ -254,6 +254,23 @@ bool common_component_cmd_state_change(struct zvx_omx_common_component *comp,
     return done;
 }
 
+bool zvx_omx_state_queue_invalidation(struct zvx_omx_common_component *comp)
+{
+    auto *command =
+        static_cast<struct command_state_change_data *>(zvx_mem_malloc(sizeof(struct command_state_change_data)));
+    if (command == nullptr) {
+        return false;
+    }
+    command->command_data.function = common_component_cmd_state_change;
+    command->state = OMX_StateInvalid;
+    command->remaining_attempts = ZVX_OMX_STATE_CHANGE_ATTEMPTS;
+    if (!zvx_omx_common_component_queue_command(comp, &command->command_data)) {
+        zvx_mem_free(command);
+        return false;
+    }
+    return true;
+}
+
 void zvx_enqueue_state_change_helper(struct zvx_omx_common_component *comp, enum zvx_base_hw_state state)
 {
     if (zvx_omx_state_hw(comp) == state) {
