@@ -18,8 +18,8 @@ namespace zvx_av {
 
 /* How input buffers relate to access units. */
 enum class InputFraming : uint8_t {
-    /* Access units when the first buffer of the stream carries end_of_frame, else chunks. Codecs
-     * whose parser cannot find frame boundaries (vp8, vp9, rv) always take access units. */
+    /* Access units when the first buffer of the stream carries end_of_frame. Else chunks, or, for
+     * codecs whose parser cannot find frame boundaries (vp8, vp9, rv), one access unit a buffer. */
     automatic,
     /* A buffer with end_of_frame completes an access unit; buffers before it without the flag are
      * its earlier pieces. */
@@ -78,7 +78,7 @@ public:
     static constexpr size_t max_access_unit_bytes = 32u << 20;
 
 private:
-    enum class Mode : uint8_t { undecided, access_units, chunks };
+    enum class Mode : uint8_t { undecided, access_units, chunks, buffers };
 
     Status start();
     Status reopen_with_config();

@@ -117,11 +117,14 @@ Status Decoder::reset_parser()
 
 Decoder::Mode Decoder::mode_for(const DecoderInput &input) const
 {
-    if (settings_.framing == InputFraming::access_units || !parser_finds_frames(codec_) || !parser_)
+    if (settings_.framing == InputFraming::access_units)
         return Mode::access_units;
+    const bool parser_can_frame = parser_ && parser_finds_frames(codec_);
     if (settings_.framing == InputFraming::chunks)
-        return Mode::chunks;
-    return input.end_of_frame ? Mode::access_units : Mode::chunks;
+        return parser_can_frame ? Mode::chunks : Mode::buffers;
+    if (input.end_of_frame)
+        return Mode::access_units;
+    return parser_can_frame ? Mode::chunks : Mode::buffers;
 }
 
 Status Decoder::send(const DecoderInput &input)
@@ -163,7 +166,7 @@ Status Decoder::send_access_unit_piece(const DecoderInput &input)
     if (!input.codec_config && access_unit_timestamp_us_ == no_timestamp)
         access_unit_timestamp_us_ = input.timestamp_us;
     access_unit_.insert(access_unit_.end(), input.data.begin(), input.data.end());
-    if (input.codec_config || !input.end_of_frame)
+    if (input.codec_config || (!input.end_of_frame && mode_ != Mode::buffers))
         return Status();
     const Status decoded = decode(access_unit_, access_unit_timestamp_us_);
     access_unit_.clear();

@@ -70,6 +70,24 @@ TEST_P(DecodeMatchesFfmpeg, FramedAndChunked)
     EXPECT_EQ(by_units.formats.size(), size_t{FRAMES});
     EXPECT_TRUE(by_units.bytes == reference) << "one access unit a buffer";
 
+    // A client may split an access unit over buffers, flagging only the last; told so, the decoder
+    // does not take a first buffer without the flag for a sign of chunks.
+    zvx_av::Decoder pieces;
+    zvx_av::DecoderSettings framed_in_pieces;
+    framed_in_pieces.framing = zvx_av::InputFraming::access_units;
+    ASSERT_TRUE(pieces.open(stream.codec, framed_in_pieces).ok());
+    DecodedPictures by_pieces;
+    for (const std::vector<uint8_t> &unit : zvx_av_test::read_access_units(path)) {
+        const std::span<const uint8_t> whole(unit);
+        const size_t half = unit.size() / 2;
+        EXPECT_TRUE(pieces.send({whole.first(half), 0, false, false}).ok());
+        EXPECT_TRUE(pieces.send({whole.subspan(half), 0, true, false}).ok());
+        zvx_av_test::take_pictures(pieces, stream.format, by_pieces);
+    }
+    ASSERT_TRUE(pieces.end_stream().ok());
+    zvx_av_test::take_pictures(pieces, stream.format, by_pieces);
+    EXPECT_TRUE(by_pieces.bytes == reference) << "access units in two pieces";
+
     if (!stream.chunks)
         return;
     zvx_av::Decoder chunked;
