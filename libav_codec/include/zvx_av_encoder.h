@@ -9,6 +9,7 @@
 #include <string>
 
 #include "zvx_av_codec.h"
+#include "zvx_av_format_converter.h"
 #include "zvx_av_ptr.h"
 #include "zvx_av_status.h"
 
@@ -78,7 +79,7 @@ private:
     EncoderSettings settings_;
     const AVCodec *encoder_ = nullptr;
     CodecContextPtr context_;
-    ScalerPtr scaler_;
+    FormatConverter converter_;
     int64_t next_pts_ = 0;
     std::map<int64_t, int64_t> timestamps_; /* pts -> microseconds, until its packet is out */
     bool key_frame_requested_ = false;

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <span>
 
+#include "zvx_av_format_converter.h"
 #include "zvx_av_picture_layout.h"
-#include "zvx_av_ptr.h"
 
 namespace zvx_av {
 
@@ -19,7 +19,7 @@ public:
     size_t write(const AVFrame &picture, const PictureLayout &layout, std::span<uint8_t> buffer);
 
 private:
-    ScalerPtr scaler_;
+    FormatConverter converter_;
 };
 
 } // namespace zvx_av

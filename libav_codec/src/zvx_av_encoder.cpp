@@ -73,27 +73,15 @@ std::span<const uint8_t> Encoder::codec_config() const
 
 FramePtr Encoder::input_frame(const AVFrame &picture)
 {
+    if (picture.width != context_->width || picture.height != context_->height)
+        return nullptr;
+    if (picture.format != context_->pix_fmt)
+        return converter_.convert(picture, context_->pix_fmt);
+    // A frame over a client's buffer owns no data: this copies it; a counted one is shared.
     FramePtr frame = make_frame();
-    if (!frame)
+    if (!frame || av_frame_ref(frame.get(), &picture) < 0)
         return nullptr;
-    if (picture.format == context_->pix_fmt && picture.width == context_->width &&
-        picture.height == context_->height) {
-        // A frame over a client's buffer owns no data: this copies it, a counted one is shared.
-        return av_frame_ref(frame.get(), &picture) < 0 ? nullptr : std::move(frame);
-    }
-    frame->format = context_->pix_fmt;
-    frame->width = context_->width;
-    frame->height = context_->height;
-    if (av_frame_get_buffer(frame.get(), 0) < 0)
-        return nullptr;
-    scaler_.reset(sws_getCachedContext(scaler_.release(), picture.width, picture.height,
-                                       static_cast<AVPixelFormat>(picture.format), frame->width, frame->height,
-                                       context_->pix_fmt, SWS_BICUBIC, nullptr, nullptr, nullptr));
-    if (!scaler_)
-        return nullptr;
-    const int rows =
-        sws_scale(scaler_.get(), picture.data, picture.linesize, 0, picture.height, frame->data, frame->linesize);
-    return rows == frame->height ? std::move(frame) : nullptr;
+    return frame;
 }
 
 Status Encoder::send(const AVFrame &picture, int64_t timestamp_us)
