@@ -36,7 +36,7 @@ struct EncoderSettings {
      * (vp9); level "3.1", "4" (avc, hevc). Empty: the encoder's choice. */
     std::string profile;
     std::string level;
-    int thread_count = 0; /* 0: as many as the machine has */
+    int thread_count = 0; /* 0: as many as the machine has (vp8: one) */
     EncoderSpeed speed = EncoderSpeed::medium;
 };
 

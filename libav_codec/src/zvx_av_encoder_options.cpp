@@ -123,7 +123,9 @@ Status configure_encoder(const EncoderSettings &settings, const AVCodec &encoder
     // One tick a picture: libvpx reads a picture's duration as one tick of the time base.
     context.time_base = av_inv_q(settings.frame_rate);
     context.framerate = settings.frame_rate;
-    context.thread_count = settings.thread_count;
+    // libvpx's vp8 threads wait for each other by spinning: where cores are shared they cost many
+    // times what they give, so vp8 takes more than one only when asked.
+    context.thread_count = settings.codec == Codec::vp8 && settings.thread_count == 0 ? 1 : settings.thread_count;
     context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     if (settings.key_frame_interval > 0) {
         context.gop_size = settings.key_frame_interval;
