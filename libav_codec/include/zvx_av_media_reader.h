@@ -13,7 +13,9 @@ namespace zvx_av {
 
 struct AccessUnit {
     PacketPtr packet;
-    int64_t timestamp_us = no_timestamp; /* presentation time, else decode time, else none */
+    /* Presentation time; where the file has none (AVI, raw streams with B-frames) the decode time,
+     * else none. */
+    int64_t timestamp_us = no_timestamp;
     bool key = false;
 
     std::span<const uint8_t> data() const { return {packet->data, static_cast<size_t>(packet->size)}; }
