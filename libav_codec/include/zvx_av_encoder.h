@@ -28,8 +28,8 @@ struct EncoderSettings {
     AVPixelFormat input_format = AV_PIX_FMT_YUV420P;
     AVRational frame_rate = {30, 1};
     RateControl rate_control = RateControl::variable_bitrate;
-    int64_t bitrate = 1000000; /* bits per second; with constant quality, vp8's ceiling */
-    int quality = 28;          /* constant quality: x264/x265 crf, libvpx cq-level; lower is better */
+    int64_t bitrate = 1000000;  /* bits per second; with constant quality, vp8's ceiling */
+    int quality = 28;           /* constant quality: x264/x265 crf, libvpx cq-level; lower is better */
     int key_frame_interval = 0; /* pictures from one key frame to the next, none elsewhere; 0: encoder's choice */
     int b_frames = -1;          /* -1: the encoder's default */
     /* FFmpeg's names: profile "baseline", "main", "high" (avc), "main", "main10" (hevc), "0".."3"

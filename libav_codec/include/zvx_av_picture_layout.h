@@ -13,11 +13,11 @@ namespace zvx_av {
 
 /* 4:2:0 layouts of a picture in a client's buffer. */
 enum class ColourFormat : uint8_t {
-    i420, /* planar Y, U, V */
-    yv12, /* planar Y, V, U */
-    nv12, /* Y, then interleaved U and V */
-    nv21, /* Y, then interleaved V and U */
-    p010, /* nv12 with 16-bit little-endian samples, 10 bits at the top of each */
+    i420,    /* planar Y, U, V */
+    yv12,    /* planar Y, V, U */
+    nv12,    /* Y, then interleaved U and V */
+    nv21,    /* Y, then interleaved V and U */
+    p010,    /* nv12 with 16-bit little-endian samples, 10 bits at the top of each */
     i420_10, /* i420 with 16-bit little-endian samples, 10 bits at the bottom of each */
 };
 

@@ -20,7 +20,7 @@ public:
 
 private:
     struct FileClose {
-        void operator()(std::FILE *file) const { std::fclose(file); }
+        void operator()(std::FILE *file) const { static_cast<void>(std::fclose(file)); }
     };
     std::unique_ptr<std::FILE, FileClose> file_;
     PictureWriter writer_;

@@ -214,8 +214,8 @@ Status Decoder::drain_parser()
     for (;;) {
         uint8_t *unit = nullptr;
         int unit_size = 0;
-        av_parser_parse2(parser_.get(), parser_context_.get(), &unit, &unit_size, nullptr, 0, no_timestamp, no_timestamp,
-                         0);
+        av_parser_parse2(parser_.get(), parser_context_.get(), &unit, &unit_size, nullptr, 0, no_timestamp,
+                         no_timestamp, 0);
         if (unit_size <= 0)
             break;
         const Status decoded = decode({unit, static_cast<size_t>(unit_size)}, parser_->pts);

@@ -48,9 +48,8 @@ FramePtr FormatConverter::convert(const AVFrame &picture, AVPixelFormat target)
     if (!converted)
         return nullptr;
     // Bicubic as FFmpeg's own tools ask for; between 4:2:0 layouts at one size no filter is applied.
-    scaler_.reset(sws_getCachedContext(scaler_.release(), picture.width, picture.height, source_format,
-                                       picture.width, picture.height, target, SWS_BICUBIC, nullptr, nullptr,
-                                       nullptr));
+    scaler_.reset(sws_getCachedContext(scaler_.release(), picture.width, picture.height, source_format, picture.width,
+                                       picture.height, target, SWS_BICUBIC, nullptr, nullptr, nullptr));
     if (!scaler_)
         return nullptr;
     const int rows = sws_scale(scaler_.get(), source->data, source->linesize, 0, picture.height, converted->data,

@@ -34,8 +34,8 @@ constexpr std::array<HevcLevelLimit, 13> HEVC_LEVEL_LIMITS = {{
  * grows as the picture shrinks against the level's largest. */
 int hevc_dpb_bound(int level_idc, int width, int height)
 {
-    const auto limit = std::find_if(HEVC_LEVEL_LIMITS.begin(), HEVC_LEVEL_LIMITS.end(),
-                                    [level_idc](const HevcLevelLimit &l) { return l.level_idc == level_idc; });
+    const auto *const limit = std::find_if(HEVC_LEVEL_LIMITS.begin(), HEVC_LEVEL_LIMITS.end(),
+                                           [level_idc](const HevcLevelLimit &l) { return l.level_idc == level_idc; });
     if (limit == HEVC_LEVEL_LIMITS.end() || width <= 0 || height <= 0)
         return HEVC_MAX_DPB;
     const int64_t picture = static_cast<int64_t>(width) * height;

@@ -23,7 +23,7 @@ int half_up(int value)
 
 struct PlaneGeometry {
     int chroma_stride = 0;
-    size_t chroma_offset = 0;      /* first chroma plane */
+    size_t chroma_offset = 0;        /* first chroma plane */
     size_t second_chroma_offset = 0; /* planar only */
     int chroma_rows = 0;
     int chroma_row_bytes = 0;

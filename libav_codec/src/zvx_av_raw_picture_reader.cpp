@@ -23,8 +23,8 @@ Status RawPictureReader::open(const std::string &path, int width, int height)
         av_dict_set(&options, "pixel_format", "yuv420p", 0);
     }
     AVFormatContext *opened = nullptr;
-    const int status = avformat_open_input(&opened, path.c_str(),
-                                           av_find_input_format(y4m ? "yuv4mpegpipe" : "rawvideo"), &options);
+    const int status =
+        avformat_open_input(&opened, path.c_str(), av_find_input_format(y4m ? "yuv4mpegpipe" : "rawvideo"), &options);
     av_dict_free(&options);
     if (status < 0)
         return Status(status);

@@ -17,7 +17,7 @@ constexpr int FRAMES = 20;
 
 std::vector<uint8_t> random_bytes(size_t size, unsigned seed)
 {
-    std::mt19937 random(seed);
+    std::mt19937 random(seed); // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must repeat
     std::uniform_int_distribution<int> byte(0, 255);
     std::vector<uint8_t> bytes(size);
     for (uint8_t &b : bytes)
@@ -28,7 +28,7 @@ std::vector<uint8_t> random_bytes(size_t size, unsigned seed)
 /* Every eighth access unit gets a few bytes past its headers overwritten. */
 std::vector<std::vector<uint8_t>> corrupt(std::vector<std::vector<uint8_t>> units)
 {
-    std::mt19937 random(99);
+    std::mt19937 random(99); // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must repeat
     for (size_t i = 1; i < units.size(); i += 8) {
         std::vector<uint8_t> &unit = units[i];
         for (int n = 0; n < 6 && unit.size() > 32; ++n)
@@ -99,13 +99,13 @@ INSTANTIATE_TEST_SUITE_P(Streams, BadStream, testing::ValuesIn(BAD_STREAM_CASES)
 TEST(BadStream, Vc1AndRealVideoTakeGarbage)
 {
     for (const Codec codec : {Codec::vc1, Codec::rv}) {
-        for (const AVCodecID stream_id : {zvx_av::codec_id(codec), codec == Codec::vc1 ? AV_CODEC_ID_WMV3
-                                                                                       : AV_CODEC_ID_RV30}) {
+        for (const AVCodecID stream_id :
+             {zvx_av::codec_id(codec), codec == Codec::vc1 ? AV_CODEC_ID_WMV3 : AV_CODEC_ID_RV30}) {
             for (unsigned seed = 1; seed <= 3; ++seed) {
                 zvx_av::DecoderSettings settings;
                 settings.stream_codec_id = stream_id;
                 if (seed > 1)
-                    settings.codec_config = random_bytes(seed * 12, seed);
+                    settings.codec_config = random_bytes(size_t{seed} * 12, seed);
                 std::vector<std::vector<uint8_t>> units;
                 for (unsigned n = 0; n < 12; ++n)
                     units.push_back(random_bytes(64 + n * 97, seed * 100 + n));

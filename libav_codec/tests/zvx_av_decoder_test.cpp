@@ -36,8 +36,8 @@ const StreamCase STREAM_CASES[] = {
     {"AvcNv12", Codec::avc, "s.h264", "176x144", "-c:v libx264", "nv12", ColourFormat::nv12, true},
     {"Hevc", Codec::hevc, "s.hevc", "176x144", "-c:v libx265 -x265-params log-level=error:bframes=2", "yuv420p",
      ColourFormat::i420, true},
-    {"Hevc10Planar", Codec::hevc, "s.h265", "176x144",
-     "-pix_fmt yuv420p10le -c:v libx265 -x265-params log-level=error", "yuv420p10le", ColourFormat::i420_10, true},
+    {"Hevc10Planar", Codec::hevc, "s.h265", "176x144", "-pix_fmt yuv420p10le -c:v libx265 -x265-params log-level=error",
+     "yuv420p10le", ColourFormat::i420_10, true},
     {"Hevc10P010", Codec::hevc, "s.h265", "176x144", "-pix_fmt yuv420p10le -c:v libx265 -x265-params log-level=error",
      "p010le", ColourFormat::p010, true},
     {"Vp8", Codec::vp8, "s.ivf", "176x144", "-c:v libvpx -b:v 300k", "yuv420p", ColourFormat::i420, false},
@@ -144,14 +144,14 @@ TEST(Decoder, ResolutionChangeBetweenTwoPicturesLosesNone)
     for (const bool framed : {true, false}) {
         zvx_av::Decoder decoder;
         ASSERT_TRUE(decoder.open(Codec::avc).ok());
-        const DecodedPictures pictures =
-            framed ? decode_all(decoder, zvx_av_test::read_access_units(joined_path), true)
-                   : decode_all(decoder, zvx_av_test::split_into_chunks(joined, 900), false);
+        const DecodedPictures pictures = framed
+                                             ? decode_all(decoder, zvx_av_test::read_access_units(joined_path), true)
+                                             : decode_all(decoder, zvx_av_test::split_into_chunks(joined, 900), false);
         ASSERT_EQ(pictures.formats.size(), 40u) << (framed ? "framed" : "chunked");
         EXPECT_TRUE(pictures.bytes == reference) << (framed ? "framed" : "chunked");
         for (size_t i = 1; i < pictures.formats.size(); ++i)
-            EXPECT_EQ(pictures.formats[i] == pictures.formats[i - 1], i != 20) << "between pictures " << i - 1
-                                                                                 << " and " << i;
+            EXPECT_EQ(pictures.formats[i] == pictures.formats[i - 1], i != 20)
+                << "between pictures " << i - 1 << " and " << i;
         EXPECT_EQ(pictures.formats.back().crop, (zvx_av::CropRect{0, 0, 128, 96}));
     }
 }
@@ -186,7 +186,7 @@ EncodedStream encode_pattern(Codec codec, int frames)
     };
     for (int i = 0; i < frames; ++i) {
         std::fill(picture.begin(), picture.end(), static_cast<uint8_t>(i * 7));
-        std::fill_n(picture.begin() + (i % 90) * 128, 128 * 6, uint8_t{250});
+        std::fill_n(picture.begin() + static_cast<std::ptrdiff_t>(i % 90) * 128, 128 * 6, uint8_t{250});
         const zvx_av::FramePtr frame = zvx_av::wrap_picture(picture, 128, 96, {ColourFormat::i420, 128, 96});
         // Timestamps with gaps, so that none can be taken for a count.
         if (!frame || !encoder.send(*frame, 1000000 + i * 33367 + (i % 3) * 11).ok())
@@ -265,8 +265,7 @@ TEST(Decoder, FlushDropsWhatIsHeldAndTheStreamGoesOnFromAKeyFrame)
         const DecodedPictures pictures = decode_all(decoder, rest, framed);
         ASSERT_EQ(pictures.formats.size(), 10u) << (framed ? "framed" : "chunked");
         EXPECT_TRUE(std::equal(pictures.bytes.begin(), pictures.bytes.end(),
-                               reference.begin() + static_cast<std::ptrdiff_t>(20 * picture_size),
-                               reference.end()));
+                               reference.begin() + static_cast<std::ptrdiff_t>(20 * picture_size), reference.end()));
     }
 }
 

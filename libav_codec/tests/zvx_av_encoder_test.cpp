@@ -71,7 +71,7 @@ std::vector<Packet> encode(zvx_av::Encoder &encoder, const std::vector<std::vect
         if (!planar || writer.write(*planar, client, buffer) == 0)
             return {};
         const zvx_av::FramePtr picture = zvx_av::wrap_picture(buffer, width, height, client);
-        if (run.key_requests.count(i))
+        if (run.key_requests.contains(i))
             encoder.request_key_frame();
         if (i == run.change_at && !encoder.set_bitrate(run.new_bitrate).ok())
             return {};

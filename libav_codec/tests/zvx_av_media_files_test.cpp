@@ -94,8 +94,9 @@ TEST(EncodedWriter, ElementaryStreamsAndIvfHoldEveryPicture)
         };
         for (int i = 0; i < FRAMES; ++i) {
             picture[static_cast<size_t>(i) * 300] = 255;
-            const zvx_av::FramePtr frame = zvx_av::wrap_picture(picture, 128, 96, {zvx_av::ColourFormat::i420, 128, 96});
-            ASSERT_TRUE(encoder.send(*frame, i * 33333).ok());
+            const zvx_av::FramePtr frame =
+                zvx_av::wrap_picture(picture, 128, 96, {zvx_av::ColourFormat::i420, 128, 96});
+            ASSERT_TRUE(encoder.send(*frame, int64_t{i} * 33333).ok());
             write_packets();
         }
         ASSERT_TRUE(encoder.end_stream().ok());
@@ -139,8 +140,8 @@ TEST(RawPictures, YuvAndY4mReadAsFfmpegWritesThemAndTheWriterConcatenatesI420)
         const std::vector<uint8_t> expected = zvx_av_test::read_file(yuv);
         const size_t pictures = in == short_yuv ? 4 : 5;
         EXPECT_TRUE(zvx_av_test::read_file(out) ==
-                    std::vector<uint8_t>(expected.begin(),
-                                         expected.begin() + static_cast<std::ptrdiff_t>(expected.size() / 5 * pictures)))
+                    std::vector<uint8_t>(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(
+                                                                                  expected.size() / 5 * pictures)))
             << in;
     }
     zvx_av::RawPictureReader sizeless;

@@ -34,7 +34,9 @@ zvx_av::FramePtr make_picture(AVPixelFormat format)
         return nullptr;
     const bool deep = format == AV_PIX_FMT_YUV420P10LE;
     auto put = [&](int plane, int row, int column, int value) {
-        uint8_t *at = frame->data[plane] + row * frame->linesize[plane] + column * (deep ? 2 : 1);
+        const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(row) * frame->linesize[plane] +
+                                      static_cast<std::ptrdiff_t>(column) * (deep ? 2 : 1);
+        uint8_t *at = frame->data[plane] + offset;
         at[0] = static_cast<uint8_t>(deep ? (value * 4) & 0xff : value);
         if (deep)
             at[1] = static_cast<uint8_t>((value * 4) >> 8);
@@ -69,12 +71,9 @@ TEST(PictureWriter, EachLayoutsPlanesLandAtTheStrideAndSliceHeightGiven)
     constexpr int STRIDE = 16;
     constexpr int SLICE = 6;
     const LayoutCase cases[] = {
-        {ColourFormat::i420, false, 96, 8, 96 + 8 * 3, 1},
-        {ColourFormat::yv12, false, 96 + 8 * 3, 8, 96, 1},
-        {ColourFormat::nv12, false, 96, 16, 97, 2},
-        {ColourFormat::nv21, false, 97, 16, 96, 2},
-        {ColourFormat::p010, true, 96, 16, 98, 4},
-        {ColourFormat::i420_10, true, 96, 8, 96 + 8 * 3, 2},
+        {ColourFormat::i420, false, 96, 8, 96 + 8 * 3, 1}, {ColourFormat::yv12, false, 96 + 8 * 3, 8, 96, 1},
+        {ColourFormat::nv12, false, 96, 16, 97, 2},        {ColourFormat::nv21, false, 97, 16, 96, 2},
+        {ColourFormat::p010, true, 96, 16, 98, 4},         {ColourFormat::i420_10, true, 96, 8, 96 + 8 * 3, 2},
     };
     zvx_av::PictureWriter writer;
     for (const LayoutCase &layout_case : cases) {
@@ -96,15 +95,15 @@ TEST(PictureWriter, EachLayoutsPlanesLandAtTheStrideAndSliceHeightGiven)
         };
         const size_t sample = layout_case.deep ? 2 : 1;
         EXPECT_EQ(value(0), luma(0, 0)) << format;
-        EXPECT_EQ(value(3 * STRIDE + 5 * sample), luma(3, 5)) << format;
-        EXPECT_EQ(buffer[WIDTH * sample], UNTOUCHED) << "stride padding " << format;
-        EXPECT_EQ(buffer[HEIGHT * STRIDE], UNTOUCHED) << "rows between the picture and the slice height " << format;
+        EXPECT_EQ(value(size_t{3} * STRIDE + 5 * sample), luma(3, 5)) << format;
+        EXPECT_EQ(buffer[size_t{WIDTH} * sample], UNTOUCHED) << "stride padding " << format;
+        EXPECT_EQ(buffer[size_t{HEIGHT} * STRIDE], UNTOUCHED)
+            << "rows between the picture and the slice height " << format;
         EXPECT_EQ(value(layout_case.u_offset), chroma(1, 0, 0)) << format;
         EXPECT_EQ(value(layout_case.u_offset + layout_case.u_row + 2 * layout_case.chroma_step), chroma(1, 1, 2))
             << format;
         EXPECT_EQ(value(layout_case.v_offset), chroma(2, 0, 0)) << format;
-        EXPECT_EQ(value(layout_case.v_offset + layout_case.u_row + layout_case.chroma_step), chroma(2, 1, 1))
-            << format;
+        EXPECT_EQ(value(layout_case.v_offset + layout_case.u_row + layout_case.chroma_step), chroma(2, 1, 1)) << format;
         EXPECT_EQ(buffer[needed], UNTOUCHED) << "past the bytes used " << format;
     }
 }

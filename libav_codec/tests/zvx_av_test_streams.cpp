@@ -13,7 +13,8 @@ namespace zvx_av_test {
 namespace {
 
 /* libav's notes on every stream (and on every fault the bad-stream tests cause) drown the results. */
-const bool QUIET_LIBAV = [] {
+// NOLINTNEXTLINE(cert-err58-cpp): setting libav's log level cannot throw
+const bool QUIET_LIBAV = []() noexcept {
     av_log_set_level(AV_LOG_FATAL);
     return true;
 }();
@@ -89,7 +90,7 @@ std::vector<std::vector<uint8_t>> read_access_units(const std::string &path)
 
 std::vector<std::vector<uint8_t>> split_into_chunks(const std::vector<uint8_t> &bytes, size_t max_piece)
 {
-    std::mt19937 random(1234);
+    std::mt19937 random(1234); // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must repeat
     std::uniform_int_distribution<size_t> piece(1, max_piece);
     std::vector<std::vector<uint8_t>> chunks;
     for (size_t at = 0; at < bytes.size();) {
@@ -110,16 +111,15 @@ void take_pictures(zvx_av::Decoder &decoder, zvx_av::ColourFormat format, Decode
         const zvx_av::PictureLayout tight = {format, frame.width * sample, frame.height};
         const size_t at = pictures.bytes.size();
         pictures.bytes.resize(at + zvx_av::picture_bytes(tight, frame.width, frame.height));
-        const size_t written =
-            writer.write(frame, tight, std::span<uint8_t>(pictures.bytes).subspan(at));
+        const size_t written = writer.write(frame, tight, std::span<uint8_t>(pictures.bytes).subspan(at));
         pictures.bytes.resize(at + written);
         pictures.formats.push_back(picture->format);
         pictures.timestamps_us.push_back(picture->timestamp_us);
     }
 }
 
-DecodedPictures decode_all(zvx_av::Decoder &decoder, const std::vector<std::vector<uint8_t>> &inputs,
-                           bool end_of_frame, zvx_av::ColourFormat format)
+DecodedPictures decode_all(zvx_av::Decoder &decoder, const std::vector<std::vector<uint8_t>> &inputs, bool end_of_frame,
+                           zvx_av::ColourFormat format)
 {
     DecodedPictures pictures;
     int64_t timestamp = 0;

@@ -61,8 +61,8 @@ struct DecodedPictures {
 void take_pictures(zvx_av::Decoder &decoder, zvx_av::ColourFormat format, DecodedPictures &pictures);
 
 /* Sends each input as an access unit (end_of_frame) or as a chunk, then ends the stream. */
-DecodedPictures decode_all(zvx_av::Decoder &decoder, const std::vector<std::vector<uint8_t>> &inputs,
-                           bool end_of_frame, zvx_av::ColourFormat format = zvx_av::ColourFormat::i420);
+DecodedPictures decode_all(zvx_av::Decoder &decoder, const std::vector<std::vector<uint8_t>> &inputs, bool end_of_frame,
+                           zvx_av::ColourFormat format = zvx_av::ColourFormat::i420);
 
 } // namespace zvx_av_test
 
