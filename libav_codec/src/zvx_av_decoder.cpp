@@ -138,7 +138,8 @@ Status Decoder::send(const DecoderInput &input)
         context_.reset();
         return Status();
     }
-    if (input.data.empty())
+    // An empty buffer can still end an access unit sent in pieces before it.
+    if (input.data.empty() && !(input.end_of_frame && !access_unit_.empty()))
         return Status();
     if (!context_) {
         const Status started = start();

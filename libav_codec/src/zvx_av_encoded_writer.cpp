@@ -62,8 +62,11 @@ Status EncodedWriter::write(std::span<const uint8_t> data, int64_t timestamp_us,
     const int allocated = av_new_packet(packet.get(), static_cast<int>(config_size + data.size()));
     if (allocated < 0)
         return Status(allocated);
-    std::memcpy(packet->data, config_before_first_packet_.data(), config_size);
-    std::memcpy(packet->data + config_size, data.data(), data.size());
+    // An empty vector's or span's data may be null, which memcpy may not be given even for no bytes.
+    if (config_size > 0)
+        std::memcpy(packet->data, config_before_first_packet_.data(), config_size);
+    if (!data.empty())
+        std::memcpy(packet->data + config_size, data.data(), data.size());
     config_before_first_packet_.clear();
     const AVRational time_base = output_->streams[0]->time_base;
     packet->pts = timestamp_us == no_timestamp ? no_timestamp : av_rescale_q(timestamp_us, microseconds, time_base);
