@@ -150,9 +150,17 @@ Status Decoder::send(const DecoderInput &input)
         avcodec_flush_buffers(context_.get());
         drained_ = false;
     }
-    if (mode_ == Mode::undecided && !input.codec_config)
-        mode_ = mode_for(input);
     data_sent_ = true;
+    if (mode_ == Mode::undecided && !input.codec_config) {
+        mode_ = mode_for(input);
+        // Configuration that came after a flush, held for the first access unit, goes to the parser.
+        if (mode_ == Mode::chunks && !access_unit_.empty()) {
+            const Status parsed = parse(access_unit_, no_timestamp);
+            access_unit_.clear();
+            if (!parsed.ok())
+                return parsed;
+        }
+    }
     if (mode_ == Mode::chunks)
         return parse(input.data, input.codec_config ? no_timestamp : input.timestamp_us);
     return send_access_unit_piece(input);

@@ -164,12 +164,12 @@ struct EncodedStream {
     std::vector<int64_t> timestamps;
 };
 
-EncodedStream encode_pattern(Codec codec, int frames)
+EncodedStream encode_pattern(Codec codec, int frames, int width = 128, int height = 96)
 {
     zvx_av::EncoderSettings settings;
     settings.codec = codec;
-    settings.width = 128;
-    settings.height = 96;
+    settings.width = width;
+    settings.height = height;
     settings.b_frames = 3;
     settings.speed = zvx_av::EncoderSpeed::fast;
     zvx_av::Encoder encoder;
@@ -177,7 +177,7 @@ EncodedStream encode_pattern(Codec codec, int frames)
     if (!encoder.open(settings).ok())
         return stream;
     stream.config.assign(encoder.codec_config().begin(), encoder.codec_config().end());
-    std::vector<uint8_t> picture(128 * 96 * 3 / 2);
+    std::vector<uint8_t> picture(static_cast<size_t>(width) * height * 3 / 2);
     auto take = [&] {
         while (std::optional<zvx_av::EncodedPacket> packet = encoder.receive()) {
             stream.packets.emplace_back(packet->data().begin(), packet->data().end());
@@ -186,8 +186,9 @@ EncodedStream encode_pattern(Codec codec, int frames)
     };
     for (int i = 0; i < frames; ++i) {
         std::fill(picture.begin(), picture.end(), static_cast<uint8_t>(i * 7));
-        std::fill_n(picture.begin() + static_cast<std::ptrdiff_t>(i % 90) * 128, 128 * 6, uint8_t{250});
-        const zvx_av::FramePtr frame = zvx_av::wrap_picture(picture, 128, 96, {ColourFormat::i420, 128, 96});
+        std::fill_n(picture.begin() + static_cast<std::ptrdiff_t>(i % (height - 6)) * width, width * 6, uint8_t{250});
+        const zvx_av::FramePtr frame =
+            zvx_av::wrap_picture(picture, width, height, {ColourFormat::i420, width, height});
         // Timestamps with gaps, so that none can be taken for a count.
         if (!frame || !encoder.send(*frame, 1000000 + i * 33367 + (i % 3) * 11).ok())
             return {};
@@ -243,6 +244,33 @@ INSTANTIATE_TEST_SUITE_P(Codecs, DecoderTimestamps, testing::Values(Codec::avc, 
                          [](const testing::TestParamInfo<Codec> &info) {
                              return std::string(zvx_av::role_name(info.param));
                          });
+
+/* A new stream after a flush: its configuration, a buffer of its own, must reach the decoder in
+ * front of its data whichever way the data comes. */
+TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextData)
+{
+    const EncodedStream first = encode_pattern(Codec::avc, 6);
+    const EncodedStream second = encode_pattern(Codec::avc, 6, 96, 64);
+    ASSERT_EQ(second.packets.size(), 6u);
+    std::vector<uint8_t> second_bytes;
+    for (const std::vector<uint8_t> &packet : second.packets)
+        second_bytes.insert(second_bytes.end(), packet.begin(), packet.end());
+
+    for (const bool framed : {true, false}) {
+        zvx_av::Decoder decoder;
+        ASSERT_TRUE(decoder.open(Codec::avc).ok());
+        ASSERT_TRUE(decoder.send({first.config, zvx_av::no_timestamp, true, true}).ok());
+        ASSERT_EQ(decode_all(decoder, first.packets, true).formats.size(), 6u);
+        decoder.flush();
+        ASSERT_TRUE(decoder.send({second.config, zvx_av::no_timestamp, true, true}).ok());
+        const DecodedPictures pictures =
+            framed ? decode_all(decoder, second.packets, true)
+                   : decode_all(decoder, zvx_av_test::split_into_chunks(second_bytes, 300), false);
+        EXPECT_EQ(pictures.errors, 0) << (framed ? "framed" : "chunked");
+        ASSERT_EQ(pictures.formats.size(), 6u) << (framed ? "framed" : "chunked");
+        EXPECT_EQ(pictures.formats.back().crop, (zvx_av::CropRect{0, 0, 96, 64}));
+    }
+}
 
 TEST(Decoder, FlushDropsWhatIsHeldAndTheStreamGoesOnFromAKeyFrame)
 {
