@@ -13,6 +13,7 @@
 #include "zvx_av_picture_format.h"
 #include "zvx_av_ptr.h"
 #include "zvx_av_status.h"
+#include "zvx_av_time.h"
 
 namespace zvx_av {
 
@@ -69,7 +70,6 @@ public:
     void flush();
 
     std::optional<DecodedPicture> receive();
-    size_t pictures_ready() const { return pictures_.size(); }
 
     /* Meaningful once the stream's headers have been decoded. */
     FramesHeld frames_held() const;

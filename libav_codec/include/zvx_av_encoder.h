@@ -12,6 +12,7 @@
 #include "zvx_av_format_converter.h"
 #include "zvx_av_ptr.h"
 #include "zvx_av_status.h"
+#include "zvx_av_time.h"
 
 namespace zvx_av {
 

@@ -8,6 +8,7 @@
 #include "zvx_av_codec.h"
 #include "zvx_av_ptr.h"
 #include "zvx_av_status.h"
+#include "zvx_av_time.h"
 
 namespace zvx_av {
 

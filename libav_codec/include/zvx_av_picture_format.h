@@ -19,11 +19,11 @@ struct CropRect {
 };
 
 enum class ChromaFormat : uint8_t { monochrome, yuv420, yuv422, yuv444, other };
-enum class ColourRange : uint8_t { unspecified, limited, full };
+enum class ColourRange : uint8_t { unknown, limited, full };
 
-/* Primaries, transfer and matrix are ISO/IEC 23091-2 (ITU-T H.273) code points; 2 is unspecified. */
+/* Primaries, transfer and matrix are ITU-T H.273 code points; 2 means the stream gives none. */
 struct ColourAspects {
-    ColourRange range = ColourRange::unspecified;
+    ColourRange range = ColourRange::unknown;
     int primaries = 2;
     int transfer = 2;
     int matrix = 2;

@@ -59,10 +59,6 @@ inline PacketPtr make_packet()
     return PacketPtr(av_packet_alloc());
 }
 
-/* Timestamps cross this library as microseconds; this one means "none". */
-inline constexpr int64_t no_timestamp = AV_NOPTS_VALUE;
-inline constexpr AVRational microseconds = {1, 1000000};
-
 } // namespace zvx_av
 
 #endif

@@ -31,7 +31,7 @@ ColourRange range_of(AVColorRange range)
     case AVCOL_RANGE_JPEG:
         return ColourRange::full;
     default:
-        return ColourRange::unspecified;
+        return ColourRange::unknown;
     }
 }
 
