@@ -5,6 +5,9 @@ set -euo pipefail
 
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev libgtest-dev libgmock-dev libbenchmark-dev
           libomxil-bellagio-dev gdb valgrind python3 clang-tidy clang-format)
+# libav_codec builds on FFmpeg's libraries (found with pkg-config); its tests make their streams with
+# the ffmpeg program (below) and its libx264, libx265 and libvpx encoders.
+packages+=(pkg-config libavcodec-dev libavformat-dev libavutil-dev libswscale-dev)
 # The real clients the LP64 build's tests run against the core, and what their pipelines need:
 # x264enc (ugly) makes the H.264 streams, h264parse (bad) splits them, avdec_h264 (libav) is the
 # software decoder the decode pipeline is timed beside.

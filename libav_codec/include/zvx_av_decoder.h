@@ -1,0 +1,113 @@
+#ifndef ZVX_AV_DECODER_H
+#define ZVX_AV_DECODER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "zvx_av_codec.h"
+#include "zvx_av_frames_held.h"
+#include "zvx_av_picture_format.h"
+#include "zvx_av_ptr.h"
+#include "zvx_av_status.h"
+#include "zvx_av_time.h"
+
+namespace zvx_av {
+
+/* How input buffers relate to access units. */
+enum class InputFraming : uint8_t {
+    /* Access units when the first buffer of the stream carries end_of_frame. Else chunks, or, for
+     * codecs whose parser cannot find frame boundaries (vp8, vp9, rv), one access unit a buffer. */
+    automatic,
+    /* A buffer with end_of_frame completes an access unit; buffers before it without the flag are
+     * its earlier pieces. */
+    access_units,
+    /* Arbitrary pieces of the stream; the codec's parser finds the access units. */
+    chunks,
+};
+
+struct DecoderSettings {
+    int thread_count = 0; /* 0: as many as the machine has */
+    InputFraming framing = InputFraming::automatic;
+    /* Codec configuration known before the stream (a container's extradata). */
+    std::vector<uint8_t> codec_config;
+    /* The stream's own id when it differs from the role's label (rv30, wmv3). */
+    AVCodecID stream_codec_id = AV_CODEC_ID_NONE;
+};
+
+struct DecoderInput {
+    std::span<const uint8_t> data;
+    int64_t timestamp_us = no_timestamp;
+    bool end_of_frame = false;
+    /* Codec configuration (headers, extradata): taken as extradata before the first picture's data,
+     * put in front of the next data after it. */
+    bool codec_config = false;
+};
+
+struct DecodedPicture {
+    /* The visible picture: cropped, in the decoder's own pixel format. */
+    FramePtr frame;
+    int64_t timestamp_us = no_timestamp;
+    /* As decoded, before cropping: coded size, crop, depth, chroma and colour. */
+    PictureFormat format;
+};
+
+/* libavcodec's decoder for one stream of a role, with frame and slice threads. Pictures come out in
+ * presentation order carrying the timestamps their input had. Not thread-safe: one caller at a time. */
+class Decoder {
+public:
+    Status open(Codec codec, const DecoderSettings &settings = {});
+
+    /* Decodes what the input completes; the pictures it yields wait for receive(). A bad stream
+     * gives an error here and drops the pictures it spoils; the decoder stays usable. */
+    Status send(const DecoderInput &input);
+    /* Decodes everything still held (a partial access unit too) so that every picture is ready. */
+    Status end_stream();
+    /* Drops every picture held, input held and decoder state; the stream goes on from a key frame. */
+    void flush();
+
+    std::optional<DecodedPicture> receive();
+
+    /* Meaningful once the stream's headers have been decoded. */
+    FramesHeld frames_held() const;
+
+    /* An access unit or a chunk without a frame boundary larger than this is refused. */
+    static constexpr size_t max_access_unit_bytes = 32u << 20;
+
+private:
+    enum class Mode : uint8_t { undecided, access_units, chunks, buffers };
+
+    Status start();
+    Status reopen_with_config();
+    Status reset_parser();
+    Mode mode_for(const DecoderInput &input) const;
+    Status send_access_unit_piece(const DecoderInput &input);
+    Status parse(std::span<const uint8_t> data, int64_t timestamp_us);
+    Status drain_parser();
+    Status decode(std::span<const uint8_t> data, int64_t timestamp_us);
+    Status collect_pictures();
+
+    Codec codec_ = Codec::avc;
+    DecoderSettings settings_;
+    const AVCodec *decoder_ = nullptr;
+    CodecContextPtr context_;
+    ParserPtr parser_;
+    CodecContextPtr parser_context_;
+    PacketPtr packet_;
+    std::vector<uint8_t> extradata_;
+    std::vector<uint8_t> access_unit_;
+    int64_t access_unit_timestamp_us_ = no_timestamp;
+    std::vector<uint8_t> parse_buffer_;
+    size_t parser_backlog_ = 0;
+    Mode mode_ = Mode::undecided;
+    bool data_sent_ = false;
+    bool drained_ = false;
+    std::deque<DecodedPicture> pictures_;
+};
+
+} // namespace zvx_av
+
+#endif

@@ -1,0 +1,63 @@
+#include "zvx_av_picture_format.h"
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+namespace zvx_av {
+
+namespace {
+
+ChromaFormat chroma_of(const AVPixFmtDescriptor &descriptor)
+{
+    if (descriptor.nb_components < 3)
+        return ChromaFormat::monochrome;
+    if (descriptor.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL))
+        return ChromaFormat::other;
+    if (descriptor.log2_chroma_w == 1 && descriptor.log2_chroma_h == 1)
+        return ChromaFormat::yuv420;
+    if (descriptor.log2_chroma_w == 1 && descriptor.log2_chroma_h == 0)
+        return ChromaFormat::yuv422;
+    if (descriptor.log2_chroma_w == 0 && descriptor.log2_chroma_h == 0)
+        return ChromaFormat::yuv444;
+    return ChromaFormat::other;
+}
+
+ColourRange range_of(AVColorRange range)
+{
+    switch (range) {
+    case AVCOL_RANGE_MPEG:
+        return ColourRange::limited;
+    case AVCOL_RANGE_JPEG:
+        return ColourRange::full;
+    default:
+        return ColourRange::unknown;
+    }
+}
+
+} // namespace
+
+PictureFormat describe_picture(const AVFrame &frame)
+{
+    PictureFormat format;
+    format.coded_width = frame.width;
+    format.coded_height = frame.height;
+    // libav keeps the crop as four margins in size_t; a stream cannot make them exceed the frame.
+    format.crop.left = static_cast<int>(frame.crop_left);
+    format.crop.top = static_cast<int>(frame.crop_top);
+    format.crop.width = frame.width - static_cast<int>(frame.crop_left + frame.crop_right);
+    format.crop.height = frame.height - static_cast<int>(frame.crop_top + frame.crop_bottom);
+    format.pixel_format = static_cast<AVPixelFormat>(frame.format);
+    if (const AVPixFmtDescriptor *descriptor = av_pix_fmt_desc_get(format.pixel_format)) {
+        format.bit_depth = descriptor->comp[0].depth;
+        format.chroma = chroma_of(*descriptor);
+    }
+    // libav's colour enums take their values from the same code points.
+    format.colour.range = range_of(frame.color_range);
+    format.colour.primaries = frame.color_primaries;
+    format.colour.transfer = frame.color_trc;
+    format.colour.matrix = frame.colorspace;
+    return format;
+}
+
+} // namespace zvx_av

@@ -1,0 +1,300 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "zvx_av_decoder.h"
+#include "zvx_av_encoder.h"
+#include "zvx_av_picture_wrapper.h"
+#include "zvx_av_test_streams.h"
+
+namespace {
+
+using zvx_av::Codec;
+using zvx_av::ColourFormat;
+using zvx_av_test::decode_all;
+using zvx_av_test::DecodedPictures;
+
+struct StreamCase {
+    const char *name;
+    Codec codec;
+    const char *file;
+    const char *size;
+    const char *encode;
+    const char *reference_format;
+    ColourFormat format;
+    bool chunks; /* the codec's parser finds frames in arbitrary chunks */
+};
+
+constexpr int FRAMES = 30;
+
+const StreamCase STREAM_CASES[] = {
+    {"AvcWithBFrames", Codec::avc, "s.h264", "176x144", "-c:v libx264 -bf 3 -g 12", "yuv420p", ColourFormat::i420,
+     true},
+    {"AvcCropped", Codec::avc, "s.264", "170x102", "-c:v libx264 -bf 2", "yuv420p", ColourFormat::i420, true},
+    {"AvcNv12", Codec::avc, "s.h264", "176x144", "-c:v libx264", "nv12", ColourFormat::nv12, true},
+    {"Hevc", Codec::hevc, "s.hevc", "176x144", "-c:v libx265 -x265-params log-level=error:bframes=2", "yuv420p",
+     ColourFormat::i420, true},
+    {"Hevc10Planar", Codec::hevc, "s.h265", "176x144", "-pix_fmt yuv420p10le -c:v libx265 -x265-params log-level=error",
+     "yuv420p10le", ColourFormat::i420_10, true},
+    {"Hevc10P010", Codec::hevc, "s.h265", "176x144", "-pix_fmt yuv420p10le -c:v libx265 -x265-params log-level=error",
+     "p010le", ColourFormat::p010, true},
+    {"Vp8", Codec::vp8, "s.ivf", "176x144", "-c:v libvpx -b:v 300k", "yuv420p", ColourFormat::i420, false},
+    {"Vp9", Codec::vp9, "s.ivf", "176x144", "-c:v libvpx-vp9 -b:v 300k -deadline realtime -cpu-used 8", "yuv420p",
+     ColourFormat::i420, false},
+    {"Mpeg2", Codec::mpeg2, "s.m2v", "176x144", "-c:v mpeg2video -bf 2 -g 12", "yuv420p", ColourFormat::i420, true},
+    {"Mpeg4", Codec::mpeg4, "s.m4v", "176x144", "-c:v mpeg4 -bf 2 -f m4v", "yuv420p", ColourFormat::i420, true},
+    {"H263", Codec::h263, "s.263", "176x144", "-c:v h263 -f h263", "yuv420p", ColourFormat::i420, true},
+};
+
+class DecodeMatchesFfmpeg : public testing::TestWithParam<StreamCase> {};
+
+TEST_P(DecodeMatchesFfmpeg, FramedAndChunked)
+{
+    const StreamCase &stream = GetParam();
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file(stream.file);
+    ASSERT_TRUE(zvx_av_test::make_stream(path, stream.size, FRAMES, stream.encode));
+    const std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, path, stream.reference_format);
+    ASSERT_FALSE(reference.empty());
+
+    zvx_av::MediaReader reader;
+    ASSERT_TRUE(reader.open(path).ok());
+    EXPECT_EQ(reader.codec(), stream.codec);
+
+    zvx_av::Decoder framed;
+    ASSERT_TRUE(framed.open(stream.codec).ok());
+    const DecodedPictures by_units = decode_all(framed, zvx_av_test::read_access_units(path), true, stream.format);
+    EXPECT_EQ(by_units.errors, 0);
+    EXPECT_EQ(by_units.formats.size(), size_t{FRAMES});
+    EXPECT_TRUE(by_units.bytes == reference) << "one access unit a buffer";
+
+    // A client may split an access unit over buffers, flagging only the last; told so, the decoder
+    // does not take a first buffer without the flag for a sign of chunks.
+    zvx_av::Decoder pieces;
+    zvx_av::DecoderSettings framed_in_pieces;
+    framed_in_pieces.framing = zvx_av::InputFraming::access_units;
+    ASSERT_TRUE(pieces.open(stream.codec, framed_in_pieces).ok());
+    DecodedPictures by_pieces;
+    for (const std::vector<uint8_t> &unit : zvx_av_test::read_access_units(path)) {
+        const std::span<const uint8_t> whole(unit);
+        const size_t half = unit.size() / 2;
+        EXPECT_TRUE(pieces.send({whole.first(half), 0, false, false}).ok());
+        EXPECT_TRUE(pieces.send({whole.subspan(half), 0, true, false}).ok());
+        zvx_av_test::take_pictures(pieces, stream.format, by_pieces);
+    }
+    ASSERT_TRUE(pieces.end_stream().ok());
+    zvx_av_test::take_pictures(pieces, stream.format, by_pieces);
+    EXPECT_TRUE(by_pieces.bytes == reference) << "access units in two pieces";
+
+    if (!stream.chunks)
+        return;
+    zvx_av::Decoder chunked;
+    ASSERT_TRUE(chunked.open(stream.codec).ok());
+    const DecodedPictures by_chunks =
+        decode_all(chunked, zvx_av_test::split_into_chunks(zvx_av_test::read_file(path), 700), false, stream.format);
+    EXPECT_EQ(by_chunks.errors, 0);
+    EXPECT_EQ(by_chunks.formats.size(), size_t{FRAMES});
+    EXPECT_TRUE(by_chunks.bytes == reference) << "arbitrary chunks";
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, DecodeMatchesFfmpeg, testing::ValuesIn(STREAM_CASES),
+                         [](const testing::TestParamInfo<StreamCase> &info) { return std::string(info.param.name); });
+
+TEST(Decoder, ReportsCodedSizeCropDepthAndColour)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.hevc");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "170x102", 4,
+                                         "-pix_fmt yuv420p10le -color_primaries bt2020 -color_trc smpte2084 "
+                                         "-colorspace bt2020nc -color_range tv -c:v libx265 "
+                                         "-x265-params log-level=error:level-idc=2"));
+    zvx_av::Decoder decoder;
+    ASSERT_TRUE(decoder.open(Codec::hevc).ok());
+    const DecodedPictures pictures = decode_all(decoder, zvx_av_test::read_access_units(path), true);
+    ASSERT_EQ(pictures.formats.size(), 4u);
+    const zvx_av::PictureFormat &format = pictures.formats[0];
+    EXPECT_EQ(format.coded_width % 8, 0);
+    EXPECT_GE(format.coded_width, 170);
+    EXPECT_GE(format.coded_height, 102);
+    EXPECT_EQ(format.crop, (zvx_av::CropRect{0, 0, 170, 102}));
+    EXPECT_EQ(format.bit_depth, 10);
+    EXPECT_EQ(format.chroma, zvx_av::ChromaFormat::yuv420);
+    EXPECT_EQ(format.colour, (zvx_av::ColourAspects{zvx_av::ColourRange::limited, 9, 16, 9}));
+    EXPECT_EQ(decoder.frames_held().references, 16) << "level 2's bound for a picture under a quarter of its largest";
+}
+
+TEST(Decoder, ResolutionChangeBetweenTwoPicturesLosesNone)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string first = folder.file("a.h264");
+    const std::string second = folder.file("b.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(first, "176x144", 20, "-c:v libx264 -bf 3"));
+    ASSERT_TRUE(zvx_av_test::make_stream(second, "128x96", 20, "-c:v libx264 -bf 3"));
+    std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, first, "yuv420p");
+    const std::vector<uint8_t> second_reference = zvx_av_test::reference_decode(folder, second, "yuv420p");
+    reference.insert(reference.end(), second_reference.begin(), second_reference.end());
+    std::vector<uint8_t> joined = zvx_av_test::read_file(first);
+    const std::vector<uint8_t> tail = zvx_av_test::read_file(second);
+    joined.insert(joined.end(), tail.begin(), tail.end());
+    const std::string joined_path = folder.file("ab.h264");
+    ASSERT_TRUE(zvx_av_test::write_file(joined_path, joined));
+
+    for (const bool framed : {true, false}) {
+        zvx_av::Decoder decoder;
+        ASSERT_TRUE(decoder.open(Codec::avc).ok());
+        const DecodedPictures pictures = framed
+                                             ? decode_all(decoder, zvx_av_test::read_access_units(joined_path), true)
+                                             : decode_all(decoder, zvx_av_test::split_into_chunks(joined, 900), false);
+        ASSERT_EQ(pictures.formats.size(), 40u) << (framed ? "framed" : "chunked");
+        EXPECT_TRUE(pictures.bytes == reference) << (framed ? "framed" : "chunked");
+        for (size_t i = 1; i < pictures.formats.size(); ++i)
+            EXPECT_EQ(pictures.formats[i] == pictures.formats[i - 1], i != 20)
+                << "between pictures " << i - 1 << " and " << i;
+        EXPECT_EQ(pictures.formats.back().crop, (zvx_av::CropRect{0, 0, 128, 96}));
+    }
+}
+
+/* An in-process x264 or x265 stream with B-frames: packets in decode order with their pictures'
+ * timestamps, and the configuration apart. */
+struct EncodedStream {
+    std::vector<uint8_t> config;
+    std::vector<std::vector<uint8_t>> packets;
+    std::vector<int64_t> timestamps;
+};
+
+EncodedStream encode_pattern(Codec codec, int frames, int width = 128, int height = 96)
+{
+    zvx_av::EncoderSettings settings;
+    settings.codec = codec;
+    settings.width = width;
+    settings.height = height;
+    settings.b_frames = 3;
+    settings.speed = zvx_av::EncoderSpeed::fast;
+    zvx_av::Encoder encoder;
+    EncodedStream stream;
+    if (!encoder.open(settings).ok())
+        return stream;
+    stream.config.assign(encoder.codec_config().begin(), encoder.codec_config().end());
+    std::vector<uint8_t> picture(static_cast<size_t>(width) * height * 3 / 2);
+    auto take = [&] {
+        while (std::optional<zvx_av::EncodedPacket> packet = encoder.receive()) {
+            stream.packets.emplace_back(packet->data().begin(), packet->data().end());
+            stream.timestamps.push_back(packet->timestamp_us);
+        }
+    };
+    for (int i = 0; i < frames; ++i) {
+        std::fill(picture.begin(), picture.end(), static_cast<uint8_t>(i * 7));
+        std::fill_n(picture.begin() + static_cast<std::ptrdiff_t>(i % (height - 6)) * width, width * 6, uint8_t{250});
+        const zvx_av::FramePtr frame =
+            zvx_av::wrap_picture(picture, width, height, {ColourFormat::i420, width, height});
+        // Timestamps with gaps, so that none can be taken for a count.
+        if (!frame || !encoder.send(*frame, 1000000 + i * 33367 + (i % 3) * 11).ok())
+            return {};
+        take();
+    }
+    if (!encoder.end_stream().ok())
+        return {};
+    take();
+    return stream;
+}
+
+class DecoderTimestamps : public testing::TestWithParam<Codec> {};
+
+TEST_P(DecoderTimestamps, PresentationOrderWithConfigAsBufferOrExtradataAndEndOfStreamDrainsAll)
+{
+    const EncodedStream stream = encode_pattern(GetParam(), 24);
+    ASSERT_EQ(stream.packets.size(), 24u);
+    ASSERT_FALSE(stream.config.empty());
+    std::vector<int64_t> expected = stream.timestamps;
+    std::sort(expected.begin(), expected.end());
+    ASSERT_FALSE(std::is_sorted(stream.timestamps.begin(), stream.timestamps.end())) << "no B-frames";
+
+    for (const bool config_as_buffer : {true, false}) {
+        zvx_av::DecoderSettings settings;
+        settings.thread_count = 3;
+        if (!config_as_buffer)
+            settings.codec_config = stream.config;
+        zvx_av::Decoder decoder;
+        ASSERT_TRUE(decoder.open(GetParam(), settings).ok());
+        if (config_as_buffer) {
+            ASSERT_TRUE(decoder.send({stream.config, zvx_av::no_timestamp, true, true}).ok());
+        }
+        std::vector<int64_t> out;
+        for (size_t i = 0; i < stream.packets.size(); ++i) {
+            ASSERT_TRUE(decoder.send({stream.packets[i], stream.timestamps[i], true, false}).ok());
+            while (std::optional<zvx_av::DecodedPicture> picture = decoder.receive())
+                out.push_back(picture->timestamp_us);
+        }
+        EXPECT_LT(out.size(), expected.size()) << "reorder and frame threads hold pictures until the end";
+        const zvx_av::FramesHeld held = decoder.frames_held();
+        EXPECT_EQ(held.thread_delay, 2);
+        EXPECT_GE(held.reorder, 1);
+        ASSERT_TRUE(decoder.end_stream().ok());
+        while (std::optional<zvx_av::DecodedPicture> picture = decoder.receive())
+            out.push_back(picture->timestamp_us);
+        EXPECT_EQ(out, expected) << (config_as_buffer ? "config as a buffer" : "config as extradata");
+        ASSERT_TRUE(decoder.end_stream().ok());
+        EXPECT_FALSE(decoder.receive()) << "a second end of stream has nothing left";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Codecs, DecoderTimestamps, testing::Values(Codec::avc, Codec::hevc),
+                         [](const testing::TestParamInfo<Codec> &info) {
+                             return std::string(zvx_av::role_name(info.param));
+                         });
+
+/* A new stream after a flush: its configuration, a buffer of its own, must reach the decoder in
+ * front of its data whichever way the data comes. */
+TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextData)
+{
+    const EncodedStream first = encode_pattern(Codec::avc, 6);
+    const EncodedStream second = encode_pattern(Codec::avc, 6, 96, 64);
+    ASSERT_EQ(second.packets.size(), 6u);
+    std::vector<uint8_t> second_bytes;
+    for (const std::vector<uint8_t> &packet : second.packets)
+        second_bytes.insert(second_bytes.end(), packet.begin(), packet.end());
+
+    for (const bool framed : {true, false}) {
+        zvx_av::Decoder decoder;
+        ASSERT_TRUE(decoder.open(Codec::avc).ok());
+        ASSERT_TRUE(decoder.send({first.config, zvx_av::no_timestamp, true, true}).ok());
+        ASSERT_EQ(decode_all(decoder, first.packets, true).formats.size(), 6u);
+        decoder.flush();
+        ASSERT_TRUE(decoder.send({second.config, zvx_av::no_timestamp, true, true}).ok());
+        const DecodedPictures pictures =
+            framed ? decode_all(decoder, second.packets, true)
+                   : decode_all(decoder, zvx_av_test::split_into_chunks(second_bytes, 300), false);
+        EXPECT_EQ(pictures.errors, 0) << (framed ? "framed" : "chunked");
+        ASSERT_EQ(pictures.formats.size(), 6u) << (framed ? "framed" : "chunked");
+        EXPECT_EQ(pictures.formats.back().crop, (zvx_av::CropRect{0, 0, 96, 64}));
+    }
+}
+
+TEST(Decoder, FlushDropsWhatIsHeldAndTheStreamGoesOnFromAKeyFrame)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", FRAMES, "-c:v libx264 -bf 2 -g 10 -x264-params scenecut=0"));
+    const std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, path, "yuv420p");
+    const std::vector<std::vector<uint8_t>> units = zvx_av_test::read_access_units(path);
+    ASSERT_EQ(units.size(), size_t{FRAMES});
+    const size_t picture_size = 176 * 144 * 3 / 2;
+
+    for (const bool framed : {true, false}) {
+        zvx_av::Decoder decoder;
+        ASSERT_TRUE(decoder.open(Codec::avc).ok());
+        for (size_t i = 0; i < 15; ++i)
+            ASSERT_TRUE(decoder.send({units[i], static_cast<int64_t>(i), framed, false}).ok());
+        decoder.flush();
+        EXPECT_FALSE(decoder.receive());
+        const std::vector<std::vector<uint8_t>> rest(units.begin() + 20, units.end());
+        const DecodedPictures pictures = decode_all(decoder, rest, framed);
+        ASSERT_EQ(pictures.formats.size(), 10u) << (framed ? "framed" : "chunked");
+        EXPECT_TRUE(std::equal(pictures.bytes.begin(), pictures.bytes.end(),
+                               reference.begin() + static_cast<std::ptrdiff_t>(20 * picture_size), reference.end()));
+    }
+}
+
+} // namespace
