@@ -14,7 +14,7 @@
 #include "zvx_bench_latency.h"
 #include "zvx_bench_wake_floor.h"
 #include "zvx_omx_decoder_component.h"
-#include "zvx_session_emulator.h"
+#include "zvx_codec_device.h"
 #ifdef ZVX_HAVE_BELLAGIO_PEER
 #include "zvx_bellagio_peer.h"
 #endif
@@ -48,10 +48,10 @@ public:
     zvxp_decoder()
     {
         zvx_init_emulator();
-        zvx_emu_script script;
+        zvx_dev_script script;
         script.stream_width = ZVXP_SIDE;
         script.stream_height = ZVXP_SIDE;
-        zvx_emu_set_default_script(script);
+        zvx_dev_set_default_script(script);
         OMX_CALLBACKTYPE callbacks = {on_event, on_empty_done, on_fill_done};
         created_ = zvx_omx_decoder_component_init(&handle_, &decoder_, this, &callbacks) == OMX_ErrorNone;
         ready_ = created_ && set_role("video_decoder.avc");

@@ -7,7 +7,7 @@
 #include "zvx_mem_faults.h"
 #include "zvx_omx_decoder_component.h"
 #include "zvx_omx_encoder_component.h"
-#include "zvx_session_emulator.h"
+#include "zvx_codec_device.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ protected:
     void TearDown() override
     {
         zvx_mem_faults_disarm();
-        const zvx_emu_totals totals = zvx_emu_get_totals();
+        const zvx_dev_totals totals = zvx_dev_get_totals();
         EXPECT_EQ(totals.devices_closed, totals.devices_opened) << "devices left open";
         zvx_destroy_emulator();
     }
@@ -84,9 +84,9 @@ TYPED_TEST(Lifecycle, DestroyDetachesTheHandle)
 
 TYPED_TEST(Lifecycle, DeviceThatDoesNotOpenIsAHardwareError)
 {
-    zvx_emu_script script;
+    zvx_dev_script script;
     script.fail_open = true;
-    zvx_emu_set_default_script(script);
+    zvx_dev_set_default_script(script);
     EXPECT_EQ(TypeParam::init(&this->handle, &this->comp), OMX_ErrorHardware);
     this->destroy_and_call_through_handle();
 }

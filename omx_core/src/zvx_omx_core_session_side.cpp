@@ -5,7 +5,7 @@
 // pyramids common encoders write.
 #include "zvx_omx_core_session_side.h"
 
-#include "zvx_session_emulator.h"
+#include "zvx_codec_device.h"
 
 namespace {
 
@@ -16,10 +16,10 @@ constexpr uint32_t ZVXP_REORDER_DEPTH = 4;
 void zvx_omx_core_session_side_up(void)
 {
     zvx_init_emulator();
-    zvx_emu_script script;
+    zvx_dev_script script;
     script.reorder_depth = ZVXP_REORDER_DEPTH;
     script.stream_size_from_input_port = true;
-    zvx_emu_set_default_script(script);
+    zvx_dev_set_default_script(script);
 }
 
 void zvx_omx_core_session_side_down(void)

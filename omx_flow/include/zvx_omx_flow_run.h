@@ -13,7 +13,7 @@
 
 #include "zvx_omx_flow_client.h"
 #include "zvx_omx_flow_stream.h"
-#include "zvx_session_emulator.h"
+#include "zvx_codec_device.h"
 
 struct zvx_flow_run_options {
     zvx_flow_kind kind = zvx_flow_kind::decoder;
@@ -23,7 +23,7 @@ struct zvx_flow_run_options {
     uint32_t height = 240;
     zvx_flow_stream_plan plan;
     /* How the emulated device behaves: resolution changes, faults, delays. */
-    zvx_emu_script script;
+    zvx_dev_script script;
     /* GStreamer's way: the output port disabled until the stream announces itself, then enabled. */
     bool output_disabled_at_start = false;
 };
@@ -52,7 +52,7 @@ zvx_flow_run_result zvx_flow_run(const zvx_flow_run_options &options, zvx_flow_o
 
 /* The steps of a run, for a flow that does more in the middle of its stream. The emulator's default
  * script must be set before the client opens its component (zvx_flow_script gives the run's). */
-zvx_emu_script zvx_flow_script(const zvx_flow_run_options &options);
+zvx_dev_script zvx_flow_script(const zvx_flow_run_options &options);
 /* Role and port settings, then Idle with buffers and Executing. */
 bool zvx_flow_start(zvx_flow_client &client, const zvx_flow_run_options &options);
 /* With the stream at its end: Idle with every buffer back, then Loaded with every buffer freed. */

@@ -82,9 +82,9 @@ bool zvxp_to_loaded(zvx_flow_client &client)
 
 } // namespace
 
-zvx_emu_script zvx_flow_script(const zvx_flow_run_options &options)
+zvx_dev_script zvx_flow_script(const zvx_flow_run_options &options)
 {
-    zvx_emu_script script = options.script;
+    zvx_dev_script script = options.script;
     if (options.kind == zvx_flow_kind::decoder) {
         script.stream_width = options.width;
         script.stream_height = options.height;
@@ -118,7 +118,7 @@ zvx_flow_run_result zvx_flow_run(const zvx_flow_run_options &options, zvx_flow_o
 {
     const auto start = std::chrono::steady_clock::now();
     zvx_flow_run_result result;
-    zvx_emu_set_default_script(zvx_flow_script(options));
+    zvx_dev_set_default_script(zvx_flow_script(options));
     zvx_flow_client client(options.kind, observer);
     if (client.open() != OMX_ErrorNone) {
         result.problems.push_back("the component could not be made");

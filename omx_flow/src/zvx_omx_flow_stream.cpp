@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "zvx_emu_picture.h"
+#include "zvx_dev_picture.h"
 
 namespace {
 
@@ -176,11 +176,11 @@ void zvx_flow_stream::check_picture(const OMX_BUFFERHEADERTYPE &header)
     }
     last_timestamp_out_ = header.nTimeStamp;
     const OMX_VIDEO_PORTDEFINITIONTYPE &video = output_definition_.format.video;
-    const zvx_emu_picture_layout layout =
-        zvx_emu_layout_picture(video.eColorFormat, video.nFrameWidth, video.nFrameHeight,
+    const zvx_dev_picture_layout layout =
+        zvx_dev_layout_picture(video.eColorFormat, video.nFrameWidth, video.nFrameHeight,
                                static_cast<uint32_t>(video.nStride), video.nSliceHeight);
     if (header.nFilledLen != layout.total_bytes ||
-        !zvx_emu_picture_matches(header.pBuffer + header.nOffset, header.nFilledLen, layout, picture)) {
+        !zvx_dev_picture_matches(header.pBuffer + header.nOffset, header.nFilledLen, layout, picture)) {
         std::ostringstream text;
         text << "picture " << picture << " (" << header.nFilledLen << " bytes) does not match a " << video.nFrameWidth
              << "x" << video.nFrameHeight << " picture of " << layout.total_bytes << " bytes";
@@ -205,7 +205,7 @@ void zvx_flow_stream::check_bitstream(const OMX_BUFFERHEADERTYPE &header)
     if (((header.nFlags & OMX_BUFFERFLAG_SYNCFRAME) != 0) != key) {
         problem("key picture flag wrong");
     }
-    if (!zvx_emu_bitstream_matches(header.pBuffer + header.nOffset, bitstream_position_, header.nFilledLen, picture)) {
+    if (!zvx_dev_bitstream_matches(header.pBuffer + header.nOffset, bitstream_position_, header.nFilledLen, picture)) {
         std::ostringstream text;
         text << "bitstream of picture " << picture << " at byte " << bitstream_position_ << " does not match";
         problem(text.str());
@@ -215,7 +215,7 @@ void zvx_flow_stream::check_bitstream(const OMX_BUFFERHEADERTYPE &header)
     if ((header.nFlags & OMX_BUFFERFLAG_ENDOFFRAME) == 0) {
         return;
     }
-    if (bitstream_position_ != zvx_emu_bitstream_length(video.nFrameWidth, video.nFrameHeight, key)) {
+    if (bitstream_position_ != zvx_dev_bitstream_length(video.nFrameWidth, video.nFrameHeight, key)) {
         problem("a picture's bitstream ended short or long");
     }
     bitstream_position_ = 0;

@@ -49,7 +49,7 @@ protected:
     static void expect_nothing_left(const zvx_flow_run_result &result)
     {
         EXPECT_EQ(result.buffers_returned, result.buffers_lent);
-        const zvx_emu_totals totals = zvx_emu_get_totals();
+        const zvx_dev_totals totals = zvx_dev_get_totals();
         EXPECT_EQ(totals.buffers_dropped, 0u);
         EXPECT_EQ(totals.buffers_left_registered, 0u);
         EXPECT_EQ(totals.events_discarded, 0u);

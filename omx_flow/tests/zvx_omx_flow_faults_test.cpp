@@ -5,7 +5,7 @@
 
 namespace {
 
-zvx_emu_fault zvx_fault(zvx_emu_fault_kind kind, uint32_t at_frame, uint32_t count = 1)
+zvx_dev_fault zvx_fault(zvx_dev_fault_kind kind, uint32_t at_frame, uint32_t count = 1)
 {
     return {kind, at_frame, count, 0, ""};
 }
@@ -25,7 +25,7 @@ std::vector<zvx_flow_event> zvx_plain_decode()
 TEST_F(FlowTest, RejectedOutputsComeBackEmptyAndThePicturesFollowInOrder)
 {
     zvx_flow_run_options options = zvx_decode(20);
-    options.script.faults = {zvx_fault(zvx_emu_fault_kind::reject_outputs, 12, 3)};
+    options.script.faults = {zvx_fault(zvx_dev_fault_kind::reject_outputs, 12, 3)};
     const zvx_flow_run_result result = zvx_flow_run(options);
     expect_every_picture(result, 20);
     EXPECT_EQ(result.events, zvx_plain_decode());
@@ -42,7 +42,7 @@ TEST_F(FlowTest, Vp9AllocationChangeHandsTheOldOutputsBackForAReallocation)
 {
     zvx_flow_run_options options = zvx_decode(20);
     options.codec = "vp9";
-    options.script.resolution_changes = {{10, 640, 360, zvx_emu_report::vp9_allocation}};
+    options.script.resolution_changes = {{10, 640, 360, zvx_dev_report::vp9_allocation}};
     const zvx_flow_run_result result = zvx_flow_run(options);
     expect_every_picture(result, 20);
     EXPECT_EQ(result.reconfigurations, 2u);
@@ -56,7 +56,7 @@ TEST_F(FlowTest, Vp9AllocationChangeHandsTheOldOutputsBackForAReallocation)
 TEST_F(FlowTest, HungSessionTurnsTheComponentInvalidAndItsDestructionLeavesNothingWithTheDevice)
 {
     zvx_flow_run_options options = zvx_decode(20);
-    options.script.faults = {zvx_fault(zvx_emu_fault_kind::session_hung, 12)};
+    options.script.faults = {zvx_fault(zvx_dev_fault_kind::session_hung, 12)};
     const zvx_flow_run_result result = zvx_flow_run(options);
     EXPECT_FALSE(result.completed);
     EXPECT_EQ(result.final_state, OMX_StateInvalid);
@@ -64,7 +64,7 @@ TEST_F(FlowTest, HungSessionTurnsTheComponentInvalidAndItsDestructionLeavesNothi
     EXPECT_EQ(result.events, zvx_events({{IDLE, EXECUTING}, zvx_reallocation(), {invalid}}));
     EXPECT_EQ(result.problems, std::vector<std::string>{"error event 0x8000100a (0)"})
         << "the client freed what it held in Invalid, and nothing came back twice";
-    const zvx_emu_totals totals = zvx_emu_get_totals();
+    const zvx_dev_totals totals = zvx_dev_get_totals();
     EXPECT_LE(totals.buffers_dropped, result.buffers_lent - result.buffers_returned)
         << "what the hung session held is dropped with it, nothing the client had back";
     EXPECT_EQ(totals.buffers_left_registered, 0u);
@@ -74,14 +74,14 @@ TEST_F(FlowTest, HungSessionTurnsTheComponentInvalidAndItsDestructionLeavesNothi
 TEST_F(FlowTest, ErrorEventIsRecordedWithoutTroublingTheClientOrTheStream)
 {
     zvx_flow_run_options options = zvx_decode(20);
-    zvx_emu_fault error = zvx_fault(zvx_emu_fault_kind::error_event, 5);
+    zvx_dev_fault error = zvx_fault(zvx_dev_fault_kind::error_event, 5);
     error.error_code = 0x80001000u;
     error.message = "corrupt slice";
     options.script.faults = {error};
     const zvx_flow_run_result result = zvx_flow_run(options);
     expect_every_picture(result, 20);
     EXPECT_EQ(result.events, zvx_plain_decode());
-    EXPECT_EQ(zvx_emu_get_totals().events_sent[ZVX_BASE_EVENT_ERROR], 1u);
+    EXPECT_EQ(zvx_dev_get_totals().events_sent[ZVX_BASE_EVENT_ERROR], 1u);
     expect_nothing_left(result);
 }
 

@@ -17,7 +17,7 @@ TEST_F(FlowTest, ThousandDecodesEachEndCleanly)
         ASSERT_EQ(result.pictures_out, 8u) << "decode " << decode;
         ASSERT_EQ(result.buffers_returned, result.buffers_lent) << "decode " << decode;
     }
-    const zvx_emu_totals totals = zvx_emu_get_totals();
+    const zvx_dev_totals totals = zvx_dev_get_totals();
     EXPECT_EQ(totals.sessions_created, static_cast<uint64_t>(ZVX_DECODES));
     EXPECT_EQ(totals.buffers_dropped, 0u);
     EXPECT_EQ(totals.buffers_left_registered, 0u);

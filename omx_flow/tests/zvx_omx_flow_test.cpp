@@ -56,10 +56,10 @@ TEST_F(FlowTest, EncodeEndsWithTheLastPictureFlaggedEndOfStream)
 
 uint64_t zvx_pictures_consumed()
 {
-    zvx_emu_stats stats{};
-    const std::vector<int> devices = zvx_emu_open_devices();
+    zvx_dev_stats stats{};
+    const std::vector<int> devices = zvx_dev_open_devices();
     EXPECT_EQ(devices.size(), 1u);
-    EXPECT_TRUE(zvx_emu_get_stats(devices.at(0), &stats));
+    EXPECT_TRUE(zvx_dev_get_stats(devices.at(0), &stats));
     return stats.pictures_consumed;
 }
 
@@ -68,7 +68,7 @@ class MidStream : public FlowTest {
 protected:
     void start(const zvx_flow_run_options &options)
     {
-        zvx_emu_set_default_script(zvx_flow_script(options));
+        zvx_dev_set_default_script(zvx_flow_script(options));
         ASSERT_EQ(client_.open(), OMX_ErrorNone);
         ASSERT_TRUE(zvx_flow_start(client_, options));
         stream_.emplace(client_, options.plan);

@@ -72,10 +72,10 @@ bool zvxp_size(std::string_view text, uint32_t *width, uint32_t *height)
 }
 
 /* FRAME:WxH */
-bool zvxp_change(std::string_view text, zvx_emu_report report, zvx_emu_script *script)
+bool zvxp_change(std::string_view text, zvx_dev_report report, zvx_dev_script *script)
 {
     const std::vector<std::string_view> parts = zvxp_split(text, ':');
-    zvx_emu_resolution_change change;
+    zvx_dev_resolution_change change;
     change.report = report;
     if (parts.size() != 2 || !zvxp_number(parts[0], ZVXP_MAX_FRAMES, &change.at_frame) ||
         !zvxp_size(parts[1], &change.width, &change.height)) {
@@ -85,14 +85,14 @@ bool zvxp_change(std::string_view text, zvx_emu_report report, zvx_emu_script *s
     return true;
 }
 
-bool zvxp_fault_at(const std::vector<std::string_view> &parts, zvx_emu_fault_kind kind, zvx_emu_script *script)
+bool zvxp_fault_at(const std::vector<std::string_view> &parts, zvx_dev_fault_kind kind, zvx_dev_script *script)
 {
-    zvx_emu_fault fault{kind, 0, 1, 0, ""};
+    zvx_dev_fault fault{kind, 0, 1, 0, ""};
     if (parts.size() < 2 || parts.size() > 3 || !zvxp_number(parts[1], ZVXP_MAX_FRAMES, &fault.at_frame) ||
         (parts.size() == 3 && !zvxp_number(parts[2], ZVXP_MAX_FRAMES, &fault.count))) {
         return false;
     }
-    if (kind == zvx_emu_fault_kind::error_event) {
+    if (kind == zvx_dev_fault_kind::error_event) {
         fault.error_code = static_cast<uint32_t>(OMX_ErrorStreamCorrupt);
         fault.message = "corrupt stream (scripted)";
     }
@@ -104,16 +104,16 @@ bool zvxp_fault_at(const std::vector<std::string_view> &parts, zvx_emu_fault_kin
 bool zvxp_fault(std::string_view text, zvx_flow_run_options *flow)
 {
     const std::vector<std::string_view> parts = zvxp_split(text, ':');
-    zvx_emu_script &script = flow->script;
+    zvx_dev_script &script = flow->script;
     const std::string_view kind = parts[0];
     if (kind == "reject") {
-        return zvxp_fault_at(parts, zvx_emu_fault_kind::reject_outputs, &script);
+        return zvxp_fault_at(parts, zvx_dev_fault_kind::reject_outputs, &script);
     }
     if (kind == "hang") {
-        return parts.size() == 2 && zvxp_fault_at(parts, zvx_emu_fault_kind::session_hung, &script);
+        return parts.size() == 2 && zvxp_fault_at(parts, zvx_dev_fault_kind::session_hung, &script);
     }
     if (kind == "error") {
-        return parts.size() == 2 && zvxp_fault_at(parts, zvx_emu_fault_kind::error_event, &script);
+        return parts.size() == 2 && zvxp_fault_at(parts, zvx_dev_fault_kind::error_event, &script);
     }
     if (kind == "slow") {
         uint32_t delay_us = 0;
@@ -128,7 +128,7 @@ bool zvxp_fault(std::string_view text, zvx_flow_run_options *flow)
         return parts.size() == 1 || (parts.size() == 2 && zvxp_number(parts[1], UINT32_MAX, &script.shuffle_seed));
     }
     if (kind == "vp9-alloc") {
-        return parts.size() == 3 && zvxp_change(text.substr(kind.size() + 1), zvx_emu_report::vp9_allocation, &script);
+        return parts.size() == 3 && zvxp_change(text.substr(kind.size() + 1), zvx_dev_report::vp9_allocation, &script);
     }
     return false;
 }
@@ -143,15 +143,15 @@ bool zvxp_check(const zvx_run_options &options, std::string *error)
 {
     const zvx_flow_run_options &flow = options.flow;
     const bool decode = flow.kind == zvx_flow_kind::decoder;
-    if (!zvx_emu_offers_role(zvx_flow_role(flow).c_str())) {
+    if (!zvx_dev_offers_role(zvx_flow_role(flow).c_str())) {
         return zvxp_fail(error, "no " + std::string(decode ? "decoder" : "encoder") + " for codec '" + flow.codec +
                                     "' (see --help)");
     }
     if (!decode && (!flow.script.resolution_changes.empty() || flow.plan.reordered)) {
         return zvxp_fail(error, "--change, --reorder and vp9-alloc are for a decode");
     }
-    for (const zvx_emu_resolution_change &change : flow.script.resolution_changes) {
-        if (change.report == zvx_emu_report::vp9_allocation && flow.codec != "vp9") {
+    for (const zvx_dev_resolution_change &change : flow.script.resolution_changes) {
+        if (change.report == zvx_dev_report::vp9_allocation && flow.codec != "vp9") {
             return zvxp_fail(error, "the vp9-alloc fault needs --codec=vp9");
         }
         if (change.at_frame == 0 || change.at_frame >= flow.plan.frames) {
@@ -191,7 +191,7 @@ bool zvx_run_parse_options(int argc, char **argv, zvx_run_options *options, std:
             good = zvxp_number(value, ZVXP_MAX_FRAMES, &flow.plan.frames);
             break;
         case ZVXP_CHANGE:
-            good = zvxp_change(value, zvx_emu_report::sequence_params, &flow.script);
+            good = zvxp_change(value, zvx_dev_report::sequence_params, &flow.script);
             break;
         case ZVXP_REORDER:
             flow.plan.reordered = true;

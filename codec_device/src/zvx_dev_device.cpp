@@ -1,0 +1,340 @@
+// The host's side of an emulated device: sessions, parameters, buffers and requests, each taken
+// under the device lock and handed to the worker.
+#include "zvx_dev_device.h"
+
+#include <OMX_Index.h>
+
+#include <algorithm>
+#include <cstring>
+#include <system_error>
+
+#include "zvx_dev_kernel_memory.h"
+#include "zvx_dev_roles.h"
+
+namespace zvx_dev {
+
+namespace {
+
+constexpr uint32_t ZVXP_PORT_WORD_OFFSET = 8;
+constexpr uint32_t ZVXP_FORMAT_INDEX_WORD_OFFSET = 12;
+
+uint32_t zvxp_word_at(const void *record, uint32_t offset)
+{
+    uint32_t word;
+    std::memcpy(&word, static_cast<const uint8_t *>(record) + offset, sizeof(word));
+    return word;
+}
+
+} // namespace
+
+Device::Device(const zvx_dev_script &script, Totals &totals)
+    : totals_(totals), script_(script), shuffle_random_(script.shuffle_seed)
+{
+    stream_.set_reorder_depth(script_.reorder_depth);
+}
+
+Device::~Device()
+{
+    close();
+}
+
+bool Device::open()
+{
+    if (!events_.open())
+        return false;
+    descriptor_ = events_.descriptor();
+    try {
+        worker_ = std::thread([this] { run(); });
+    } catch (const std::system_error &) {
+        events_.close();
+        return false;
+    }
+    return true;
+}
+
+void Device::close()
+{
+    {
+        std::lock_guard guard(mutex_);
+        if (closed_)
+            return;
+        stopping_ = true;
+    }
+    work_cv_.notify_all();
+    if (worker_.joinable())
+        worker_.join();
+    std::lock_guard guard(mutex_);
+    end_session();
+    totals_.buffers_left_registered += registered_.size();
+    registered_.clear();
+    events_.close();
+    closed_ = true;
+    event_cv_.notify_all();
+}
+
+bool Device::create_session(const char *role)
+{
+    const std::optional<RoleTraits> traits = role_traits(role);
+    std::lock_guard guard(mutex_);
+    if (closed_ || session_created_ || !traits || kernel_allocation_fails())
+        return false;
+    reset_session_state();
+    session_created_ = true;
+    role_ = role;
+    decoder_ = traits->decoder;
+    vp9_ = traits->vp9;
+    ++totals_.sessions_created;
+    return true;
+}
+
+bool Device::activate_session(const char *role, void **protected_buffer)
+{
+    std::lock_guard guard(mutex_);
+    if (!session_created_ || role == nullptr || role_ != role)
+        return false;
+    /* The emulated hardware has no protected memory to hand out. */
+    if (protected_buffer != nullptr)
+        *protected_buffer = nullptr;
+    session_active_ = true;
+    work_cv_.notify_one();
+    return true;
+}
+
+void Device::destroy_session()
+{
+    std::lock_guard guard(mutex_);
+    if (!session_created_)
+        return;
+    end_session();
+    ++totals_.sessions_destroyed;
+}
+
+/* A session that ends forgets its work: held buffers and unfetched events go without a word. */
+void Device::end_session()
+{
+    const size_t held = queued_[INPUT_PORT].size() + queued_[OUTPUT_PORT].size();
+    buffers_dropped_ += held;
+    totals_.buffers_dropped += held;
+    totals_.events_discarded += events_.discard_all() + shuffled_.size();
+    for (auto &[id, buffer] : registered_) {
+        buffer.queued = false;
+        buffer.stale = false;
+    }
+    reset_session_state();
+}
+
+void Device::reset_session_state()
+{
+    session_created_ = false;
+    session_active_ = false;
+    role_.clear();
+    hw_state_ = ZVX_BASE_HW_STATE_STOPPED;
+    hung_ = false;
+    queued_[INPUT_PORT].clear();
+    queued_[OUTPUT_PORT].clear();
+    requests_.clear();
+    stream_ = Stream();
+    stream_.set_reorder_depth(script_.reorder_depth);
+    decode_geometry_ = {script_.stream_width, script_.stream_height};
+    announced_.reset();
+    buffers_needed_ = 0;
+    reject_stale_ = false;
+    rejects_pending_ = 0;
+    next_picture_ = 0;
+    ready_at_.reset();
+    shuffled_.clear();
+    shuffle_random_.seed(script_.shuffle_seed);
+    pictures_output_ = 0;
+}
+
+void Device::enqueue_state_change(int32_t state)
+{
+    post_request(StateRequest{state});
+}
+
+void Device::enqueue_flush(uint32_t flags)
+{
+    post_request(FlushRequest{flags});
+}
+
+void Device::notify_ref_frame_release(zvx_base_buffer_handle_t buffer_id)
+{
+    post_request(RefReleaseRequest{buffer_id});
+}
+
+bool Device::inject_fault(const zvx_dev_fault &fault)
+{
+    return post_request(fault);
+}
+
+bool Device::post_request(Request request)
+{
+    std::lock_guard guard(mutex_);
+    if (!session_active_)
+        return false;
+    requests_.push_back(std::move(request));
+    work_cv_.notify_one();
+    return true;
+}
+
+EventPtr Device::get_event(uint32_t timeout_ms)
+{
+    std::unique_lock lock(mutex_);
+    event_cv_.wait_for(lock, std::chrono::milliseconds(timeout_ms), [this] { return closed_ || events_.size() > 0; });
+    return events_.pop();
+}
+
+OMX_ERRORTYPE Device::get_parameter(uint32_t index, uint32_t size, void *record)
+{
+    if (record == nullptr)
+        return OMX_ErrorBadParameter;
+    std::lock_guard guard(mutex_);
+    if (closed_)
+        return OMX_ErrorHardware;
+    const uint32_t port =
+        size >= ZVXP_PORT_WORD_OFFSET + sizeof(uint32_t) ? zvxp_word_at(record, ZVXP_PORT_WORD_OFFSET) : 0;
+    switch (index) {
+    case OMX_IndexParamPortDefinition: {
+        if (size < sizeof(zvx_dev_port_definition))
+            return OMX_ErrorBadParameter;
+        if (port > OUTPUT_PORT)
+            return OMX_ErrorBadPortIndex;
+        const zvx_dev_port_definition answer = answer_port_definition(parameters_, port, stream_facts());
+        std::memcpy(record, &answer, sizeof(answer));
+        return OMX_ErrorNone;
+    }
+    case OMX_IndexParamVideoPortFormat: {
+        if (size < sizeof(zvx_dev_port_format))
+            return OMX_ErrorBadParameter;
+        if (port > OUTPUT_PORT)
+            return OMX_ErrorBadPortIndex;
+        const zvx_dev_port_format answer =
+            answer_port_format(parameters_, port, zvxp_word_at(record, ZVXP_FORMAT_INDEX_WORD_OFFSET), stream_facts());
+        std::memcpy(record, &answer, sizeof(answer));
+        return OMX_ErrorNone;
+    }
+    case ZVX_DEV_INDEX_SEQUENCE_PARAMETERS: {
+        if (size < sizeof(zvx_dev_sequence_parameters))
+            return OMX_ErrorBadParameter;
+        const zvx_dev_sequence_parameters answer = answer_sequence_parameters(port, stream_facts());
+        std::memcpy(record, &answer, sizeof(answer));
+        return OMX_ErrorNone;
+    }
+    default:
+        return parameters_.get(index, size, record);
+    }
+}
+
+OMX_ERRORTYPE Device::set_parameter(uint32_t index, uint32_t size, const void *record)
+{
+    std::lock_guard guard(mutex_);
+    if (closed_)
+        return OMX_ErrorHardware;
+    return parameters_.set(index, size, record);
+}
+
+OMX_ERRORTYPE Device::get_config(uint32_t index, uint32_t size, void *record)
+{
+    std::lock_guard guard(mutex_);
+    if (closed_)
+        return OMX_ErrorHardware;
+    return configs_.get(index, size, record);
+}
+
+OMX_ERRORTYPE Device::set_config(uint32_t index, uint32_t size, const void *record)
+{
+    std::lock_guard guard(mutex_);
+    if (closed_)
+        return OMX_ErrorHardware;
+    return configs_.set(index, size, record);
+}
+
+OMX_ERRORTYPE Device::register_buffer(uint32_t port, const zvx_base_buffer_userspace &descriptor)
+{
+    if (port > OUTPUT_PORT)
+        return OMX_ErrorBadPortIndex;
+    /* Only process memory can be written from here: the handle must be its address. */
+    if (descriptor.allocator != ZVX_BASE_BUFFER_ALLOCATOR_VMALLOC)
+        return OMX_ErrorUnsupportedSetting;
+    if (descriptor.handle == 0 || descriptor.size == 0)
+        return OMX_ErrorBadParameter;
+    std::lock_guard guard(mutex_);
+    if (closed_)
+        return OMX_ErrorHardware;
+    if (registered_.contains(descriptor.buffer_id))
+        return OMX_ErrorBadParameter;
+    if (kernel_allocation_fails())
+        return OMX_ErrorInsufficientResources;
+    registered_.emplace(descriptor.buffer_id, RegisteredBuffer{descriptor, port});
+    return OMX_ErrorNone;
+}
+
+void Device::unregister_buffer(zvx_base_buffer_handle_t buffer_id)
+{
+    std::lock_guard guard(mutex_);
+    const auto found = registered_.find(buffer_id);
+    if (found == registered_.end())
+        return;
+    if (found->second.queued) {
+        std::erase_if(queued_[found->second.port],
+                      [buffer_id](const zvx_base_buffer_details &queued) { return queued.buffer_id == buffer_id; });
+        ++buffers_dropped_;
+        ++totals_.buffers_dropped;
+    }
+    registered_.erase(found);
+}
+
+OMX_ERRORTYPE Device::queue_buffer(uint32_t port, const zvx_base_buffer_details &details)
+{
+    std::lock_guard guard(mutex_);
+    if (!session_active_)
+        return OMX_ErrorIncorrectStateOperation;
+    const auto found = registered_.find(details.buffer_id);
+    if (found == registered_.end())
+        return OMX_ErrorBadParameter;
+    RegisteredBuffer &buffer = found->second;
+    if (buffer.port != port)
+        return OMX_ErrorBadPortIndex;
+    if (buffer.queued)
+        return OMX_ErrorIncorrectStateOperation;
+    buffer.queued = true;
+    queued_[port].push_back(details);
+    work_cv_.notify_one();
+    return OMX_ErrorNone;
+}
+
+void Device::set_script(const zvx_dev_script &script)
+{
+    std::lock_guard guard(mutex_);
+    script_ = script;
+    stream_.set_reorder_depth(script_.reorder_depth);
+    if (next_picture_ == 0)
+        decode_geometry_ = {script_.stream_width, script_.stream_height};
+    work_cv_.notify_one();
+}
+
+zvx_dev_stats Device::stats()
+{
+    std::lock_guard guard(mutex_);
+    zvx_dev_stats stats{};
+    stats.session_active = session_active_;
+    stats.hung = hung_;
+    stats.hw_state = hw_state_;
+    for (const auto &[id, buffer] : registered_)
+        ++stats.registered_buffers[buffer.port];
+    for (uint32_t port = 0; port < queued_.size(); ++port)
+        stats.held_buffers[port] = static_cast<uint32_t>(queued_[port].size());
+    stats.pictures_consumed = next_picture_;
+    stats.pictures_output = pictures_output_;
+    stats.events_sent = events_sent_;
+    stats.events_pending = events_.size();
+    stats.buffers_dropped = buffers_dropped_;
+    return stats;
+}
+
+StreamFacts Device::stream_facts() const
+{
+    return {decoder_, announced_, buffers_needed_, script_.reorder_depth > 0};
+}
+
+} // namespace zvx_dev

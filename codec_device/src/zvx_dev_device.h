@@ -1,0 +1,159 @@
+#ifndef ZVX_DEV_DEVICE_H
+#define ZVX_DEV_DEVICE_H
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <random>
+#include <string>
+#include <thread>
+#include <variant>
+#include <vector>
+
+#include "zvx_dev_event_queue.h"
+#include "zvx_dev_parameters.h"
+#include "zvx_dev_stream.h"
+#include "zvx_dev_totals.h"
+#include "zvx_codec_device.h"
+
+namespace zvx_dev {
+
+/* One emulated codec device: the host's calls on one side (any thread), a worker thread that does
+ * the codec's work and answers with events on the other. */
+class Device {
+public:
+    Device(const zvx_dev_script &script, Totals &totals);
+    Device(const Device &) = delete;
+    Device &operator=(const Device &) = delete;
+    ~Device();
+
+    /* Makes the descriptor and starts the worker; false if either fails. */
+    bool open();
+    /* Stops the worker and forgets everything; later calls find a closed device. */
+    void close();
+    /* Fixed by open(). */
+    int descriptor() const { return descriptor_; }
+
+    bool create_session(const char *role);
+    bool activate_session(const char *role, void **protected_buffer);
+    void destroy_session();
+    void enqueue_state_change(int32_t state);
+    void enqueue_flush(uint32_t flags);
+    void notify_ref_frame_release(zvx_base_buffer_handle_t buffer_id);
+    EventPtr get_event(uint32_t timeout_ms);
+
+    OMX_ERRORTYPE get_parameter(uint32_t index, uint32_t size, void *record);
+    OMX_ERRORTYPE set_parameter(uint32_t index, uint32_t size, const void *record);
+    OMX_ERRORTYPE get_config(uint32_t index, uint32_t size, void *record);
+    OMX_ERRORTYPE set_config(uint32_t index, uint32_t size, const void *record);
+
+    OMX_ERRORTYPE register_buffer(uint32_t port, const zvx_base_buffer_userspace &descriptor);
+    void unregister_buffer(zvx_base_buffer_handle_t buffer_id);
+    OMX_ERRORTYPE queue_buffer(uint32_t port, const zvx_base_buffer_details &details);
+
+    void set_script(const zvx_dev_script &script);
+    bool inject_fault(const zvx_dev_fault &fault);
+    zvx_dev_stats stats();
+
+private:
+    struct RegisteredBuffer {
+        zvx_base_buffer_userspace descriptor;
+        uint32_t port;
+        bool queued = false;
+        /* Registered before the latest announcement: not filled until the host carries on. */
+        bool stale = false;
+    };
+    struct StateRequest {
+        int32_t state;
+    };
+    struct FlushRequest {
+        uint32_t flags;
+    };
+    struct RefReleaseRequest {
+        zvx_base_buffer_handle_t buffer_id;
+    };
+    using Request = std::variant<StateRequest, FlushRequest, RefReleaseRequest, zvx_dev_fault>;
+    enum class Operation { none, request, announce, reject_stale, output, input };
+    using Clock = std::chrono::steady_clock;
+    using QueuedIterator = std::deque<zvx_base_buffer_details>::iterator;
+
+    /* Worker side (zvx_dev_device_worker.cpp); everything runs with mutex_ held. */
+    void run();
+    Operation next_operation();
+    uint32_t delay_of(Operation operation) const;
+    void perform(Operation operation);
+    void answer_request(const Request &request);
+    void answer_state_change(int32_t state);
+    void flush(uint32_t flags);
+    void fire(const zvx_dev_fault &fault);
+    void announce(const Announcement &announcement);
+    void consume_input();
+    void produce_output();
+    void produce_picture(const QueuedIterator &output, Picture &picture);
+    void produce_bitstream(const QueuedIterator &output, Picture &picture);
+    void reject_output(const QueuedIterator &output);
+    void return_buffer(uint32_t port, const QueuedIterator &queued, const zvx_base_buffer_userspace &returned);
+    zvx_base_buffer_userspace returned_descriptor(const zvx_base_buffer_details &details) const;
+    std::optional<QueuedIterator> find_output(bool stale);
+    Geometry geometry_of_next_picture(zvx_dev_report *report);
+    void send(uint16_t code, const void *payload, uint16_t size);
+    void send_buffer_return(uint16_t code, const zvx_base_buffer_userspace &descriptor);
+    void release_shuffled();
+    void push_event(EventPtr event);
+
+    /* Hands the worker a request of an active session; false, and nothing queued, without one. */
+    bool post_request(Request request);
+
+    /* Host side helpers, mutex_ held. */
+    void end_session();
+    void reset_session_state();
+    StreamFacts stream_facts() const;
+
+    Totals &totals_;
+    int descriptor_ = -1;              /* written by open() before the worker starts, read-only after */
+    std::thread worker_;               /* started by open(), joined by close() */
+    std::mutex mutex_;                 /* guards every field below */
+    std::condition_variable work_cv_;  /* the worker waits for something to do */
+    std::condition_variable event_cv_; /* get_event waits for an event */
+    bool stopping_ = false;
+    bool closed_ = false;
+    zvx_dev_script script_;
+    EventQueue events_;
+
+    bool session_created_ = false;
+    bool session_active_ = false;
+    std::string role_;
+    bool decoder_ = true;
+    bool vp9_ = false;
+    int32_t hw_state_ = ZVX_BASE_HW_STATE_STOPPED;
+    bool hung_ = false;
+
+    ParameterStore parameters_;
+    ParameterStore configs_;
+    std::map<zvx_base_buffer_handle_t, RegisteredBuffer> registered_;
+    std::array<std::deque<zvx_base_buffer_details>, 2> queued_;
+    std::deque<Request> requests_;
+    Stream stream_;
+    Geometry decode_geometry_;
+    std::optional<Geometry> announced_;
+    uint32_t buffers_needed_ = 0;
+    bool reject_stale_ = false;
+    uint32_t rejects_pending_ = 0;
+    uint32_t next_picture_ = 0;
+    std::optional<Clock::time_point> ready_at_;
+    std::vector<EventPtr> shuffled_;
+    std::minstd_rand shuffle_random_;
+
+    uint64_t pictures_output_ = 0;
+    std::array<uint64_t, ZVX_DEV_EVENT_CODES> events_sent_{};
+    uint64_t buffers_dropped_ = 0;
+};
+
+} // namespace zvx_dev
+
+#endif

@@ -1,0 +1,473 @@
+// The codec's side of an emulated device: one worker thread that picks the next thing the hardware
+// would do, waits as long as the script says it takes, does it and answers with events.
+#include "zvx_dev_device.h"
+
+#include <OMX_Core.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "zvx_dev_picture.h"
+
+namespace zvx_dev {
+
+namespace {
+
+/* Consumed inputs held back at most, when returns are shuffled. */
+constexpr size_t ZVXP_SHUFFLE_WINDOW = 4;
+constexpr uint32_t ZVXP_CHROMA_FORMAT_420 = 1;
+constexpr uint8_t ZVXP_BIT_DEPTH = 8;
+
+uint16_t zvxp_clamp16(uint32_t value)
+{
+    return static_cast<uint16_t>(std::min<uint32_t>(value, UINT16_MAX));
+}
+
+uint8_t zvxp_clamp8(uint32_t value)
+{
+    return static_cast<uint8_t>(std::min<uint32_t>(value, UINT8_MAX));
+}
+
+} // namespace
+
+void Device::run()
+{
+    std::unique_lock lock(mutex_);
+    while (!stopping_) {
+        const Operation operation = next_operation();
+        if (operation == Operation::none) {
+            release_shuffled();
+            ready_at_.reset();
+            work_cv_.wait(lock);
+            continue;
+        }
+        /* The wait is re-checked: a request that arrives meanwhile is done at the same deadline. */
+        const uint32_t delay_us = delay_of(operation);
+        if (delay_us > 0) {
+            const Clock::time_point now = Clock::now();
+            if (!ready_at_)
+                ready_at_ = now + std::chrono::microseconds(delay_us);
+            if (now < *ready_at_) {
+                work_cv_.wait_until(lock, *ready_at_);
+                continue;
+            }
+        }
+        ready_at_.reset();
+        perform(operation);
+    }
+}
+
+Device::Operation Device::next_operation()
+{
+    if (!session_active_ || hung_)
+        return Operation::none;
+    if (!requests_.empty())
+        return Operation::request;
+    if (hw_state_ != ZVX_BASE_HW_STATE_RUNNING)
+        return Operation::none;
+    StreamItem *item = stream_.front();
+    if (item != nullptr && std::holds_alternative<Announcement>(*item))
+        return Operation::announce;
+    if (reject_stale_ && find_output(true))
+        return Operation::reject_stale;
+    if (item != nullptr && find_output(false))
+        return Operation::output;
+    const size_t in_flight_limit = std::max(script_.max_pictures_in_flight, script_.reorder_depth + 1);
+    if (!queued_[INPUT_PORT].empty() && stream_.pictures_in_flight() < in_flight_limit)
+        return Operation::input;
+    return Operation::none;
+}
+
+uint32_t Device::delay_of(Operation operation) const
+{
+    switch (operation) {
+    case Operation::request:
+        if (std::holds_alternative<StateRequest>(requests_.front()))
+            return script_.delays.state_change_us;
+        if (std::holds_alternative<FlushRequest>(requests_.front()))
+            return script_.delays.flush_us;
+        return 0;
+    case Operation::input:
+        return script_.delays.input_us;
+    case Operation::output:
+    case Operation::reject_stale:
+        return script_.delays.output_us;
+    default:
+        return 0;
+    }
+}
+
+void Device::perform(Operation operation)
+{
+    switch (operation) {
+    case Operation::request: {
+        const Request request = std::move(requests_.front());
+        requests_.pop_front();
+        answer_request(request);
+        break;
+    }
+    case Operation::announce: {
+        const Announcement announcement = std::get<Announcement>(*stream_.front());
+        stream_.pop_front();
+        announce(announcement);
+        break;
+    }
+    case Operation::reject_stale:
+        reject_output(*find_output(true));
+        break;
+    case Operation::output:
+        produce_output();
+        break;
+    case Operation::input:
+        consume_input();
+        break;
+    case Operation::none:
+        break;
+    }
+}
+
+void Device::answer_request(const Request &request)
+{
+    if (const auto *state = std::get_if<StateRequest>(&request)) {
+        answer_state_change(state->state);
+    } else if (const auto *flush_request = std::get_if<FlushRequest>(&request)) {
+        flush(flush_request->flags);
+    } else if (const auto *release = std::get_if<RefReleaseRequest>(&request)) {
+        /* No reference outlives its output here, so every release is confirmed at once. */
+        send(ZVX_BASE_EVENT_REF_FRAME_RELEASED, &release->buffer_id, sizeof(release->buffer_id));
+    } else {
+        fire(std::get<zvx_dev_fault>(request));
+    }
+}
+
+void Device::answer_state_change(int32_t state)
+{
+    if (state != ZVX_BASE_HW_STATE_STOPPED && state != ZVX_BASE_HW_STATE_RUNNING &&
+        state != ZVX_BASE_HW_STATE_PENDING) {
+        fire({zvx_dev_fault_kind::error_event, 0, 1, static_cast<uint32_t>(OMX_ErrorBadParameter),
+              "Unknown hardware state requested."});
+        return;
+    }
+    hw_state_ = state;
+    send(ZVX_BASE_EVENT_STATE_CHANGED, &state, sizeof(state));
+}
+
+void Device::flush(uint32_t flags)
+{
+    /* A quick flush only lets the session carry on with the buffers it holds. */
+    if ((flags & (ZVX_BASE_FLUSH_QUICK | ZVX_BASE_FLUSH_QUICK_SET_INTERLACE)) != 0) {
+        for (auto &[id, buffer] : registered_)
+            buffer.stale = false;
+        reject_stale_ = false;
+        return;
+    }
+    release_shuffled();
+    std::vector<uint32_t> ports;
+    if ((flags & ZVX_BASE_FLUSH_INPUT_PORT) != 0)
+        ports.push_back(INPUT_PORT);
+    if ((flags & ZVX_BASE_FLUSH_OUTPUT_PORT) != 0)
+        ports.push_back(OUTPUT_PORT);
+    if (script_.shuffle_events && ports.size() == 2 && shuffle_random_() % 2 == 1)
+        std::swap(ports[0], ports[1]);
+    for (const uint32_t port : ports) {
+        while (!queued_[port].empty()) {
+            const QueuedIterator held = queued_[port].begin();
+            zvx_base_buffer_userspace returned = returned_descriptor(*held);
+            if (port == OUTPUT_PORT) {
+                returned.filled_len = 0;
+                returned.flags = 0;
+            }
+            return_buffer(port, held, returned);
+        }
+        if (port == INPUT_PORT) {
+            stream_.discard_pictures();
+        } else {
+            for (auto &[id, buffer] : registered_)
+                buffer.stale = false;
+            reject_stale_ = false;
+        }
+        send(port == INPUT_PORT ? ZVX_BASE_EVENT_INPUT_FLUSHED : ZVX_BASE_EVENT_OUTPUT_FLUSHED, nullptr, 0);
+    }
+}
+
+void Device::fire(const zvx_dev_fault &fault)
+{
+    switch (fault.kind) {
+    case zvx_dev_fault_kind::reject_outputs:
+        rejects_pending_ += fault.count;
+        break;
+    case zvx_dev_fault_kind::session_hung:
+        send(ZVX_BASE_EVENT_SESSION_HUNG, nullptr, 0);
+        hung_ = true;
+        break;
+    case zvx_dev_fault_kind::error_event: {
+        std::vector<uint8_t> payload(sizeof(fault.error_code) + fault.message.size() + 1, 0);
+        std::memcpy(payload.data(), &fault.error_code, sizeof(fault.error_code));
+        std::memcpy(payload.data() + sizeof(fault.error_code), fault.message.data(), fault.message.size());
+        send(ZVX_BASE_EVENT_ERROR, payload.data(), zvxp_clamp16(static_cast<uint32_t>(payload.size())));
+        break;
+    }
+    }
+}
+
+void Device::announce(const Announcement &announcement)
+{
+    announced_ = announcement.geometry;
+    const std::optional<zvx_dev_port_definition> output = parameters_.port_definition(OUTPUT_PORT);
+    buffers_needed_ = std::max(script_.output_buffers_needed, output ? output->nBufferCountMin : 0);
+
+    const Geometry frame = allocation_geometry(announcement.geometry);
+    zvx_base_fw_frame_alloc_parameters allocation{};
+    allocation.planar_alloc_frame_width = zvxp_clamp16(frame.width);
+    allocation.planar_alloc_frame_height = zvxp_clamp16(frame.height);
+    allocation.cropx = zvxp_clamp16(announcement.geometry.width);
+    allocation.cropy = zvxp_clamp16(announcement.geometry.height);
+    switch (announcement.report) {
+    case zvx_dev_report::sequence_params: {
+        send(ZVX_BASE_EVENT_ALLOC_PARAMS, &allocation, sizeof(allocation));
+        zvx_base_response_sequence_parameters sequence{};
+        sequence.chroma_format = ZVXP_CHROMA_FORMAT_420;
+        sequence.bitdepth_luma = ZVXP_BIT_DEPTH;
+        sequence.bitdepth_chroma = ZVXP_BIT_DEPTH;
+        sequence.num_buffers_planar = zvxp_clamp8(buffers_needed_);
+        sequence.num_buffers_tcx = zvxp_clamp8(buffers_needed_);
+        send(ZVX_BASE_EVENT_SEQUENCE_PARAMS, &sequence, sizeof(sequence));
+        break;
+    }
+    case zvx_dev_report::port_definition: {
+        const uint32_t notice[2] = {ZVX_DEV_GENERIC_PORT_DEFINITION_CHANGED, OUTPUT_PORT};
+        send(ZVX_BASE_EVENT_GENERIC, notice, sizeof(notice));
+        break;
+    }
+    case zvx_dev_report::vp9_allocation:
+        send(ZVX_BASE_EVENT_ALLOC_PARAMS, &allocation, sizeof(allocation));
+        break;
+    }
+    for (auto &[id, buffer] : registered_) {
+        if (buffer.port == OUTPUT_PORT)
+            buffer.stale = true;
+    }
+    reject_stale_ = announcement.report == zvx_dev_report::vp9_allocation;
+}
+
+Geometry Device::geometry_of_next_picture(zvx_dev_report *report)
+{
+    if (!decoder_) {
+        *report = zvx_dev_report::port_definition;
+        const std::optional<zvx_dev_port_definition> input = parameters_.port_definition(INPUT_PORT);
+        if (input && input->nFrameWidth != 0 && input->nFrameHeight != 0)
+            return {input->nFrameWidth, input->nFrameHeight};
+        return {script_.stream_width, script_.stream_height};
+    }
+    *report = script_.stream_report;
+    if (script_.stream_size_from_input_port) {
+        const std::optional<zvx_dev_port_definition> input = parameters_.port_definition(INPUT_PORT);
+        if (input && input->nFrameWidth != 0 && input->nFrameHeight != 0)
+            return {input->nFrameWidth, input->nFrameHeight};
+    }
+    for (const zvx_dev_resolution_change &change : script_.resolution_changes) {
+        if (change.at_frame == next_picture_) {
+            decode_geometry_ = {change.width, change.height};
+            *report = change.report;
+        }
+    }
+    return decode_geometry_;
+}
+
+void Device::consume_input()
+{
+    const QueuedIterator input = queued_[INPUT_PORT].begin();
+    const bool has_picture = input->filled_len > 0;
+    std::optional<uint32_t> number;
+    if (has_picture) {
+        Picture picture;
+        picture.number = next_picture_;
+        picture.timestamp = input->timestamp;
+        zvx_dev_report report;
+        picture.geometry = geometry_of_next_picture(&report);
+        picture.key = !decoder_ && picture.number % std::max<uint32_t>(script_.key_interval, 1) == 0;
+        stream_.add_picture(picture, report);
+        number = next_picture_++;
+    }
+    if ((input->flags & OMX_BUFFERFLAG_EOS) != 0)
+        stream_.end_stream(input->timestamp, has_picture);
+
+    zvx_base_buffer_userspace returned = returned_descriptor(*input);
+    returned.filled_len = 0;
+    return_buffer(INPUT_PORT, input, returned);
+
+    if (!number)
+        return;
+    auto &faults = script_.faults;
+    for (auto fault = faults.begin(); fault != faults.end();) {
+        if (fault->at_frame == *number) {
+            fire(*fault);
+            fault = faults.erase(fault);
+        } else {
+            ++fault;
+        }
+    }
+}
+
+void Device::produce_output()
+{
+    const QueuedIterator output = *find_output(false);
+    Picture &picture = std::get<Picture>(*stream_.front());
+    if (rejects_pending_ > 0) {
+        --rejects_pending_;
+        reject_output(output);
+        return;
+    }
+    if (picture.empty) {
+        zvx_base_buffer_userspace returned = returned_descriptor(*output);
+        returned.filled_len = 0;
+        returned.flags = OMX_BUFFERFLAG_EOS;
+        returned.timestamp = picture.timestamp;
+        stream_.pop_front();
+        return_buffer(OUTPUT_PORT, output, returned);
+        return;
+    }
+    if (decoder_)
+        produce_picture(output, picture);
+    else
+        produce_bitstream(output, picture);
+}
+
+void Device::produce_picture(const QueuedIterator &output, Picture &picture)
+{
+    /* The host's own stride and slice height, not the ones the stream would ask for: each buffer's as
+     * it was registered, which outlive a port definition the host changed without telling the session. */
+    const zvx_dev_port_definition definition = answer_port_definition(parameters_, OUTPUT_PORT, StreamFacts{});
+    const zvx_base_buffer_userspace &target = registered_.at(output->buffer_id).descriptor;
+    const uint32_t stride = target.stride != 0 ? target.stride : definition.nStride;
+    const uint32_t rows = target.height != 0 ? target.height : definition.nSliceHeight;
+    const Geometry frame = allocation_geometry(picture.geometry);
+    const zvx_dev_picture_layout layout =
+        zvx_dev_layout_picture(definition.eColorFormat, frame.width, frame.height, stride, rows);
+    if (layout.total_bytes > target.size) {
+        reject_output(output);
+        return;
+    }
+    zvx_dev_write_picture(reinterpret_cast<uint8_t *>(target.handle), layout, picture.number);
+
+    zvx_base_buffer_userspace returned = returned_descriptor(*output);
+    returned.timestamp = picture.timestamp;
+    returned.filled_len = layout.total_bytes;
+    returned.flags = OMX_BUFFERFLAG_ENDOFFRAME | (picture.eos ? OMX_BUFFERFLAG_EOS : 0);
+    returned.width = frame.width;
+    returned.height = frame.height;
+    returned.stride = layout.planes[0].stride;
+    returned.decoded_width = frame.width;
+    returned.decoded_height = frame.height;
+    returned.cropx = zvxp_clamp16(picture.geometry.width);
+    returned.cropy = zvxp_clamp16(picture.geometry.height);
+    returned.pic_index = picture.number;
+    stream_.pop_front();
+    ++pictures_output_;
+    return_buffer(OUTPUT_PORT, output, returned);
+}
+
+void Device::produce_bitstream(const QueuedIterator &output, Picture &picture)
+{
+    const zvx_base_buffer_userspace &target = registered_.at(output->buffer_id).descriptor;
+    const uint32_t length = zvx_dev_bitstream_length(picture.geometry.width, picture.geometry.height, picture.key);
+    const uint32_t chunk = std::min(length - picture.bytes_sent, target.size);
+    zvx_dev_write_bitstream(reinterpret_cast<uint8_t *>(target.handle), picture.bytes_sent, chunk, picture.number);
+    picture.bytes_sent += chunk;
+    const bool complete = picture.bytes_sent == length;
+
+    zvx_base_buffer_userspace returned = returned_descriptor(*output);
+    returned.timestamp = picture.timestamp;
+    returned.filled_len = chunk;
+    returned.flags = (picture.key ? OMX_BUFFERFLAG_SYNCFRAME : 0) | (complete ? OMX_BUFFERFLAG_ENDOFFRAME : 0) |
+                     (complete && picture.eos ? OMX_BUFFERFLAG_EOS : 0);
+    returned.pic_index = picture.number;
+    if (complete) {
+        stream_.pop_front();
+        ++pictures_output_;
+    }
+    return_buffer(OUTPUT_PORT, output, returned);
+}
+
+void Device::reject_output(const QueuedIterator &output)
+{
+    zvx_base_buffer_userspace returned = returned_descriptor(*output);
+    returned.filled_len = 0;
+    returned.flags = 0;
+    returned.zvx_flags |= ZVX_DEV_ZVX_FLAG_REJECTED;
+    return_buffer(OUTPUT_PORT, output, returned);
+}
+
+zvx_base_buffer_userspace Device::returned_descriptor(const zvx_base_buffer_details &details) const
+{
+    zvx_base_buffer_userspace returned = registered_.at(details.buffer_id).descriptor;
+    returned.timestamp = details.timestamp;
+    returned.filled_len = details.filled_len;
+    returned.offset = 0;
+    returned.flags = details.flags;
+    returned.zvx_flags = details.zvx_flags;
+    return returned;
+}
+
+void Device::return_buffer(uint32_t port, const QueuedIterator &queued, const zvx_base_buffer_userspace &returned)
+{
+    registered_.at(queued->buffer_id).queued = false;
+    queued_[port].erase(queued);
+    send_buffer_return(port == INPUT_PORT ? ZVX_BASE_EVENT_INPUT : ZVX_BASE_EVENT_OUTPUT, returned);
+}
+
+std::optional<Device::QueuedIterator> Device::find_output(bool stale)
+{
+    auto &outputs = queued_[OUTPUT_PORT];
+    const auto found = std::find_if(outputs.begin(), outputs.end(), [&](const zvx_base_buffer_details &details) {
+        return registered_.at(details.buffer_id).stale == stale;
+    });
+    if (found == outputs.end())
+        return std::nullopt;
+    return found;
+}
+
+void Device::send(uint16_t code, const void *payload, uint16_t size)
+{
+    release_shuffled();
+    push_event(make_event(code, payload, size));
+}
+
+/* Input returns may overtake each other and outputs: the host puts its input buffers back in
+ * order itself. Everything else keeps its place. */
+void Device::send_buffer_return(uint16_t code, const zvx_base_buffer_userspace &descriptor)
+{
+    EventPtr event = make_event(code, &descriptor, sizeof(descriptor));
+    if (!script_.shuffle_events || code != ZVX_BASE_EVENT_INPUT) {
+        push_event(std::move(event));
+        return;
+    }
+    shuffled_.push_back(std::move(event));
+    if (shuffled_.size() < ZVXP_SHUFFLE_WINDOW)
+        return;
+    const size_t pick = shuffle_random_() % shuffled_.size();
+    push_event(std::move(shuffled_[pick]));
+    shuffled_.erase(shuffled_.begin() + static_cast<std::ptrdiff_t>(pick));
+}
+
+void Device::release_shuffled()
+{
+    while (!shuffled_.empty()) {
+        const size_t pick = shuffle_random_() % shuffled_.size();
+        push_event(std::move(shuffled_[pick]));
+        shuffled_.erase(shuffled_.begin() + static_cast<std::ptrdiff_t>(pick));
+    }
+}
+
+void Device::push_event(EventPtr event)
+{
+    if (event == nullptr)
+        return;
+    const uint16_t code = event->code;
+    events_.push(std::move(event));
+    ++events_sent_[code];
+    ++totals_.events_sent[code];
+    event_cv_.notify_all();
+}
+
+} // namespace zvx_dev

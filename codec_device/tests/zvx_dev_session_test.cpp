@@ -1,0 +1,610 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <set>
+#include <thread>
+
+#include "zvx_dev_host.h"
+#include "zvx_dev_picture.h"
+#include "zvx_omx_extensions.h"
+
+namespace {
+
+static_assert(ZVX_DEV_INDEX_SEQUENCE_PARAMETERS == static_cast<uint32_t>(QURO_IndexParamSequenceParameters),
+              "the session answers the index the component asks with");
+
+constexpr uint32_t YUV420_PLANAR = 19;
+
+class EmuSession : public ::testing::Test {
+protected:
+    void SetUp() override { zvx_init_emulator(); }
+    void TearDown() override { zvx_destroy_emulator(); }
+};
+
+std::vector<zvx_base_buffer_handle_t> add_buffers(EmuHost &host, uint32_t port, uint32_t count, uint32_t size)
+{
+    std::vector<zvx_base_buffer_handle_t> ids;
+    for (uint32_t i = 0; i < count; ++i)
+        ids.push_back(host.add_buffer(port, size));
+    return ids;
+}
+
+TEST_F(EmuSession, DeviceNodeOpensOnlyWhileTheEmulatorRunsAndEachOpenIsItsOwnDevice)
+{
+    zvx_destroy_emulator();
+    EXPECT_EQ(zvx_init("/dev/kdev0"), -1);
+    zvx_init_emulator();
+    EXPECT_EQ(zvx_init(nullptr), -1);
+
+    const int first = zvx_init("/dev/kdev0");
+    const int second = zvx_init("/dev/kdev0");
+    ASSERT_NE(first, -1);
+    ASSERT_NE(second, -1);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(zvx_dev_open_devices(), (std::vector<int>{first, second}));
+
+    zvx_dev_script refusing;
+    refusing.fail_open = true;
+    zvx_dev_set_default_script(refusing);
+    EXPECT_EQ(zvx_init("/dev/kdev0"), -1);
+
+    zvx_close(first);
+    EXPECT_EQ(zvx_dev_open_devices(), std::vector<int>{second});
+    zvx_close(second);
+}
+
+TEST_F(EmuSession, DescriptorIsReadableExactlyWhileEventsWait)
+{
+    EmuHost host("video_decoder.avc");
+    ASSERT_TRUE(host.session);
+    EXPECT_FALSE(host.readable(0));
+    EXPECT_EQ(zvx_get_event(host.fd, 20), nullptr);
+
+    zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_RUNNING);
+    zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_PENDING);
+    ASSERT_TRUE(host.readable(EmuHost::WAIT_MS));
+    while (host.stats().events_pending < 2)
+        std::this_thread::yield();
+    EXPECT_EQ(host.next().as<int32_t>(), ZVX_BASE_HW_STATE_RUNNING);
+    EXPECT_TRUE(host.readable(0));
+    EXPECT_EQ(host.next().as<int32_t>(), ZVX_BASE_HW_STATE_PENDING);
+    EXPECT_FALSE(host.readable(0));
+    EXPECT_EQ(host.stats().events_sent[ZVX_BASE_EVENT_STATE_CHANGED], 2u);
+}
+
+TEST_F(EmuSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPresentationOrder)
+{
+    EmuHost host("video_decoder.avc");
+    ASSERT_TRUE(host.session);
+    zvx_dev_script script;
+    script.stream_width = 60;
+    script.stream_height = 40;
+    script.reorder_depth = 2;
+    ASSERT_TRUE(zvx_dev_set_script(host.fd, script)) << "an open session takes a new stream before its first picture";
+    host.set_port(1, 64, 48, YUV420_PLANAR, 6);
+    const zvx_dev_picture_layout layout = zvx_dev_layout_picture(YUV420_PLANAR, 64, 48, 64, 48);
+    const auto inputs = add_buffers(host, 0, 4, 16);
+    for (zvx_base_buffer_handle_t id : add_buffers(host, 1, 4, layout.total_bytes))
+        ASSERT_EQ(host.queue(1, id), OMX_ErrorNone);
+    host.run();
+
+    const uint64_t decode_order[] = {0, 66, 33, 100};
+    for (size_t i = 0; i < 4; ++i)
+        host.queue(0, inputs[i], 16, i == 3 ? OMX_BUFFERFLAG_EOS : 0, decode_order[i]);
+    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_INPUT).buffer().buffer_id, inputs[0]);
+    const auto allocation = host.expect(ZVX_BASE_EVENT_ALLOC_PARAMS).as<zvx_base_fw_frame_alloc_parameters>();
+    EXPECT_EQ(allocation.planar_alloc_frame_width, 64);
+    EXPECT_EQ(allocation.planar_alloc_frame_height, 48);
+    EXPECT_EQ(allocation.cropx, 60);
+    EXPECT_EQ(allocation.cropy, 40);
+    const auto sequence = host.expect(ZVX_BASE_EVENT_SEQUENCE_PARAMS).as<zvx_base_response_sequence_parameters>();
+    EXPECT_EQ(sequence.num_buffers_planar, 6) << "never fewer than the host keeps";
+    for (size_t i = 1; i < 4; ++i) {
+        const zvx_base_buffer_userspace returned = host.expect(ZVX_BASE_EVENT_INPUT).buffer();
+        EXPECT_EQ(returned.buffer_id, inputs[i]);
+        EXPECT_EQ(returned.timestamp, decode_order[i]);
+    }
+
+    zvx_dev_port_definition definition{};
+    definition.nPortIndex = 1;
+    ASSERT_EQ(zvx_get_parameter(host.fd, OMX_IndexParamPortDefinition, sizeof(definition), &definition), OMX_ErrorNone);
+    EXPECT_EQ(definition.nSize, sizeof(definition));
+    EXPECT_EQ(definition.nFrameWidth, 64u);
+    EXPECT_EQ(definition.nFrameHeight, 48u);
+    EXPECT_EQ(definition.nBufferCountMin, 6u);
+    EXPECT_GE(definition.nBufferSize, layout.total_bytes);
+    zvx_dev_sequence_parameters stream{};
+    stream.nPortIndex = 1;
+    ASSERT_EQ(zvx_get_parameter(host.fd, static_cast<OMX_INDEXTYPE>(ZVX_DEV_INDEX_SEQUENCE_PARAMETERS), sizeof(stream),
+                                &stream),
+              OMX_ErrorNone);
+    EXPECT_EQ(stream.nDisplayWidth, 60);
+    EXPECT_EQ(stream.bFrameReordering, 1);
+    zvx_dev_port_format format{};
+    format.nPortIndex = 1;
+    ASSERT_EQ(zvx_get_parameter(host.fd, OMX_IndexParamVideoPortFormat, sizeof(format), &format), OMX_ErrorNone);
+    EXPECT_EQ(format.eColorFormat, YUV420_PLANAR);
+
+    EXPECT_FALSE(host.readable(50)) << "outputs registered before the announcement wait for the host";
+    zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_QUICK | ZVX_BASE_FLUSH_OUTPUT_PORT);
+    const uint64_t presentation_order[] = {0, 33, 66, 100};
+    const uint32_t picture_of[] = {0, 2, 1, 3};
+    for (size_t i = 0; i < 4; ++i) {
+        const zvx_base_buffer_userspace output = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+        EXPECT_EQ(output.timestamp, presentation_order[i]);
+        EXPECT_EQ(output.pic_index, picture_of[i]);
+        EXPECT_EQ(output.filled_len, layout.total_bytes);
+        EXPECT_EQ(output.flags, OMX_BUFFERFLAG_ENDOFFRAME | (i == 3 ? OMX_BUFFERFLAG_EOS : 0u));
+        EXPECT_EQ(output.cropx, 60);
+        EXPECT_TRUE(zvx_dev_picture_matches(host.data(output.buffer_id), output.filled_len, layout, picture_of[i]));
+    }
+    EXPECT_EQ(host.stats().pictures_output, 4u);
+}
+
+TEST_F(EmuSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersAreFilled)
+{
+    zvx_dev_script script;
+    script.stream_width = 32;
+    script.stream_height = 32;
+    script.resolution_changes.push_back({2, 48, 32});
+    EmuHost host("video_decoder.hevc", script);
+    ASSERT_TRUE(host.session);
+    host.set_port(1, 32, 32, YUV420_PLANAR);
+    const zvx_dev_picture_layout small = zvx_dev_layout_picture(YUV420_PLANAR, 32, 32, 32, 32);
+    const zvx_dev_picture_layout large = zvx_dev_layout_picture(YUV420_PLANAR, 48, 32, 32, 32);
+    host.run();
+    const auto inputs = add_buffers(host, 0, 3, 8);
+    for (zvx_base_buffer_handle_t id : inputs)
+        host.queue(0, id, 8);
+    for (uint16_t code : {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS,
+                          ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_INPUT})
+        host.expect(code);
+
+    const auto old_buffers = add_buffers(host, 1, 2, small.total_bytes);
+    for (zvx_base_buffer_handle_t id : old_buffers)
+        host.queue(1, id);
+    for (uint32_t picture = 0; picture < 2; ++picture)
+        EXPECT_TRUE(zvx_dev_picture_matches(host.data(old_buffers[picture]),
+                                            host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().filled_len, small, picture));
+    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_ALLOC_PARAMS).as<zvx_base_fw_frame_alloc_parameters>().cropx, 48);
+    host.expect(ZVX_BASE_EVENT_SEQUENCE_PARAMS);
+
+    host.queue(1, old_buffers[0]);
+    EXPECT_FALSE(host.readable(50)) << "a buffer from before the change is held";
+    const zvx_base_buffer_handle_t fresh = host.add_buffer(1, large.total_bytes);
+    host.queue(1, fresh);
+    const zvx_base_buffer_userspace output = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+    EXPECT_EQ(output.buffer_id, fresh);
+    EXPECT_EQ(output.width, 48u);
+    EXPECT_TRUE(zvx_dev_picture_matches(host.data(fresh), output.filled_len, large, 2));
+
+    zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_OUTPUT_PORT);
+    const zvx_base_buffer_userspace flushed = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+    EXPECT_EQ(flushed.buffer_id, old_buffers[0]);
+    EXPECT_EQ(flushed.filled_len, 0u);
+    host.expect(ZVX_BASE_EVENT_OUTPUT_FLUSHED);
+}
+
+TEST_F(EmuSession, PictureTakesTheStrideAndRowsItsBufferWasRegisteredWith)
+{
+    zvx_dev_script script;
+    script.stream_width = 32;
+    script.stream_height = 32;
+    EmuHost host("video_decoder.avc", script);
+    ASSERT_TRUE(host.session);
+    host.set_port(1, 32, 32, YUV420_PLANAR);
+    host.run();
+    host.queue(0, host.add_buffer(0, 8), 8, OMX_BUFFERFLAG_EOS);
+    for (uint16_t code : {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS})
+        host.expect(code);
+
+    const zvx_dev_picture_layout padded = zvx_dev_layout_picture(YUV420_PLANAR, 32, 32, 48, 40);
+    const zvx_base_buffer_handle_t output = host.add_buffer(1, padded.total_bytes, 48, 40);
+    host.queue(1, output);
+    const zvx_base_buffer_userspace filled = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+    EXPECT_EQ(filled.filled_len, padded.total_bytes);
+    EXPECT_EQ(filled.stride, 48u);
+    EXPECT_TRUE(zvx_dev_picture_matches(host.data(output), filled.filled_len, padded, 0));
+}
+
+TEST_F(EmuSession, FlushReturnsEveryHeldBufferOfEachPortBeforeItsFlushedEvent)
+{
+    EmuHost host("video_decoder.mpeg2");
+    ASSERT_TRUE(host.session);
+    const auto inputs = add_buffers(host, 0, 3, 64);
+    const auto outputs = add_buffers(host, 1, 2, 64);
+    for (uint32_t i = 0; i < 3; ++i)
+        host.queue(0, inputs[i], 10 * (i + 1), 0, i);
+    for (zvx_base_buffer_handle_t id : outputs)
+        host.queue(1, id);
+    EXPECT_EQ(host.stats().held_buffers, (std::array<uint32_t, 2>{3, 2})) << "a stopped device holds what it gets";
+
+    zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_QUICK);
+    zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_ALL_PORTS);
+    for (uint32_t i = 0; i < 3; ++i) {
+        const zvx_base_buffer_userspace returned = host.expect(ZVX_BASE_EVENT_INPUT).buffer();
+        EXPECT_EQ(returned.buffer_id, inputs[i]);
+        EXPECT_EQ(returned.filled_len, 10 * (i + 1)) << "flushed input is returned unconsumed";
+    }
+    host.expect(ZVX_BASE_EVENT_INPUT_FLUSHED);
+    for (zvx_base_buffer_handle_t id : outputs)
+        EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, id);
+    host.expect(ZVX_BASE_EVENT_OUTPUT_FLUSHED);
+    EXPECT_FALSE(host.readable(0));
+    EXPECT_EQ(host.stats().held_buffers, (std::array<uint32_t, 2>{0, 0}));
+}
+
+TEST_F(EmuSession, InputFlushDropsPicturesNotYetOutput)
+{
+    EmuHost host("video_decoder.vp8");
+    ASSERT_TRUE(host.session);
+    host.run();
+    const auto inputs = add_buffers(host, 0, 2, 8);
+    for (zvx_base_buffer_handle_t id : inputs)
+        host.queue(0, id, 8);
+    for (uint16_t code :
+         {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS, ZVX_BASE_EVENT_INPUT})
+        host.expect(code);
+    zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_INPUT_PORT);
+    host.expect(ZVX_BASE_EVENT_INPUT_FLUSHED);
+    host.queue(1, host.add_buffer(1, 320 * 240 * 2));
+    EXPECT_FALSE(host.readable(50));
+    host.queue(0, inputs[0], 8, 0, 77);
+    host.expect(ZVX_BASE_EVENT_INPUT);
+    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().timestamp, 77u);
+}
+
+TEST_F(EmuSession, EncodeAnnouncesItsOutputPortAndSplitsAPictureOverSmallBuffers)
+{
+    zvx_dev_script script;
+    script.key_interval = 2;
+    EmuHost host("video_encoder.avc", script);
+    ASSERT_TRUE(host.session);
+    host.set_port(0, 64, 48, YUV420_PLANAR);
+    const auto outputs = add_buffers(host, 1, 2, 100);
+    for (zvx_base_buffer_handle_t id : outputs)
+        host.queue(1, id);
+    host.run();
+    const auto inputs = add_buffers(host, 0, 2, 4608);
+    host.queue(0, inputs[0], 4608, 0, 10);
+    host.queue(0, inputs[1], 0, OMX_BUFFERFLAG_EOS, 20);
+    host.expect(ZVX_BASE_EVENT_INPUT);
+    const auto notice = host.expect(ZVX_BASE_EVENT_GENERIC).as<std::array<uint32_t, 2>>();
+    EXPECT_EQ(notice, (std::array<uint32_t, 2>{ZVX_DEV_GENERIC_PORT_DEFINITION_CHANGED, 1}));
+    host.expect(ZVX_BASE_EVENT_INPUT);
+
+    zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_QUICK | ZVX_BASE_FLUSH_INPUT_PORT);
+    const uint32_t length = zvx_dev_bitstream_length(64, 48, true);
+    uint32_t written = 0;
+    while (written < length) {
+        const zvx_base_buffer_userspace output = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+        ASSERT_EQ(output.filled_len, std::min(100u, length - written));
+        EXPECT_TRUE(zvx_dev_bitstream_matches(host.data(output.buffer_id), written, output.filled_len, 0));
+        written += output.filled_len;
+        EXPECT_EQ(output.flags, OMX_BUFFERFLAG_SYNCFRAME | (written == length ? OMX_BUFFERFLAG_ENDOFFRAME : 0u));
+        EXPECT_EQ(output.timestamp, 10u);
+        host.queue(1, output.buffer_id);
+    }
+    const zvx_base_buffer_userspace end = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+    EXPECT_EQ(end.filled_len, 0u);
+    EXPECT_EQ(end.flags, static_cast<uint32_t>(OMX_BUFFERFLAG_EOS));
+    EXPECT_EQ(end.timestamp, 20u);
+    EXPECT_EQ(host.stats().pictures_output, 1u);
+}
+
+TEST_F(EmuSession, ScriptedRejectReturnsOutputsUnfilledAndKeepsThePicture)
+{
+    zvx_dev_script script;
+    script.faults.push_back({zvx_dev_fault_kind::reject_outputs, 0, 2, 0, ""});
+    EmuHost host("video_decoder.avc", script);
+    ASSERT_TRUE(host.session);
+    host.run();
+    host.queue(0, host.add_buffer(0, 8), 8, 0, 5);
+    for (uint16_t code : {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS})
+        host.expect(code);
+    for (zvx_base_buffer_handle_t id : add_buffers(host, 1, 3, 320 * 240 * 2))
+        host.queue(1, id);
+    for (int rejected = 0; rejected < 2; ++rejected) {
+        const zvx_base_buffer_userspace output = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+        EXPECT_EQ(output.zvx_flags & ZVX_DEV_ZVX_FLAG_REJECTED, ZVX_DEV_ZVX_FLAG_REJECTED);
+        EXPECT_EQ(output.filled_len, 0u);
+    }
+    const zvx_base_buffer_userspace output = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+    EXPECT_EQ(output.zvx_flags, 0u);
+    EXPECT_EQ(output.timestamp, 5u);
+}
+
+TEST_F(EmuSession, Vp9AllocationChangeRejectsOutputsRegisteredBeforeIt)
+{
+    zvx_dev_script script;
+    script.stream_report = zvx_dev_report::vp9_allocation;
+    EmuHost host("video_decoder.vp9", script);
+    ASSERT_TRUE(host.session);
+    const auto old_buffers = add_buffers(host, 1, 2, 320 * 240 * 2);
+    for (zvx_base_buffer_handle_t id : old_buffers)
+        host.queue(1, id);
+    host.run();
+    host.queue(0, host.add_buffer(0, 8), 8);
+    host.expect(ZVX_BASE_EVENT_INPUT);
+    host.expect(ZVX_BASE_EVENT_ALLOC_PARAMS);
+    for (zvx_base_buffer_handle_t id : old_buffers) {
+        const zvx_base_buffer_userspace rejected = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+        EXPECT_EQ(rejected.buffer_id, id);
+        EXPECT_EQ(rejected.zvx_flags, ZVX_DEV_ZVX_FLAG_REJECTED);
+    }
+    const zvx_base_buffer_handle_t fresh = host.add_buffer(1, 320 * 240 * 2);
+    host.queue(1, fresh);
+    const zvx_base_buffer_userspace output = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+    EXPECT_EQ(output.buffer_id, fresh);
+    EXPECT_EQ(output.zvx_flags, 0u);
+}
+
+TEST_F(EmuSession, HungSessionReportsOnceAndThenAnswersNothing)
+{
+    zvx_dev_script script;
+    script.faults.push_back({zvx_dev_fault_kind::session_hung, 1, 1, 0, ""});
+    EmuHost host("video_decoder.avc", script);
+    ASSERT_TRUE(host.session);
+    host.run();
+    const auto inputs = add_buffers(host, 0, 3, 8);
+    for (zvx_base_buffer_handle_t id : inputs)
+        host.queue(0, id, 8);
+    for (uint16_t code : {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS,
+                          ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_SESSION_HUNG})
+        host.expect(code);
+    zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_STOPPED);
+    EXPECT_FALSE(host.readable(50));
+    EXPECT_TRUE(host.stats().hung);
+    EXPECT_EQ(host.stats().held_buffers[0], 1u);
+
+    zvx_destroy_session(host.fd);
+    EXPECT_FALSE(host.stats().hung);
+    EXPECT_EQ(host.stats().buffers_dropped, 1u);
+}
+
+TEST_F(EmuSession, ErrorEventCarriesCodeAndMessageAndNeedsASession)
+{
+    EmuHost host("video_encoder.hevc");
+    ASSERT_TRUE(host.session);
+    ASSERT_TRUE(zvx_dev_inject_fault(host.fd, {zvx_dev_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}));
+    const EmuEvent error = host.expect(ZVX_BASE_EVENT_ERROR);
+    ASSERT_EQ(error.payload.size(), 4u + sizeof("firmware fault"));
+    EXPECT_EQ(error.as<uint32_t>(), 0x1234u);
+    EXPECT_STREQ(reinterpret_cast<const char *>(error.payload.data() + 4), "firmware fault");
+
+    zvx_destroy_session(host.fd);
+    EXPECT_FALSE(zvx_dev_inject_fault(host.fd, {zvx_dev_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}));
+}
+
+TEST_F(EmuSession, SlowDeviceTakesItsDelayPerOperation)
+{
+    zvx_dev_script script;
+    script.delays.state_change_us = 30000;
+    EmuHost host("video_decoder.avc", script);
+    ASSERT_TRUE(host.session);
+    const auto start = std::chrono::steady_clock::now();
+    host.run();
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::microseconds(30000));
+}
+
+TEST_F(EmuSession, ShuffledInputReturnsStillReturnEveryBufferOnce)
+{
+    zvx_dev_script script;
+    script.shuffle_events = true;
+    script.max_pictures_in_flight = 16;
+    EmuHost host("video_decoder.avc", script);
+    ASSERT_TRUE(host.session);
+    const auto inputs = add_buffers(host, 0, 8, 8);
+    for (zvx_base_buffer_handle_t id : inputs)
+        host.queue(0, id, 8);
+    zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_RUNNING);
+    std::vector<zvx_base_buffer_handle_t> returned;
+    while (returned.size() < inputs.size()) {
+        const EmuEvent event = host.next();
+        ASSERT_NE(event.code, 0xFFFF);
+        if (event.code == ZVX_BASE_EVENT_INPUT)
+            returned.push_back(event.buffer().buffer_id);
+    }
+    EXPECT_NE(returned, inputs) << "seed 1 reorders these returns";
+    std::sort(returned.begin(), returned.end());
+    EXPECT_EQ(returned, inputs);
+}
+
+TEST_F(EmuSession, TeardownWithBuffersHeldDropsThemAndFreesUnfetchedEvents)
+{
+    {
+        EmuHost host("video_decoder.avc");
+        ASSERT_TRUE(host.session);
+        const auto inputs = add_buffers(host, 0, 3, 64);
+        const auto outputs = add_buffers(host, 1, 2, 64);
+        for (zvx_base_buffer_handle_t id : inputs)
+            host.queue(0, id, 64);
+        for (zvx_base_buffer_handle_t id : outputs)
+            host.queue(1, id);
+        zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_STOPPED);
+        ASSERT_TRUE(host.readable(EmuHost::WAIT_MS));
+    }
+    const zvx_dev_totals totals = zvx_dev_get_totals();
+    EXPECT_EQ(totals.buffers_dropped, 5u);
+    EXPECT_EQ(totals.events_discarded, 1u);
+    EXPECT_EQ(totals.buffers_left_registered, 5u);
+    EXPECT_EQ(totals.devices_closed, 1u);
+
+    EmuHost left_open("video_encoder.vp8");
+    left_open.queue(0, left_open.add_buffer(0, 64), 64);
+    zvx_destroy_emulator();
+    EXPECT_EQ(zvx_dev_get_totals().devices_closed, 2u);
+    EXPECT_TRUE(zvx_dev_open_devices().empty());
+    left_open.fd = -1;
+    zvx_init_emulator();
+}
+
+/* One device driven as the component drives it: a feeder thread queues input while the event
+ * thread returns outputs to the device, checks them and frees inputs for the feeder. */
+void decode_on_two_threads(uint32_t frames, std::atomic<int> *failures)
+{
+    zvx_dev_script script;
+    script.stream_width = 32;
+    script.stream_height = 16;
+    EmuHost host("video_decoder.avc", script);
+    if (!host.session) {
+        ++*failures;
+        return;
+    }
+    host.set_port(1, 32, 16, YUV420_PLANAR);
+    const zvx_dev_picture_layout layout = zvx_dev_layout_picture(YUV420_PLANAR, 32, 16, 32, 16);
+    std::mutex lock;
+    std::condition_variable freed;
+    std::deque<zvx_base_buffer_handle_t> free_inputs; /* lock */
+    bool stopped = false;                             /* lock */
+    for (zvx_base_buffer_handle_t id : add_buffers(host, 0, 3, 16))
+        free_inputs.push_back(id);
+    host.run();
+
+    std::thread feeder([&] {
+        for (uint32_t frame = 0; frame < frames; ++frame) {
+            std::unique_lock guard(lock);
+            freed.wait(guard, [&] { return stopped || !free_inputs.empty(); });
+            if (stopped)
+                return;
+            const zvx_base_buffer_handle_t id = free_inputs.front();
+            free_inputs.pop_front();
+            guard.unlock();
+            host.queue(0, id, 16, frame + 1 == frames ? OMX_BUFFERFLAG_EOS : 0, uint64_t{frame} * 10);
+        }
+    });
+    uint32_t outputs = 0;
+    bool ended = false;
+    while (!ended) {
+        const EmuEvent event = host.next();
+        if (event.code == ZVX_BASE_EVENT_INPUT) {
+            std::lock_guard guard(lock);
+            free_inputs.push_back(event.buffer().buffer_id);
+            freed.notify_one();
+        } else if (event.code == ZVX_BASE_EVENT_SEQUENCE_PARAMS) {
+            for (zvx_base_buffer_handle_t id : add_buffers(host, 1, 2, layout.total_bytes))
+                host.queue(1, id);
+        } else if (event.code == ZVX_BASE_EVENT_OUTPUT) {
+            const zvx_base_buffer_userspace output = event.buffer();
+            if (output.timestamp != outputs * 10ull ||
+                !zvx_dev_picture_matches(host.data(output.buffer_id), output.filled_len, layout, outputs))
+                ++*failures;
+            ++outputs;
+            ended = (output.flags & OMX_BUFFERFLAG_EOS) != 0;
+            host.queue(1, output.buffer_id);
+        } else if (event.code != ZVX_BASE_EVENT_ALLOC_PARAMS) {
+            ++*failures;
+            ended = true;
+        }
+    }
+    {
+        std::lock_guard guard(lock);
+        stopped = true;
+        freed.notify_one();
+    }
+    feeder.join();
+    if (outputs != frames)
+        ++*failures;
+}
+
+TEST_F(EmuSession, SeveralDevicesDecodeAtOnceFromSeveralThreadsEach)
+{
+    std::atomic<int> failures{0};
+    std::vector<std::thread> devices;
+    devices.reserve(3);
+    for (int i = 0; i < 3; ++i)
+        devices.emplace_back(decode_on_two_threads, 40, &failures);
+    for (std::thread &device : devices)
+        device.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(zvx_dev_get_totals().devices_opened, 3u);
+}
+
+TEST_F(EmuSession, BadRequestsAreRefusedWithClearErrors)
+{
+    EmuHost host("video_decoder.avc");
+    ASSERT_TRUE(host.session);
+    zvx_base_buffer_userspace foreign{};
+    foreign.buffer_id = 99;
+    foreign.handle = 3;
+    foreign.size = 64;
+    foreign.allocator = ZVX_BASE_BUFFER_ALLOCATOR_DMABUF;
+    EXPECT_EQ(zvx_register_buffer(host.fd, 0, &foreign), OMX_ErrorUnsupportedSetting);
+    foreign.allocator = ZVX_BASE_BUFFER_ALLOCATOR_VMALLOC;
+    EXPECT_EQ(zvx_register_buffer(host.fd, 2, &foreign), OMX_ErrorBadPortIndex);
+
+    const zvx_base_buffer_handle_t input = host.add_buffer(0, 64);
+    EXPECT_EQ(host.queue(1, input), OMX_ErrorBadPortIndex);
+    EXPECT_EQ(host.queue(0, 42), OMX_ErrorBadParameter);
+    EXPECT_EQ(host.queue(0, input, 64), OMX_ErrorNone);
+    EXPECT_EQ(host.queue(0, input, 64), OMX_ErrorIncorrectStateOperation);
+    zvx_unregister_buffer(host.fd, input);
+    EXPECT_EQ(host.stats().held_buffers[0], 0u);
+    EXPECT_EQ(host.stats().buffers_dropped, 1u);
+
+    EXPECT_EQ(zvx_create_session(host.fd, "video_decoder.avc"), OMX_FALSE) << "one session per device";
+    EmuHost unsupported("video_encoder.mpeg2");
+    EXPECT_FALSE(unsupported.session);
+    EXPECT_EQ(unsupported.queue(0, unsupported.add_buffer(0, 64), 64), OMX_ErrorIncorrectStateOperation);
+    EXPECT_EQ(zvx_create_session(unsupported.fd, "video_encoder.vp9"), OMX_TRUE);
+    EXPECT_EQ(zvx_activate_session(unsupported.fd, "video_encoder.avc", nullptr), OMX_FALSE);
+    EXPECT_EQ(zvx_is_role_supported("video_decoder.rv"), OMX_TRUE);
+    EXPECT_EQ(zvx_is_role_supported("video_decoder.jpeg"), OMX_FALSE);
+    EXPECT_EQ(zvx_get_fw_version(host.fd) >> 8, 2u);
+}
+
+TEST_F(EmuSession, ParametersAndConfigsReadBackWhatWasSetAndUnknownOnesAreUnsupported)
+{
+    EmuHost host("video_encoder.avc");
+    const auto bitrate_index = static_cast<OMX_INDEXTYPE>(OMX_IndexParamVideoBitrate);
+    uint32_t bitrate[5] = {20, ZVX_DEV_VERSION_1_2, 1, 2, 64000};
+    uint32_t read[5] = {20, ZVX_DEV_VERSION_1_2, 1, 0, 0};
+    EXPECT_EQ(zvx_get_parameter(host.fd, bitrate_index, sizeof(read), read), OMX_ErrorUnsupportedIndex);
+    EXPECT_EQ(zvx_get_error_code(), OMX_ErrorUnsupportedIndex);
+    EXPECT_EQ(zvx_set_parameter(host.fd, bitrate_index, sizeof(bitrate), bitrate), OMX_ErrorNone);
+    EXPECT_EQ(zvx_get_parameter(host.fd, bitrate_index, sizeof(read), read), OMX_ErrorNone);
+    EXPECT_EQ(read[4], 64000u);
+    read[2] = 0;
+    EXPECT_EQ(zvx_get_parameter(host.fd, bitrate_index, sizeof(read), read), OMX_ErrorUnsupportedIndex)
+        << "records are kept per port";
+
+    const auto intra_index = static_cast<OMX_INDEXTYPE>(OMX_IndexConfigVideoIntraVOPRefresh);
+    EXPECT_EQ(zvx_set_config(host.fd, intra_index, sizeof(bitrate), bitrate), OMX_ErrorNone);
+    EXPECT_EQ(zvx_get_error_code(), OMX_ErrorNone);
+    zvx_dev_port_definition definition{};
+    definition.nPortIndex = 5;
+    EXPECT_EQ(zvx_set_parameter(host.fd, OMX_IndexParamPortDefinition, sizeof(definition), &definition),
+              OMX_ErrorBadPortIndex);
+    EXPECT_EQ(zvx_get_parameter(host.fd, OMX_IndexParamPortDefinition, 40, &definition), OMX_ErrorBadParameter);
+}
+
+TEST_F(EmuSession, KernelMemoryFailureRangeFailsTheAllocationsInIt)
+{
+    EmuHost host("video_decoder.avc");
+    zvx_mem_kernelspace_set_failure_range(1, 1);
+    zvx_mem_kernelspace_resfail_enable();
+    host.add_buffer(0, 64);
+    EXPECT_EQ(host.last_error, OMX_ErrorNone);
+    EXPECT_EQ(zvx_mem_kernelspace_resfail_did_fail(), 0u);
+    host.add_buffer(0, 64);
+    EXPECT_EQ(host.last_error, OMX_ErrorInsufficientResources);
+    zvx_mem_kernelspace_resfail_disable();
+    EXPECT_EQ(zvx_mem_kernelspace_resfail_did_fail(), 1u);
+    host.add_buffer(0, 64);
+    EXPECT_EQ(host.last_error, OMX_ErrorNone);
+}
+
+TEST_F(EmuSession, ReferenceReleaseIsConfirmedWithTheBufferId)
+{
+    EmuHost host("video_decoder.avc");
+    ASSERT_TRUE(host.session);
+    zvx_notify_ref_frame_release(host.fd, 0xABCDEF0123ull);
+    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_REF_FRAME_RELEASED).as<uint64_t>(), 0xABCDEF0123ull);
+}
+
+} // namespace

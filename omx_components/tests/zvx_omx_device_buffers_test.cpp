@@ -1,0 +1,346 @@
+// Buffers through a decoder against the session emulator: a short stream as GStreamer drives it, and a
+// teardown in the middle of one, with every buffer counted back and nothing left with the device; and an
+// encoder driven as FFmpeg drives it.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <vector>
+
+#include "zvx_omx_decoder_component.h"
+#include "zvx_omx_encoder_component.h"
+#include "zvx_codec_device.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+struct seen_event {
+    OMX_EVENTTYPE event;
+    OMX_U32 data1;
+    OMX_U32 data2;
+    bool operator==(const seen_event &) const = default;
+};
+
+/* What the client holds and what it was told, written on the command thread, read by the test. */
+class client_log {
+public:
+    static OMX_ERRORTYPE on_event(OMX_HANDLETYPE, OMX_PTR app_data, OMX_EVENTTYPE event, OMX_U32 data1, OMX_U32 data2,
+                                  OMX_PTR)
+    {
+        auto *log = static_cast<client_log *>(app_data);
+        std::lock_guard<std::mutex> lock(log->mutex_);
+        log->events_.push_back({event, data1, data2});
+        log->changed_.notify_all();
+        return OMX_ErrorNone;
+    }
+
+    static OMX_ERRORTYPE on_buffer(OMX_HANDLETYPE, OMX_PTR app_data, OMX_BUFFERHEADERTYPE *header)
+    {
+        auto *log = static_cast<client_log *>(app_data);
+        std::lock_guard<std::mutex> lock(log->mutex_);
+        EXPECT_FALSE(log->held_[header]) << "returned twice";
+        log->held_[header] = true;
+        log->fresh_.push_back(header);
+        if (header->nOutputPortIndex == 1) {
+            log->returned_.push_back({header->nFilledLen, header->nFlags, header->nTimeStamp});
+        }
+        log->changed_.notify_all();
+        return OMX_ErrorNone;
+    }
+
+    bool wait_for(const std::function<bool()> &done)
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_for(lock, 10s, done);
+    }
+
+    /* Waits for the event and takes it, so that the same event later is seen anew. */
+    bool saw(const seen_event &event)
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        if (!changed_.wait_for(lock, 10s, [&] { return has(event); })) {
+            return false;
+        }
+        events_.erase(std::find(events_.begin(), events_.end(), event));
+        return true;
+    }
+
+    /* Caller holds mutex_. */
+    bool has(const seen_event &event) { return std::find(events_.begin(), events_.end(), event) != events_.end(); }
+
+    /* Waits a moment for a return or the event; true once the event was seen. */
+    bool returns_until(const seen_event &event)
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait_for(lock, 10ms, [&] { return has(event) || !fresh_.empty(); });
+        return has(event);
+    }
+
+    void given(OMX_BUFFERHEADERTYPE *header)
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        held_[header] = false;
+    }
+
+    /* Headers returned since the last call. */
+    std::vector<OMX_BUFFERHEADERTYPE *> take_returned()
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        std::vector<OMX_BUFFERHEADERTYPE *> returned;
+        returned.swap(fresh_);
+        return returned;
+    }
+
+    bool all_held(const std::vector<OMX_BUFFERHEADERTYPE *> &headers)
+    {
+        return wait_for([&] {
+            return std::all_of(headers.begin(), headers.end(), [&](OMX_BUFFERHEADERTYPE *header) {
+                const auto found = held_.find(header);
+                return found == held_.end() || found->second;
+            });
+        });
+    }
+
+    struct output {
+        OMX_U32 filled_len;
+        OMX_U32 flags;
+        OMX_TICKS timestamp;
+    };
+    std::vector<output> returned()
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return returned_;
+    }
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<seen_event> events_;
+    std::map<OMX_BUFFERHEADERTYPE *, bool> held_;
+    std::vector<OMX_BUFFERHEADERTYPE *> fresh_;
+    std::vector<output> returned_;
+};
+
+/* A client of one component over the emulator; the fixtures below make the component. */
+class EmulatedClient : public ::testing::Test {
+protected:
+    void SetUp() override { zvx_init_emulator(); }
+    void TearDown() override { zvx_destroy_emulator(); }
+
+    OMX_CALLBACKTYPE callbacks_ = {client_log::on_event, client_log::on_buffer, client_log::on_buffer};
+
+    void send(OMX_COMMANDTYPE command, OMX_U32 param)
+    {
+        ASSERT_EQ(omx_->SendCommand(omx_, command, param, nullptr), OMX_ErrorNone);
+    }
+
+    void complete(OMX_COMMANDTYPE command, OMX_U32 param)
+    {
+        EXPECT_TRUE(log_.saw({OMX_EventCmdComplete, static_cast<OMX_U32>(command), param}))
+            << "command " << command << " " << param;
+    }
+
+    std::vector<OMX_BUFFERHEADERTYPE *> allocate(OMX_U32 port)
+    {
+        OMX_PARAM_PORTDEFINITIONTYPE definition = {};
+        definition.nSize = sizeof(definition);
+        definition.nVersion.s.nVersionMajor = 1;
+        definition.nVersion.s.nVersionMinor = 1;
+        definition.nPortIndex = port;
+        EXPECT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &definition), OMX_ErrorNone);
+        std::vector<OMX_BUFFERHEADERTYPE *> headers(definition.nBufferCountActual);
+        for (OMX_BUFFERHEADERTYPE *&header : headers) {
+            EXPECT_EQ(omx_->AllocateBuffer(omx_, &header, port, nullptr, definition.nBufferSize), OMX_ErrorNone);
+        }
+        return headers;
+    }
+
+    void empty(OMX_BUFFERHEADERTYPE *header, OMX_U32 length, OMX_U32 flags, OMX_TICKS timestamp)
+    {
+        header->nFilledLen = length;
+        header->nFlags = flags;
+        header->nTimeStamp = timestamp;
+        log_.given(header);
+        ASSERT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorNone);
+    }
+
+    void fill(OMX_BUFFERHEADERTYPE *header)
+    {
+        header->nFilledLen = 0;
+        log_.given(header);
+        ASSERT_EQ(omx_->FillThisBuffer(omx_, header), OMX_ErrorNone);
+    }
+
+    /* Output disabled on the way to Idle, then Executing with the input's buffers. */
+    void start()
+    {
+        send(OMX_CommandPortDisable, 1);
+        complete(OMX_CommandPortDisable, 1);
+        send(OMX_CommandStateSet, OMX_StateIdle);
+        inputs_ = allocate(0);
+        complete(OMX_CommandStateSet, OMX_StateIdle);
+        send(OMX_CommandStateSet, OMX_StateExecuting);
+        complete(OMX_CommandStateSet, OMX_StateExecuting);
+    }
+
+    client_log log_;
+    zvx_omx_component handle_;
+    OMX_COMPONENTTYPE *omx_ = nullptr;
+    std::vector<OMX_BUFFERHEADERTYPE *> inputs_;
+    std::vector<OMX_BUFFERHEADERTYPE *> outputs_;
+};
+
+class EmulatedBuffers : public EmulatedClient {
+protected:
+    void SetUp() override
+    {
+        EmulatedClient::SetUp();
+        ASSERT_EQ(zvx_omx_decoder_component_init(&handle_, &decoder_, &log_, &callbacks_), OMX_ErrorNone);
+        omx_ = &handle_.omx;
+    }
+
+    zvx_omx_decoder_component decoder_;
+};
+
+class EmulatedEncoder : public EmulatedClient {
+protected:
+    void SetUp() override
+    {
+        EmulatedClient::SetUp();
+        ASSERT_EQ(zvx_omx_encoder_component_init(&handle_, &encoder_, &log_, &callbacks_), OMX_ErrorNone);
+        omx_ = &handle_.omx;
+    }
+
+    void TearDown() override
+    {
+        zvx_omx_encoder_component_destroy(&encoder_);
+        EmulatedClient::TearDown();
+    }
+
+    zvx_omx_encoder_component encoder_;
+};
+
+TEST_F(EmulatedBuffers, StreamToTheEndThenFlushIdleAndLoadedWithEveryBufferBack)
+{
+    constexpr int pictures = 10;
+    constexpr OMX_TICKS interval = 33000;
+    start();
+    for (int i = 0; i < 3; ++i) {
+        empty(inputs_[i], 100, OMX_BUFFERFLAG_ENDOFFRAME, i * interval);
+    }
+    ASSERT_TRUE(log_.saw({OMX_EventPortSettingsChanged, 1, 0}));
+    send(OMX_CommandPortEnable, 1);
+    outputs_ = allocate(1);
+    complete(OMX_CommandPortEnable, 1);
+    for (OMX_BUFFERHEADERTYPE *header : outputs_) {
+        fill(header);
+    }
+
+    int queued = 3;
+    bool ended = false;
+    const seen_event end_of_stream = {OMX_EventBufferFlag, 1, OMX_BUFFERFLAG_EOS};
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    while (!log_.returns_until(end_of_stream)) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the stream never ended";
+        for (OMX_BUFFERHEADERTYPE *header : log_.take_returned()) {
+            if (header->nInputPortIndex == 1) {
+                fill(header);
+            } else if (queued < pictures) {
+                empty(header, 100, OMX_BUFFERFLAG_ENDOFFRAME, queued++ * interval);
+            } else if (!ended) {
+                empty(header, 0, OMX_BUFFERFLAG_EOS, queued * interval);
+                ended = true;
+            }
+        }
+    }
+    const std::vector<client_log::output> returned = log_.returned();
+    int pictures_out = 0;
+    for (const client_log::output &output : returned) {
+        if (output.filled_len != 0) {
+            EXPECT_EQ(output.timestamp, pictures_out++ * interval) << "in presentation order";
+        }
+    }
+    EXPECT_EQ(pictures_out, pictures);
+
+    send(OMX_CommandFlush, OMX_ALL);
+    complete(OMX_CommandFlush, 0);
+    complete(OMX_CommandFlush, 1);
+    EXPECT_TRUE(log_.all_held(inputs_));
+    EXPECT_TRUE(log_.all_held(outputs_));
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    complete(OMX_CommandStateSet, OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateLoaded);
+    for (OMX_BUFFERHEADERTYPE *header : inputs_) {
+        EXPECT_EQ(omx_->FreeBuffer(omx_, 0, header), OMX_ErrorNone);
+    }
+    for (OMX_BUFFERHEADERTYPE *header : outputs_) {
+        EXPECT_EQ(omx_->FreeBuffer(omx_, 1, header), OMX_ErrorNone);
+    }
+    complete(OMX_CommandStateSet, OMX_StateLoaded);
+    zvx_omx_decoder_component_destroy(&decoder_);
+    const zvx_dev_totals totals = zvx_dev_get_totals();
+    EXPECT_EQ(totals.buffers_dropped, 0u);
+    EXPECT_EQ(totals.buffers_left_registered, 0u);
+    EXPECT_EQ(totals.sessions_destroyed, totals.sessions_created);
+}
+
+TEST_F(EmulatedBuffers, TeardownInTheMiddleOfAStreamLeavesNothingRegistered)
+{
+    start();
+    for (OMX_BUFFERHEADERTYPE *header : inputs_) {
+        empty(header, 100, OMX_BUFFERFLAG_ENDOFFRAME, 0);
+    }
+    ASSERT_TRUE(log_.saw({OMX_EventPortSettingsChanged, 1, 0}));
+    zvx_omx_decoder_component_destroy(&decoder_);
+    EXPECT_EQ(zvx_dev_get_totals().buffers_left_registered, 0u);
+}
+
+// FFmpeg keeps the output port enabled with its buffers from the start and reads the settings event as
+// news: the encoder must go on filling those buffers, which still give the session all it asks for.
+TEST_F(EmulatedEncoder, OutputBuffersKeptThroughTheSettingsEventAreFilledToTheEnd)
+{
+    constexpr int pictures = 12;
+    constexpr OMX_TICKS interval = 33333;
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    inputs_ = allocate(0);
+    outputs_ = allocate(1);
+    complete(OMX_CommandStateSet, OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateExecuting);
+    complete(OMX_CommandStateSet, OMX_StateExecuting);
+    for (OMX_BUFFERHEADERTYPE *header : outputs_) {
+        fill(header);
+    }
+    int queued = 0;
+    for (OMX_BUFFERHEADERTYPE *header : inputs_) {
+        empty(header, header->nAllocLen, 0, queued++ * interval);
+    }
+    bool ended = false;
+    const seen_event end_of_stream = {OMX_EventBufferFlag, 1, OMX_BUFFERFLAG_EOS};
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    while (!log_.returns_until(end_of_stream)) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the encoder stopped filling the kept buffers";
+        for (OMX_BUFFERHEADERTYPE *header : log_.take_returned()) {
+            if (header->nInputPortIndex == 1) {
+                fill(header);
+            } else if (queued < pictures) {
+                empty(header, header->nAllocLen, 0, queued++ * interval);
+            } else if (!ended) {
+                empty(header, 0, OMX_BUFFERFLAG_EOS, queued * interval);
+                ended = true;
+            }
+        }
+    }
+    int pictures_out = 0;
+    for (const client_log::output &output : log_.returned()) {
+        if (output.filled_len != 0 && (output.flags & OMX_BUFFERFLAG_CODECCONFIG) == 0 &&
+            (output.flags & OMX_BUFFERFLAG_ENDOFFRAME) != 0) {
+            EXPECT_EQ(output.timestamp, pictures_out++ * interval);
+        }
+    }
+    EXPECT_EQ(pictures_out, pictures);
+}
+
+} // namespace
