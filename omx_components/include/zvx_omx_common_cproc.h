@@ -20,6 +20,7 @@ struct zvx_omx_common_cproc_invoker {
     struct zvx_omx_common_cproc_command_data *continuation;
     bool running_current;  /* command thread: inside the current command's function */
     bool current_answered; /* command thread: it has sent the client its answer */
+    uint32_t answers_due;  /* command thread: answers it sends before it counts as answered */
 };
 
 /* true: the command is finished and its record is freed; false: run it again later. */

@@ -32,7 +32,8 @@ struct zvx_omx_common_bufferheadertype_priv {
     struct zvx_base_buffer_userspace desc;
     uint32_t tcx_alloc_bytes;
     uint16_t tcx_width_in_superblocks;
-    bool metadata; /* the buffer holds a metadata record naming the frame memory, which is registered instead */
+    bool metadata;  /* the buffer holds a metadata record naming the frame memory, which is registered instead */
+    uint32_t lends; /* the port's buffer_sem: times the client has queued it, so a call knows its own lend */
 };
 
 /* The client holds &pub; the component gets back to priv from that address. */

@@ -48,6 +48,7 @@ struct zvxp_claim {
     struct zvx_omx_common_bufferheadertype *header;
     zvx_base_buffer_handle_t buffer_id;
     uint32_t zvx_flags;
+    uint32_t lend; /* the header's lends when this call took it */
 };
 
 OMX_ERRORTYPE zvxp_refuse(const zvxp_direction &direction, OMX_ERRORTYPE error, const char *why,
@@ -149,20 +150,32 @@ OMX_ERRORTYPE zvxp_take_from_client(struct zvx_omx_common_component *comp, const
         return error;
     }
     header->priv.owner = ZVX_OMX_BUFFER_OWNER_COMPONENT;
+    claim->lend = ++header->priv.lends;
     claim->header = header;
     claim->buffer_id = reinterpret_cast<zvx_base_buffer_handle_t>(header);
     claim->zvx_flags = port.zvx_flags;
     return OMX_ErrorNone;
 }
 
-/* Back to the client, untracked, after the session refused it or it could not be tracked. */
-void zvxp_give_back(struct zvx_omx_common_component *comp, const zvxp_direction &direction, const zvxp_claim &claim)
+/* Back to the client, untracked, after the session refused it or it could not be tracked; false when it
+ * has gone back already: a session destroyed meanwhile left it to the component, which returned it. */
+bool zvxp_give_back(struct zvx_omx_common_component *comp, const zvxp_direction &direction, const zvxp_claim &claim)
 {
+    // Returned meanwhile, the client may have freed it: it is looked up before anything of it is read.
+    zvx_omx_mutex_guard guard(&comp->lock);
+    if (zvx_omx_buffer_find(comp, direction.port, reinterpret_cast<OMX_BUFFERHEADERTYPE *>(claim.header)) !=
+        claim.header) {
+        return false;
+    }
     struct zvx_omx_port &port = comp->ports[direction.port];
     zvx_omx_port_buffers_lock lock(&port);
+    if (claim.header->priv.lends != claim.lend || claim.header->priv.owner != ZVX_OMX_BUFFER_OWNER_COMPONENT) {
+        return false;
+    }
     zvx_list_remove_value_omxbufferhdrptr(&port.tracked_buffers, claim.header);
     zvx_list_remove_value_port_buffers(&port.buffer_list, claim.header);
     claim.header->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
+    return true;
 }
 
 bool zvxp_track(struct zvx_omx_common_component *comp, const zvxp_direction &direction, const zvxp_claim &claim)
@@ -260,11 +273,13 @@ OMX_ERRORTYPE zvxp_queue_buffer(const zvxp_direction &direction, OMX_HANDLETYPE 
         }
     }
     if (error != OMX_ErrorNone) {
+        // From here the client may free the header. One that went back meanwhile was taken, then returned.
+        if (!zvxp_give_back(comp, direction, claim)) {
+            return OMX_ErrorNone;
+        }
         if (metadata) {
             zvx_omx_metadata_release(comp, direction.port, claim.buffer_id);
         }
-        // From here the client may free the header.
-        zvxp_give_back(comp, direction, claim);
     }
     return error;
 }

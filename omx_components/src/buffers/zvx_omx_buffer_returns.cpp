@@ -168,7 +168,59 @@ struct zvx_omx_common_bufferheadertype *zvxp_unpark(zvx_omx_port &port, struct z
     return nullptr;
 }
 
+/* Unlinks the first header of the port that the component holds, made the client's and marked as being
+ * handed back; null when it holds none. */
+struct zvx_omx_common_bufferheadertype *zvxp_take_orphan(struct zvx_omx_common_component *comp, zvx_omx_port &port)
+{
+    zvx_omx_port_buffers_lock lock(&port);
+    struct zvx_omx_common_bufferheadertype *header = nullptr;
+    for (auto *it = port.tracked_buffers.node.next; it != &port.tracked_buffers.node && header == nullptr;
+         it = it->next) {
+        header = it->data;
+    }
+    for (auto *it = port.buffer_list.node.next; it != &port.buffer_list.node && header == nullptr; it = it->next) {
+        header = it->data;
+    }
+    if (header == nullptr) {
+        return nullptr;
+    }
+    zvx_list_remove_value_omxbufferhdrptr(&port.tracked_buffers, header);
+    zvx_list_remove_value_port_buffers(&port.buffer_list, header);
+    header->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;
+    zvx_omx_buffer_mark_returning(comp, header);
+    return header;
+}
+
 } // namespace
+
+void zvx_omx_return_orphaned_buffers(struct zvx_omx_common_component *comp)
+{
+    for (OMX_U32 index = ZVXP_INPUT; index <= ZVXP_OUTPUT; ++index) {
+        zvx_omx_port &port = comp->ports[index];
+        while (struct zvx_omx_common_bufferheadertype *header = zvxp_take_orphan(comp, port)) {
+            if (header->priv.metadata) {
+                zvx_omx_metadata_release(comp, index, header->priv.desc.buffer_id);
+            }
+            OMX_BUFFERHEADERTYPE &pub = header->pub;
+            const zvx_omx_client client = zvx_omx_client_get(comp);
+            if (index == ZVXP_INPUT) {
+                ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "EmptyBufferDone(handle=%p, hdr=%p, orphaned). (%s:%d)",
+                        client.handle, static_cast<void *>(&pub));
+                zvx_omx_client_empty_buffer_done(client, &pub);
+            } else {
+                pub.nFilledLen = 0;
+                pub.nFlags = 0;
+                ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "FillBufferDone(handle=%p, hdr=%p, orphaned). (%s:%d)",
+                        client.handle, static_cast<void *>(&pub));
+                zvx_omx_client_fill_buffer_done(client, &pub);
+            }
+            zvx_omx_buffer_returned(comp);
+        }
+        std::atomic_ref(port.nr_enqueue).store(0);
+        std::atomic_ref(port.nr_dequeue).store(0);
+        std::atomic_ref(port.conf_buffers_queued).store(0);
+    }
+}
 
 void zvx_omx_return_input_buffers(struct zvx_omx_common_component *comp)
 {

@@ -30,4 +30,8 @@ void zvx_omx_return_input_buffers(struct zvx_omx_common_component *comp);
 bool zvx_omx_input_returns_waiting(struct zvx_omx_common_component *comp);
 void zvx_omx_queue_input_returns(struct zvx_omx_common_component *comp);
 
+/* Without a session nothing more will come back from it: every buffer the component still holds goes back
+ * to the client at once, outputs empty. Command thread. */
+void zvx_omx_return_orphaned_buffers(struct zvx_omx_common_component *comp);
+
 #endif

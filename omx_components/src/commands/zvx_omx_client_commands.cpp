@@ -27,8 +27,9 @@ void zvxp_begin_port_command(struct zvx_omx_common_component *comp, OMX_U32 port
     if (port >= ZVX_OMX_PORT_COUNT) {
         return;
     }
-    // Both ports of an OMX_ALL change together: the client frees or allocates the buffers of both at once.
-    if (all_ports) {
+    // Both ports of an OMX_ALL change together, as its first record starts: the client frees or allocates
+    // the buffers of both at once. The second record finds its port changed already.
+    if (all_ports && port == 0) {
         for (OMX_U32 each = 0; each < ZVX_OMX_PORT_COUNT; ++each) {
             zvxp_set_enabled(comp, each, enable);
         }
@@ -54,6 +55,16 @@ void zvxp_begin(struct zvx_omx_common_component *comp, const struct zvx_omx_comm
         const auto &disable = *reinterpret_cast<const struct command_delayed_port_disable_data *>(command);
         zvxp_begin_port_command(comp, disable.port, disable.all_ports, false);
     }
+}
+
+/* A flush of both ports answers once for each; every other command once. */
+uint32_t zvxp_answers_due(const struct zvx_omx_common_cproc_command_data *command)
+{
+    if (command->function == common_component_cmd_flush_buffers) {
+        const auto &flush = *reinterpret_cast<const struct command_flush_buffers_in_executing_state *>(command);
+        return flush.nParam == OMX_ALL ? 2 : 1;
+    }
+    return 1;
 }
 
 /* The head of the line is answered: the next one, if any, starts on the next wake-up. */
@@ -157,6 +168,7 @@ bool zvx_omx_client_commands_advance(struct zvx_omx_common_component *comp)
             return false;
         }
         invoker.current_answered = false;
+        invoker.answers_due = zvxp_answers_due(invoker.current);
         zvxp_begin(comp, invoker.current);
     }
     struct zvx_omx_common_cproc_command_data *command = invoker.current;

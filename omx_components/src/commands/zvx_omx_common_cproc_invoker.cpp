@@ -7,6 +7,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include "buffers/zvx_omx_buffer_returns.h"
 #include "commands/zvx_omx_client_commands.h"
 #include "state/zvx_omx_state.h"
 #include "zvx_mem.h"
@@ -89,6 +90,15 @@ void zvxp_handle_one_event(struct zvx_omx_common_component *comp)
     }
 }
 
+/* After every command and event: what can complete now does, and buffers a destroyed session held go back. */
+void zvxp_settle(struct zvx_omx_common_component *comp)
+{
+    zvx_omx_state_check_transitions(comp);
+    if (!zvx_omx_state_has_session(comp)) {
+        zvx_omx_return_orphaned_buffers(comp);
+    }
+}
+
 void *zvxp_invoker_thread(void *arg)
 {
     auto *comp = static_cast<struct zvx_omx_common_component *>(arg);
@@ -110,14 +120,14 @@ void *zvxp_invoker_thread(void *arg)
         timeout_ms = -1;
         if ((fds[0].revents & POLLIN) != 0) {
             zvxp_run_one_command(comp, client_turn);
-            zvx_omx_state_check_transitions(comp);
+            zvxp_settle(comp);
         }
         if (watch_device) {
             if ((fds[1].revents & POLLNVAL) != 0) {
                 device_pollable = false;
             } else if ((fds[1].revents & POLLIN) != 0 && std::atomic_ref(comp->session_created).load()) {
                 zvxp_handle_one_event(comp);
-                zvx_omx_state_check_transitions(comp);
+                zvxp_settle(comp);
             }
         }
     } while (zvxp_exit_flag(invoker).load() != 1);

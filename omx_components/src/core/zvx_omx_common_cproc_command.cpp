@@ -62,6 +62,7 @@ void zvx_omx_common_cproc_invoker_init(struct zvx_omx_common_cproc_invoker *invo
     invoker->continuation = nullptr;
     invoker->running_current = false;
     invoker->current_answered = false;
+    invoker->answers_due = 0;
 }
 
 bool zvx_omx_common_cproc_on_command_thread(const struct zvx_omx_common_component *comp)
@@ -118,6 +119,11 @@ void zvx_omx_common_cproc_answering(struct zvx_omx_common_component *comp)
     }
     struct zvx_omx_common_cproc_invoker &invoker = comp->cproc_invoker;
     if (!invoker.running_current || invoker.current_answered) {
+        return;
+    }
+    // A flush of both ports answers once per port: only the last answer lets the next command start.
+    if (invoker.answers_due > 1) {
+        --invoker.answers_due;
         return;
     }
     invoker.current_answered = true;

@@ -106,12 +106,28 @@ bool zvxp_run_inline(const struct zvx_omx_common_component *comp)
     return zvx_omx_common_cproc_on_command_thread(comp) || comp->cproc_invoker.invoker_thread == 0;
 }
 
+/* The client's set, judged again where it runs: a state change or a port command may have run between
+ * the call's own check and this command. */
+bool zvxp_client_set(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *command)
+{
+    auto *set = reinterpret_cast<struct command_set_parameter_data *>(command);
+    const zvx_omx_parameter_entry *entry = zvx_omx_parameter_find(set->index);
+    if (entry != nullptr && !zvxp_may_set(comp, *entry, set->param)) {
+        set->error = OMX_ErrorIncorrectStateOperation;
+        if (set->waiter != nullptr) {
+            set->waiter->error = set->error;
+            zvxu_semaphore_post(&set->waiter->done);
+        }
+        return true;
+    }
+    return common_component_cmd_set_parameter(comp, command);
+}
+
 OMX_ERRORTYPE zvxp_set_on_command_thread(struct zvx_omx_common_component *comp, OMX_INDEXTYPE index, OMX_PTR param)
 {
     if (zvxp_run_inline(comp)) {
-        struct command_set_parameter_data command = {
-            {common_component_cmd_set_parameter}, index, param, OMX_ErrorNone, nullptr};
-        common_component_cmd_set_parameter(comp, &command.command_data);
+        struct command_set_parameter_data command = {{zvxp_client_set}, index, param, OMX_ErrorNone, nullptr};
+        zvxp_client_set(comp, &command.command_data);
         return command.error;
     }
     auto *command =
@@ -123,7 +139,7 @@ OMX_ERRORTYPE zvxp_set_on_command_thread(struct zvx_omx_common_component *comp, 
     struct zvx_omx_set_parameter_waiter waiter;
     waiter.error = OMX_ErrorUndefined;
     zvxu_semaphore_init_locked(&waiter.done);
-    *command = {{common_component_cmd_set_parameter}, index, param, OMX_ErrorNone, &waiter};
+    *command = {{zvxp_client_set}, index, param, OMX_ErrorNone, &waiter};
     if (!zvx_omx_common_component_queue_command(comp, &command->command_data)) {
         zvx_mem_free(command);
         zvxu_semaphore_destroy(&waiter.done);

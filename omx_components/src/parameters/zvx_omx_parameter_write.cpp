@@ -163,6 +163,12 @@ OMX_ERRORTYPE zvxp_set_port_definition(struct zvx_omx_common_component *comp, OM
                 static_cast<unsigned>(stored->nBufferCountMin));
         return OMX_ErrorBadParameter;
     }
+    // The port would hold more buffers than its count: bPopulated could no longer say what the client has.
+    if (given.nBufferCountActual < zvx_map_size(&comp->ports[port].registered_buffers)) {
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Fewer buffers than the port holds. port=%u, count=%u. (%s:%d)",
+                static_cast<unsigned>(port), static_cast<unsigned>(given.nBufferCountActual));
+        return OMX_ErrorBadParameter;
+    }
     if (video.nFrameWidth > zvxp_max_frame_dimension || video.nFrameHeight > zvxp_max_frame_dimension ||
         (frames && (video.nFrameWidth == 0 || video.nFrameHeight == 0))) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Unsupported frame size. port=%u, width=%u, height=%u. (%s:%d)",
