@@ -42,6 +42,7 @@ void BM_CommandDispatch(benchmark::State &state)
     comp.driver_fd = -1;
     zvx_omx_common_cproc_invoker_init(&comp.cproc_invoker);
     zvx_omx_common_cproc_command_queue_init(&comp.cproc_queue);
+    zvx_omx_common_cproc_command_queue_init(&comp.client_commands);
     zvx_omx_common_cproc_invoker_start(&comp);
     // Let the thread get past its first wake-up, after which it sleeps in poll without a time-out.
     auto *warm_up =
@@ -64,6 +65,7 @@ void BM_CommandDispatch(benchmark::State &state)
     }
     zvx_omx_common_cproc_invoker_exit(&comp);
     zvx_omx_common_cproc_command_queue_destroy(&comp.cproc_queue);
+    zvx_omx_common_cproc_command_queue_destroy(&comp.client_commands);
     zvx_bench_report_latencies(state, latencies_ns);
 }
 

@@ -107,6 +107,9 @@ typedef struct zvx_omx_common_component {
      * The command thread sets it under the port's buffer_sem; another thread that finds its header here
      * waits for the callback to end before it queues or frees the header. */
     OMX_BUFFERHEADERTYPE *returning_buffer;
+    /* atomic_ref: set when a session is destroyed, cleared by the command thread once it has given back
+     * to the client what that session still held. */
+    bool session_ended;
     bool built; /* init: set by init, cleared once destroy (or a failed init) has released the record */
 } zvx_omx_common_component;
 

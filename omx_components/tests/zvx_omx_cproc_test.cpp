@@ -98,12 +98,14 @@ protected:
         comp_.driver_fd = -1;
         zvx_omx_common_cproc_invoker_init(&comp_.cproc_invoker);
         zvx_omx_common_cproc_command_queue_init(&comp_.cproc_queue);
+        zvx_omx_common_cproc_command_queue_init(&comp_.client_commands);
     }
 
     void TearDown() override
     {
         zvx_omx_common_cproc_invoker_exit(&comp_);
         zvx_omx_common_cproc_command_queue_destroy(&comp_.cproc_queue);
+        zvx_omx_common_cproc_command_queue_destroy(&comp_.client_commands);
     }
 
     zvx_omx_common_component comp_;

@@ -111,6 +111,7 @@ private:
         int outstanding;      /* accepted gives not yet returned */
         int giving;           /* give calls in progress */
         int early_returns;    /* returns that came before the give call they belong to returned */
+        int early_depth;      /* give calls under way when the last early return came: it is theirs */
         int in_callback;      /* callbacks with this header in progress */
         bool freeing;         /* FreeBuffer in progress */
         uint64_t accepted_at; /* model time of the last accepted give */

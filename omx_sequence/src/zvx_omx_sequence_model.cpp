@@ -482,11 +482,11 @@ void zvx_seq_model::require_back(OMX_U32 port, uint64_t given_before, const std:
 void zvx_seq_model::buffer_registered(const OMX_BUFFERHEADERTYPE *header, OMX_U32 port)
 {
     freed_.erase(header);
-    const auto [where, added] = buffers_.try_emplace(header, buffer{port, 0, 0, 0, 0, false, 0});
+    const auto [where, added] = buffers_.try_emplace(header, buffer{port, 0, 0, 0, 0, 0, false, 0});
     if (!added) {
         violate(zvx_seq_fault::other,
                 zvxp_format("a new buffer came back as header %p, which the client still has", zvxp_address(header)));
-        where->second = buffer{port, 0, 0, 0, 0, false, 0};
+        where->second = buffer{port, 0, 0, 0, 0, 0, false, 0};
     }
 }
 
@@ -543,9 +543,11 @@ void zvx_seq_model::give_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORT
     }
     buffer &entry = found->second;
     const bool held_before = entry.outstanding > 0;
+    // A call made from inside the callback of an early return (calls nest) does not own that return.
+    const bool owns_early_return = entry.early_returns > 0 && entry.giving <= entry.early_depth;
     --entry.giving;
     if (result != OMX_ErrorNone) {
-        if (entry.early_returns > 0) {
+        if (owns_early_return) {
             --entry.early_returns;
             violate(zvx_seq_fault::doubled_buffer,
                     zvxp_format("buffer %p came back from a call that refused it", zvxp_address(header)));
@@ -563,7 +565,7 @@ void zvx_seq_model::give_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORT
         return;
     }
     entry.accepted_at = tick();
-    if (entry.early_returns > 0) {
+    if (owns_early_return) {
         --entry.early_returns; // given and already back
         return;
     }
@@ -610,6 +612,7 @@ void zvx_seq_model::buffer_done_entered(const OMX_BUFFERHEADERTYPE *header, OMX_
         --entry.outstanding;
     } else if (entry.giving > 0) {
         ++entry.early_returns;
+        entry.early_depth = entry.giving;
     } else {
         violate(zvx_seq_fault::doubled_buffer,
                 zvxp_format("%s(%p): the client already holds it", callback, zvxp_address(header)));

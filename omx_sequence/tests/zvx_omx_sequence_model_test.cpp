@@ -183,6 +183,17 @@ TEST_F(ModelTest, ReturnBeforeTheGiveReturnsIsNoDouble)
     EXPECT_TRUE(model.violations().empty()) << listed(model);
     EXPECT_FALSE(model.held_by_component(&output));
 
+    // The early return's callback queues the header again and is refused: the refusal is that inner
+    // call's, the return the outer one's.
+    model.give_starting(&output);
+    model.buffer_done_entered(&output, 1);
+    model.give_starting(&output);
+    model.give_finished(&output, OMX_ErrorIncorrectStateOperation, true);
+    model.buffer_done_left(&output);
+    model.give_finished(&output, OMX_ErrorNone, true);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    EXPECT_FALSE(model.held_by_component(&output));
+
     model.give_starting(&output);
     returned(&output, 1);
     model.give_finished(&output, OMX_ErrorIncorrectStateOperation, true);

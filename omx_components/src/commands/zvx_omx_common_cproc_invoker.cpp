@@ -94,7 +94,7 @@ void zvxp_handle_one_event(struct zvx_omx_common_component *comp)
 void zvxp_settle(struct zvx_omx_common_component *comp)
 {
     zvx_omx_state_check_transitions(comp);
-    if (!zvx_omx_state_has_session(comp)) {
+    if (std::atomic_ref(comp->session_ended).exchange(false)) {
         zvx_omx_return_orphaned_buffers(comp);
     }
 }

@@ -46,6 +46,7 @@ void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *
     comp->commands_pending = 0;
     comp->inline_command = false;
     comp->returning_buffer = nullptr;
+    comp->session_ended = false;
 
     std::memset(&comp->omx_callbacks, 0, sizeof(comp->omx_callbacks));
     if (callbacks != nullptr)

@@ -528,7 +528,9 @@ void zvxp_omx_handle_sequence_params(struct zvx_omx_common_component *comp,
             definition->nBufferCountMin = needed + 1;
             changed = true;
         }
-        definition->nBufferCountActual = definition->nBufferCountMin;
+        // Never below the buffers the port holds: its count would then say it holds more than it may.
+        definition->nBufferCountActual = std::max<OMX_U32>(
+            definition->nBufferCountMin, static_cast<OMX_U32>(zvx_map_size(&port.registered_buffers)));
         zvx_omx_port_update_populated(&port);
         if (auto *sequence = static_cast<QURO_PARAM_SEQUENECE_PARAMETERS *>(
                 zvx_omx_config_find(&port.config_and_params, QURO_IndexParamSequenceParameters, 0))) {

@@ -64,6 +64,7 @@ void zvx_omx_common_component_destroy_session(zvx_omx_common_component *comp)
     zvx_instr_write_msg(ZVX_INSTR_SESSION_DESTROYED, sizeof(comp->driver_fd), &comp->driver_fd);
     zvx_destroy_session(comp->driver_fd);
     std::atomic_ref(comp->session_created).store(false);
+    std::atomic_ref(comp->session_ended).store(true);
 }
 
 void zvx_omx_port_flush_session(struct zvx_omx_common_component *comp, OMX_U32 mask)
