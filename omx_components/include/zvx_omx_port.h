@@ -3,6 +3,7 @@
 
 #include <OMX_Component.h>
 #include <OMX_Core.h>
+#include <pthread.h>
 #include <stdint.h>
 
 #include "zvx_session_interface.h"
@@ -109,6 +110,9 @@ typedef struct zvx_omx_port {
     int32_t transition;             /* zvx_omx_port_transition; command thread writes, atomic_ref */
     uint32_t registrations_pending; /* comp lock: registrations counted against nBufferCountActual, not yet entered */
     bool had_buffers;               /* comp lock: a buffer was registered once, so a freed header may come back */
+    /* Held from taking a client's buffer to handing it to the session, and around a flush request of the
+     * port: a flush never overtakes a buffer already taken. Taken before the comp lock. */
+    pthread_mutex_t send_lock;
 } zvx_omx_port;
 
 /* Value destructors of the two buffer maps: free the header (with the memory the component

@@ -230,28 +230,10 @@ void zvxp_observe_input(struct zvx_omx_common_component *comp, const zvxp_direct
     }
 }
 
-OMX_ERRORTYPE zvxp_queue_buffer(const zvxp_direction &direction, OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE *buffer)
+/* The rest of a queue call, once the header is taken (or refused). */
+OMX_ERRORTYPE zvxp_hand_over(struct zvx_omx_common_component *comp, const zvxp_direction &direction,
+                             OMX_BUFFERHEADERTYPE *buffer, zvxp_claim &claim, OMX_ERRORTYPE error)
 {
-    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "%s(handle=%p, hdr=%p). (%s:%d)", direction.entry_name, handle, buffer);
-    zvx_omx_api_call_record record(direction.api_code, 2);
-    record.append_argument(handle);
-    record.append_argument(buffer);
-    record.write();
-
-    struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(handle);
-    if (comp == nullptr || buffer == nullptr) {
-        return OMX_ErrorBadParameter;
-    }
-    zvxp_claim claim = {};
-    OMX_ERRORTYPE error;
-    for (;;) {
-        bool returning = false;
-        error = zvxp_take_from_client(comp, direction, buffer, &claim, &returning);
-        if (!returning) {
-            break;
-        }
-        zvx_omx_buffer_wait_returned(comp, buffer);
-    }
     if (error != OMX_ErrorNone || claim.header == nullptr) {
         return error;
     }
@@ -281,6 +263,38 @@ OMX_ERRORTYPE zvxp_queue_buffer(const zvxp_direction &direction, OMX_HANDLETYPE 
             zvx_omx_metadata_release(comp, direction.port, claim.buffer_id);
         }
     }
+    return error;
+}
+
+OMX_ERRORTYPE zvxp_queue_buffer(const zvxp_direction &direction, OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE *buffer)
+{
+    ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_INFO, "%s(handle=%p, hdr=%p). (%s:%d)", direction.entry_name, handle, buffer);
+    zvx_omx_api_call_record record(direction.api_code, 2);
+    record.append_argument(handle);
+    record.append_argument(buffer);
+    record.write();
+
+    struct zvx_omx_common_component *comp = zvx_omx_common_component_from_handle(handle);
+    if (comp == nullptr || buffer == nullptr) {
+        return OMX_ErrorBadParameter;
+    }
+    // Held until the session has the buffer: a flush of the port requested meanwhile comes after it. Not
+    // while waiting for a callback to end: that callback may queue a buffer of its own.
+    pthread_mutex_t *send_lock = &comp->ports[direction.port].send_lock;
+    zvxp_claim claim = {};
+    OMX_ERRORTYPE error;
+    for (;;) {
+        bool returning = false;
+        pthread_mutex_lock(send_lock);
+        error = zvxp_take_from_client(comp, direction, buffer, &claim, &returning);
+        if (!returning) {
+            break;
+        }
+        pthread_mutex_unlock(send_lock);
+        zvx_omx_buffer_wait_returned(comp, buffer);
+    }
+    error = zvxp_hand_over(comp, direction, buffer, claim, error);
+    pthread_mutex_unlock(send_lock);
     return error;
 }
 

@@ -133,8 +133,10 @@ void zvxp_omx_port_flush(struct zvx_omx_common_component *comp, OMX_U32 port)
 unsigned zvxp_omx_port_flush_complete(struct zvx_omx_common_component *comp, OMX_U32 port)
 {
     for (OMX_U32 each = 0; each < ZVX_OMX_PORT_COUNT; ++each) {
-        if (zvxp_port_selected(port, each) &&
-            (comp->ports[each].nr_pending_flushes > 0 || zvxp_port_holds_buffers(comp, each))) {
+        // Without a session no flush is outstanding, and the count belongs to the command thread: a disable
+        // completing inside SendCommand does not read it.
+        const bool flushing = zvx_omx_state_has_session(comp) && comp->ports[each].nr_pending_flushes > 0;
+        if (zvxp_port_selected(port, each) && (flushing || zvxp_port_holds_buffers(comp, each))) {
             return 0;
         }
     }

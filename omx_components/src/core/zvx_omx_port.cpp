@@ -31,6 +31,7 @@ OMX_ERRORTYPE zvx_omx_port_init(zvx_omx_port *port)
     zvx_list_construct_omxbufferhdrptr(&port->tracked_buffers);
     zvx_list_construct_port_buffers(&port->buffer_list);
     zvxu_semaphore_init(&port->buffer_sem);
+    pthread_mutex_init(&port->send_lock, nullptr);
 
     OMX_ERRORTYPE error = zvx_omx_config_construct(&port->config_and_params);
     if (error != OMX_ErrorNone)
@@ -52,6 +53,7 @@ void zvx_omx_port_destroy(zvx_omx_port *port)
     zvx_list_destruct_omxbufferhdrptr(&port->tracked_buffers);
     zvx_list_destruct_port_buffers(&port->buffer_list);
     zvxu_semaphore_destroy(&port->buffer_sem);
+    pthread_mutex_destroy(&port->send_lock);
     port->hdr = nullptr;
 }
 

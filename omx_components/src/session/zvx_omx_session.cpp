@@ -69,11 +69,18 @@ void zvx_omx_common_component_destroy_session(zvx_omx_common_component *comp)
 
 void zvx_omx_port_flush_session(struct zvx_omx_common_component *comp, OMX_U32 mask)
 {
+    // A buffer a client call has taken but not yet handed over reaches the session before the flush.
     for (OMX_U32 port = 0; port < ZVX_OMX_PORT_COUNT; ++port) {
         if ((mask & ZVXP_PORT_FLUSH[port].session_flag) != 0) {
+            pthread_mutex_lock(&comp->ports[port].send_lock);
             ++comp->ports[port].nr_pending_flushes;
             zvx_instr_write_msg(ZVXP_PORT_FLUSH[port].instrumentation_code, 0, nullptr);
         }
     }
     zvx_enqueue_flush_buffers(comp->driver_fd, mask);
+    for (OMX_U32 port = 0; port < ZVX_OMX_PORT_COUNT; ++port) {
+        if ((mask & ZVXP_PORT_FLUSH[port].session_flag) != 0) {
+            pthread_mutex_unlock(&comp->ports[port].send_lock);
+        }
+    }
 }

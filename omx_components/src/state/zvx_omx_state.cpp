@@ -107,6 +107,8 @@ void zvx_omx_state_check_transitions(struct zvx_omx_common_component *comp)
     }
     // Without a session no flush event will come: what was asked of the session is over.
     for (zvx_omx_port &port : comp->ports) {
-        port.nr_pending_flushes = 0;
+        if (port.nr_pending_flushes != 0) {
+            port.nr_pending_flushes = 0;
+        }
     }
 }
