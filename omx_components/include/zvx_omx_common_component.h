@@ -70,12 +70,13 @@ typedef struct zvx_omx_common_component {
      * off by the command thread one at a time, each once the one before it has been answered. */
     zvx_omx_common_cproc_command_queue_lockfree_ts client_commands;
     pthread_mutex_t commands_lock;
-    uint32_t commands_pending;              /* commands_lock: client commands accepted and not yet answered */
-    bool inline_command;                    /* commands_lock: SendCommand carries one out on the client's thread */
-    zvxu_atomic omx_state;                  /* command thread writes; OMX_STATETYPE */
-    struct zvx_map config_and_params;       /* lock */
-    int driver_fd;                          /* init; -1 while the device is not open */
-    bool secure;                            /* lock */
+    uint32_t commands_pending;        /* commands_lock: client commands accepted and not yet answered */
+    uint32_t commands_unfinished;     /* commands_lock: accepted and not yet done, their answer's callback included */
+    bool inline_command;              /* commands_lock: SendCommand carries one out on the client's thread */
+    zvxu_atomic omx_state;            /* command thread writes; OMX_STATETYPE */
+    struct zvx_map config_and_params; /* lock */
+    int driver_fd;                    /* init; -1 while the device is not open */
+    bool secure;                      /* lock */
     void *prot_bufs[ZVX_OMX_MAX_PROT_BUFS]; /* lock */
     int num_prot_bufs;                      /* lock */
     pthread_mutex_t lock;

@@ -109,6 +109,8 @@ typedef struct zvx_omx_port {
     uint32_t zvx_flags;             /* comp lock */
     int32_t transition;             /* zvx_omx_port_transition; command thread writes, atomic_ref */
     uint32_t registrations_pending; /* comp lock: registrations counted against nBufferCountActual, not yet entered */
+    uint32_t frees_pending;         /* comp lock: buffers a FreeBuffer has taken, not yet erased; they no longer
+                                       count towards bPopulated */
     bool had_buffers;               /* comp lock: a buffer was registered once, so a freed header may come back */
     /* Held from taking a client's buffer to handing it to the session, and around a flush request of the
      * port: a flush never overtakes a buffer already taken. Taken before the comp lock. */

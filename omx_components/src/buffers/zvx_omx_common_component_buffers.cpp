@@ -240,6 +240,9 @@ OMX_ERRORTYPE zvxp_claim_for_freeing(struct zvx_omx_common_component *comp, OMX_
         return zvxp_refuse(OMX_ErrorIncorrectStateOperation, "Buffer is still held by the component", port);
     }
     header->priv.owner = ZVX_OMX_BUFFER_OWNER_COMPONENT;
+    // From now on the port counts as short of it: a move to Idle decided meanwhile waits for it again.
+    ++owner.frees_pending;
+    zvx_omx_port_update_populated(&owner);
     *found = header;
     return OMX_ErrorNone;
 }
@@ -310,6 +313,7 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
             zvx_list_remove_value_omxbufferhdrptr(&port.tracked_buffers, header);
         }
         zvx_map_erase(&port.registered_buffers, header);
+        --port.frees_pending;
         zvx_omx_port_update_populated(&port);
         emptied = zvx_map_size(&port.registered_buffers) == 0;
     }

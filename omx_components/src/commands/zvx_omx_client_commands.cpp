@@ -67,14 +67,18 @@ uint32_t zvxp_answers_due(const struct zvx_omx_common_cproc_command_data *comman
     return 1;
 }
 
-/* The head of the line is answered: the next one, if any, starts on the next wake-up. */
-void zvxp_finish(struct zvx_omx_common_component *comp, size_t answered)
+/* The head of the line is done, answered (unless it has been already): the next one, if any, starts on
+ * the next wake-up. */
+void zvxp_finish(struct zvx_omx_common_component *comp, bool answered_already)
 {
     bool more;
     {
         zvx_omx_mutex_guard guard(&comp->commands_lock);
-        comp->commands_pending -= static_cast<uint32_t>(answered);
-        more = comp->commands_pending != 0;
+        if (!answered_already) {
+            --comp->commands_pending;
+        }
+        --comp->commands_unfinished;
+        more = comp->commands_unfinished != 0;
     }
     if (more) {
         zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
@@ -101,6 +105,7 @@ OMX_ERRORTYPE zvx_omx_client_commands_send(struct zvx_omx_common_component *comp
             ++queued;
         }
         comp->commands_pending += static_cast<uint32_t>(queued);
+        comp->commands_unfinished += static_cast<uint32_t>(queued);
     }
     for (size_t i = 0; i < queued; ++i) {
         zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
@@ -120,7 +125,8 @@ bool zvx_omx_client_commands_complete_inline(struct zvx_omx_common_component *co
 {
     {
         zvx_omx_mutex_guard guard(&comp->commands_lock);
-        if (comp->commands_pending != 0 || comp->inline_command || zvx_omx_state_has_session(comp)) {
+        // Its answer comes from this thread: it must not overtake the callback of the one before.
+        if (comp->commands_unfinished != 0 || comp->inline_command || zvx_omx_state_has_session(comp)) {
             return false;
         }
         for (size_t i = 0; i < count; ++i) {
@@ -147,7 +153,7 @@ bool zvx_omx_client_commands_complete_inline(struct zvx_omx_common_component *co
     {
         zvx_omx_mutex_guard guard(&comp->commands_lock);
         comp->inline_command = false;
-        more = comp->commands_pending != 0;
+        more = comp->commands_unfinished != 0;
     }
     if (more) {
         zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
@@ -189,7 +195,7 @@ bool zvx_omx_client_commands_advance(struct zvx_omx_common_component *comp)
     }
     zvx_mem_free(command);
     invoker.current = nullptr;
-    zvxp_finish(comp, invoker.current_answered ? 0 : 1);
+    zvxp_finish(comp, invoker.current_answered);
     return true;
 }
 

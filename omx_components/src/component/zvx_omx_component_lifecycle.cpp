@@ -44,6 +44,7 @@ void zvxp_init_fields(zvx_omx_common_component *comp, struct zvx_omx_component *
     std::memset(&comp->cproc_queue, 0, sizeof(comp->cproc_queue));
     std::memset(&comp->client_commands, 0, sizeof(comp->client_commands));
     comp->commands_pending = 0;
+    comp->commands_unfinished = 0;
     comp->inline_command = false;
     comp->returning_buffer = nullptr;
     comp->session_ended = false;

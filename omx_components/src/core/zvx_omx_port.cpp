@@ -72,7 +72,7 @@ void zvx_omx_port_update_populated(zvx_omx_port *port)
 {
     OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(port);
     if (definition != nullptr) {
-        const size_t registered = zvx_map_size(&port->registered_buffers);
+        const size_t registered = zvx_map_size(&port->registered_buffers) - port->frees_pending;
         definition->bPopulated = registered != 0 && registered >= definition->nBufferCountActual ? OMX_TRUE : OMX_FALSE;
     }
 }

@@ -315,10 +315,12 @@ bool delayed_statechange(struct zvx_omx_common_component *comp, struct zvx_omx_c
     }
     const OMX_STATETYPE current = zvx_omx_state_get(comp);
     if (target == OMX_StateIdle && (current == OMX_StateLoaded || current == OMX_StateWaitForResources)) {
+        // Decided and made under the lock: a FreeBuffer, allowed in Loaded, comes before or after both.
         zvx_omx_mutex_guard guard(&comp->lock);
         if (!zvxp_enabled_ports_populated(comp)) {
             return false;
         }
+        zvx_omx_state_set(comp, target);
     } else if (target == OMX_StateIdle && (current == OMX_StateExecuting || current == OMX_StatePause)) {
         // Idle holds no buffer: whatever the session holds comes back before the change completes.
         zvx_omx_port_flush_session(comp, ZVX_BASE_FLUSH_ALL_PORTS);
