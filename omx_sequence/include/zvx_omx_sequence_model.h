@@ -38,11 +38,12 @@ struct zvx_seq_violation {
 /* One answer a sent command is owed; OMX_ALL for a port command owes one per port, port 0 first. */
 struct zvx_seq_expected {
     OMX_COMMANDTYPE command;
-    OMX_U32 param;    /* target state or port */
-    uint64_t id;      /* the SendCommand it belongs to */
-    uint64_t sent_at; /* model time when SendCommand was called */
-    bool confirmed;   /* SendCommand has returned OMX_ErrorNone */
-    bool all_ports;   /* sent with OMX_ALL */
+    OMX_U32 param;         /* target state or port */
+    uint64_t id;           /* the SendCommand it belongs to */
+    uint64_t sent_at;      /* model time when SendCommand was called */
+    uint64_t confirmed_at; /* model time when it returned OMX_ErrorNone */
+    bool confirmed;        /* SendCommand has returned OMX_ErrorNone */
+    bool all_ports;        /* sent with OMX_ALL */
 };
 
 std::string zvx_seq_describe_command(OMX_COMMANDTYPE command, OMX_U32 param);
@@ -89,6 +90,9 @@ public:
     void note(zvx_seq_fault fault, std::string text);
 
     std::optional<zvx_seq_expected> head() const;
+    /* The head and every command sent while its SendCommand was under way: the component may take any of
+     * them first, as calls from two threads that overlap have no order. */
+    std::vector<zvx_seq_expected> heads() const;
     const std::deque<zvx_seq_expected> &unanswered() const { return expected_; }
     OMX_STATETYPE state() const { return state_; }
     bool state_change_pending() const;

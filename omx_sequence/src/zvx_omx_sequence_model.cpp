@@ -178,10 +178,10 @@ uint64_t zvx_seq_model::command_sending(OMX_COMMANDTYPE command, OMX_U32 param)
     const bool all_ports = zvxp_is_port_command(command) && command != OMX_CommandMarkBuffer && param == OMX_ALL;
     if (all_ports) {
         for (OMX_U32 port = 0; port < PORT_COUNT; ++port) {
-            expected_.push_back({command, port, id, now, false, true});
+            expected_.push_back({command, port, id, now, 0, false, true});
         }
     } else {
-        expected_.push_back({command, param, id, now, false, false});
+        expected_.push_back({command, param, id, now, 0, false, false});
     }
     // A port the client sends a command to is no longer held to what an earlier command left it at.
     for (OMX_U32 port = 0; port < PORT_COUNT; ++port) {
@@ -204,6 +204,7 @@ void zvx_seq_model::command_sent(uint64_t id, OMX_ERRORTYPE result)
         for (zvx_seq_expected &entry : expected_) {
             if (entry.id == id) {
                 entry.confirmed = true;
+                entry.confirmed_at = tick();
             }
         }
         return;
@@ -221,6 +222,18 @@ std::optional<zvx_seq_expected> zvx_seq_model::head() const
         return std::nullopt;
     }
     return expected_.front();
+}
+
+std::vector<zvx_seq_expected> zvx_seq_model::heads() const
+{
+    std::vector<zvx_seq_expected> heads;
+    for (const zvx_seq_expected &entry : expected_) {
+        if (!heads.empty() && heads.front().confirmed && heads.front().confirmed_at < entry.sent_at) {
+            break;
+        }
+        heads.push_back(entry);
+    }
+    return heads;
 }
 
 bool zvx_seq_model::state_change_pending() const
@@ -262,8 +275,14 @@ std::deque<zvx_seq_expected>::iterator zvx_seq_model::take(const std::deque<zvx_
 {
     // A command ahead whose SendCommand has not returned may yet be refused there: only one known to be
     // accepted makes this answer early.
-    const auto ahead =
-        std::find_if(expected_.begin(), found, [](const zvx_seq_expected &entry) { return entry.confirmed; });
+    // Nor does one whose SendCommand returned only after this one's began: calls that overlap, from two
+    // threads, have no order.
+    // The answers of one OMX_ALL come port 0 first.
+    const uint64_t sent_at = found->sent_at;
+    const uint64_t id = found->id;
+    const auto ahead = std::find_if(expected_.begin(), found, [sent_at, id](const zvx_seq_expected &entry) {
+        return entry.id == id || (entry.confirmed && entry.confirmed_at < sent_at);
+    });
     if (ahead != found) {
         violate(zvx_seq_fault::other, zvxp_format("%s answered before %s, which was sent first", answer.c_str(),
                                                   zvx_seq_describe_command(ahead->command, ahead->param).c_str()));
@@ -315,7 +334,7 @@ void zvx_seq_model::on_complete(OMX_U32 command, OMX_U32 param)
         violate(zvx_seq_fault::other, answer + " answers no unanswered command");
         if (command == OMX_CommandStateSet) {
             // The component is where it says, whatever was asked: later checks start from there.
-            completed_state(param, {OMX_CommandStateSet, param, 0, clock_, true, false});
+            completed_state(param, {OMX_CommandStateSet, param, 0, clock_, clock_, true, false});
         }
         return;
     }

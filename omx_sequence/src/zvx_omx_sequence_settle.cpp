@@ -41,39 +41,44 @@ bool zvxp_command(zvx_seq_client &client, OMX_COMMANDTYPE command, OMX_U32 param
     return zvx_seq_settle(client, options);
 }
 
-} // namespace
-
-void zvx_seq_serve_head(zvx_seq_client &client)
+/* Does what the command needs of the client to be answered. */
+void zvxp_serve(zvx_seq_client &client, const zvx_seq_expected &head)
 {
-    const auto head =
-        client.inspect<std::optional<zvx_seq_expected>>([](const zvx_seq_model &model) { return model.head(); });
-    if (!head) {
-        return;
-    }
     const OMX_STATETYPE state = client.inspect<OMX_STATETYPE>([](const zvx_seq_model &model) { return model.state(); });
     const bool loaded = state == OMX_StateLoaded || state == OMX_StateWaitForResources;
-    switch (head->command) {
+    switch (head.command) {
     case OMX_CommandStateSet:
-        if (head->param == OMX_StateIdle && loaded) {
+        if (head.param == OMX_StateIdle && loaded) {
             zvxp_populate(client, zvx_seq_client::INPUT);
             zvxp_populate(client, zvx_seq_client::OUTPUT);
-        } else if (head->param == OMX_StateLoaded && state == OMX_StateIdle) {
+        } else if (head.param == OMX_StateLoaded && state == OMX_StateIdle) {
             zvxp_free_held(client, zvx_seq_client::INPUT);
             zvxp_free_held(client, zvx_seq_client::OUTPUT);
         }
         break;
     case OMX_CommandPortEnable:
-        if (!loaded && state != OMX_StateInvalid && head->param < zvx_seq_model::PORT_COUNT) {
-            zvxp_populate(client, head->param);
+        if (!loaded && state != OMX_StateInvalid && head.param < zvx_seq_model::PORT_COUNT) {
+            zvxp_populate(client, head.param);
         }
         break;
     case OMX_CommandPortDisable:
-        if (head->param < zvx_seq_model::PORT_COUNT) {
-            zvxp_free_held(client, head->param);
+        if (head.param < zvx_seq_model::PORT_COUNT) {
+            zvxp_free_held(client, head.param);
         }
         break;
     default:
         break;
+    }
+}
+
+} // namespace
+
+void zvx_seq_serve_head(zvx_seq_client &client)
+{
+    const auto heads =
+        client.inspect<std::vector<zvx_seq_expected>>([](const zvx_seq_model &model) { return model.heads(); });
+    for (const zvx_seq_expected &head : heads) {
+        zvxp_serve(client, head);
     }
 }
 

@@ -80,6 +80,18 @@ TEST_F(ModelTest, AnswerBeforeEarlierCommandIsOutOfOrder)
     EXPECT_TRUE(flags(model, zvx_seq_fault::other)) << listed(model);
 }
 
+TEST_F(ModelTest, OverlappingSendCommandsFromTwoThreadsHaveNoOrder)
+{
+    // A callback's command starts while another thread's SendCommand has not returned.
+    const uint64_t first = model.command_sending(OMX_CommandFlush, 1);
+    const uint64_t second = model.command_sending(OMX_CommandFlush, 0);
+    model.command_sent(second, OMX_ErrorNone);
+    model.command_sent(first, OMX_ErrorNone);
+    complete(OMX_CommandFlush, 0);
+    complete(OMX_CommandFlush, 1);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+}
+
 TEST_F(ModelTest, AllPortsAnsweredOutputFirstIsOutOfOrder)
 {
     send(OMX_CommandFlush, OMX_ALL);

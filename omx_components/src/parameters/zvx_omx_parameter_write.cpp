@@ -9,6 +9,7 @@
 #include "core/zvx_omx_settings_stores.h"
 #include "parameters/zvx_omx_parameter_read.h"
 #include "session/zvx_omx_session_settings.h"
+#include "state/zvx_omx_state.h"
 #include "settings/zvx_omx_parameter_table.h"
 #include "zvx_omx_buffer_layout.h"
 #include "zvx_omx_common_component.h"
@@ -163,8 +164,18 @@ OMX_ERRORTYPE zvxp_set_port_definition(struct zvx_omx_common_component *comp, OM
                 static_cast<unsigned>(stored->nBufferCountMin));
         return OMX_ErrorBadParameter;
     }
-    // The port would hold more buffers than its count: bPopulated could no longer say what the client has.
-    if (given.nBufferCountActual < zvx_map_size(&comp->ports[port].registered_buffers)) {
+    // Outside Loaded a port still holding buffers is being disabled: its count stays what they were
+    // allocated for. And no port may hold more buffers than its count, or bPopulated could no longer say
+    // what the client has.
+    const size_t held = zvx_map_size(&comp->ports[port].registered_buffers);
+    const OMX_STATETYPE state = zvx_omx_state_get(comp);
+    if (held != 0 && given.nBufferCountActual != stored->nBufferCountActual && state != OMX_StateLoaded &&
+        state != OMX_StateWaitForResources) {
+        ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Buffer count of a port holding buffers. port=%u. (%s:%d)",
+                static_cast<unsigned>(port));
+        return OMX_ErrorIncorrectStateOperation;
+    }
+    if (given.nBufferCountActual < held) {
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Fewer buffers than the port holds. port=%u, count=%u. (%s:%d)",
                 static_cast<unsigned>(port), static_cast<unsigned>(given.nBufferCountActual));
         return OMX_ErrorBadParameter;
