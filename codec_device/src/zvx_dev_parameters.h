@@ -17,9 +17,6 @@ namespace zvx_dev {
 inline constexpr uint32_t INPUT_PORT = 0;
 inline constexpr uint32_t OUTPUT_PORT = 1;
 
-/* Frame memory is allocated in whole macroblocks. */
-Geometry allocation_geometry(const Geometry &picture);
-
 /* Records as the host set them, by index and port (the word after nSize and nVersion). Not locked:
  * its device's lock guards it. */
 class ParameterStore {
@@ -36,7 +33,7 @@ private:
 /* What the session knows of its stream when the host asks. */
 struct StreamFacts {
     bool decoder = true;
-    std::optional<Geometry> announced;
+    std::optional<Announcement> announced;
     uint32_t buffers_needed = 0;
     bool reordering = false;
 };
