@@ -8,6 +8,7 @@
  */
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,12 @@ struct zvx_flow_run_options {
     zvx_dev_script script;
     /* GStreamer's way: the output port disabled until the stream announces itself, then enabled. */
     bool output_disabled_at_start = false;
+    /* Real media in and out instead of the pattern (zvx_omx_flow_media.h); not owned. */
+    zvx_flow_source *source = nullptr;
+    zvx_flow_sink *sink = nullptr;
+    /* Settings made in Loaded after the role and the input port's size (an encoder's rate, key-frame
+     * interval, profile); false, with the problem noted on the client, when one was refused. */
+    std::function<bool(zvx_flow_client &)> configure;
 };
 
 struct zvx_flow_run_result {
