@@ -1,6 +1,9 @@
 #include "zvx_omx_run_stream_sink.h"
 
 #include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <string_view>
 
 namespace {
@@ -39,6 +42,13 @@ bool zvx_run_stream_sink::prepare(const std::string &path, const zvx_av::Encoded
                  " stream goes to .h264/.264 (avc), .h265/.hevc/.265 (hevc) or .ivf (vp8, vp9), not " + path;
         return false;
     }
+    /* Made now, so that a file that cannot be written is refused before the run. */
+    std::FILE *file = std::fopen(path.c_str(), "wb");
+    if (file == nullptr) {
+        *error = "cannot write " + path + ": " + std::strerror(errno);
+        return false;
+    }
+    static_cast<void>(std::fclose(file));
     path_ = path;
     info_ = info;
     return true;
