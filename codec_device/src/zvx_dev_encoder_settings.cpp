@@ -132,6 +132,8 @@ zvx_av::EncoderSettings encoder_settings(zvx_av::Codec codec, const ParameterSto
 {
     zvx_av::EncoderSettings settings;
     settings.codec = codec;
+    settings.low_delay = true;
+    settings.speed = zvx_av::EncoderSpeed::fast;
     const std::optional<zvx_dev_port_definition> input = parameters.port_definition(INPUT_PORT);
     if (input) {
         settings.width = static_cast<int>(std::min<uint32_t>(input->nFrameWidth, INT16_MAX));

@@ -19,6 +19,7 @@ namespace zvx_dev_test {
 namespace {
 
 constexpr int WAIT_MS = 20000;
+constexpr int QUIET_MS = 200;
 constexpr uint32_t OUTPUT_BUFFERS = 6;
 constexpr uint32_t OUTPUT_BUFFER_BYTES = 4 << 20;
 
@@ -106,7 +107,6 @@ DecodeResult decode_through_device(const char *role, const std::vector<DeviceInp
             const zvx_base_buffer_userspace returned = event.buffer();
             if ((returned.zvx_flags & ZVX_DEV_ZVX_FLAG_REJECTED) != 0)
                 ++result.rejected;
-            result.last_output_filled = returned.filled_len > 0;
             if (returned.filled_len > 0) {
                 take_visible(host.data(returned.buffer_id), returned, options.written_as, result.pictures);
                 result.timestamps.push_back(returned.timestamp);
@@ -147,6 +147,9 @@ DecodeResult decode_through_device(const char *role, const std::vector<DeviceInp
             break;
         }
     }
+    // Shuffled input returns may follow the end of stream.
+    for (EmuEvent late = host.next(QUIET_MS); late.code != 0xFFFF; late = host.next(QUIET_MS))
+        result.inputs_back += late.code == ZVX_BASE_EVENT_INPUT ? 1 : 0;
     result.stats = host.stats();
     result.output_definition.nPortIndex = 1;
     zvx_get_parameter(host.fd, OMX_IndexParamPortDefinition, sizeof(result.output_definition),
@@ -220,17 +223,19 @@ EncodeResult encode_through_device(const char *role, const std::vector<std::vect
             ++result.errors;
         } else if (event.code == ZVX_BASE_EVENT_OUTPUT) {
             const zvx_base_buffer_userspace returned = event.buffer();
+            result.ended = (returned.flags & OMX_BUFFERFLAG_EOS) != 0;
             const uint8_t *data = host.data(returned.buffer_id);
             building.bytes.insert(building.bytes.end(), data, data + returned.filled_len);
+            host.queue(1, returned.buffer_id);
+            if (returned.filled_len == 0)
+                continue;
             building.flags |= returned.flags;
             building.timestamp = returned.timestamp;
             ++building.chunks;
-            result.ended = (returned.flags & OMX_BUFFERFLAG_EOS) != 0;
             if ((returned.flags & (OMX_BUFFERFLAG_ENDOFFRAME | OMX_BUFFERFLAG_EOS)) != 0) {
                 result.outputs.push_back(building);
                 building = {};
             }
-            host.queue(1, returned.buffer_id);
         }
     }
     return result;

@@ -41,8 +41,7 @@ struct DecodeResult {
     uint32_t inputs_back = 0;
     uint32_t inputs_sent = 0;
     uint32_t rejected = 0;
-    bool ended = false;              /* an output carried EOS */
-    bool last_output_filled = false; /* the EOS came with a picture */
+    bool ended = false; /* an output carried EOS */
     bool hung = false;
     zvx_dev_stats stats{};
     zvx_dev_port_definition output_definition{}; /* as the device answers at the end */
