@@ -137,6 +137,9 @@ void Device::reset_session_state()
     queued_[OUTPUT_PORT].clear();
     requests_.clear();
     announced_.reset();
+    records_set_.clear();
+    inputs_queued_ = 0;
+    inputs_consumed_ = 0;
     buffers_needed_ = 0;
     reject_stale_ = false;
     rejects_pending_ = 0;
@@ -231,10 +234,8 @@ OMX_ERRORTYPE Device::set_parameter(uint32_t index, uint32_t size, const void *r
     if (closed_)
         return OMX_ErrorHardware;
     const OMX_ERRORTYPE stored = parameters_.set(index, size, record);
-    if (stored == OMX_ErrorNone && engine_ != nullptr) {
-        engine_->parameter_set(index);
-        work_cv_.notify_one();
-    }
+    if (stored == OMX_ErrorNone && engine_ != nullptr)
+        records_set_.push_back({inputs_queued_, index});
     return stored;
 }
 
@@ -283,6 +284,8 @@ void Device::unregister_buffer(zvx_base_buffer_handle_t buffer_id)
     if (found->second.queued) {
         std::erase_if(queued_[found->second.port],
                       [buffer_id](const zvx_base_buffer_details &queued) { return queued.buffer_id == buffer_id; });
+        if (found->second.port == INPUT_PORT)
+            ++inputs_consumed_;
         ++buffers_dropped_;
         ++totals_.buffers_dropped;
     }
@@ -304,6 +307,8 @@ OMX_ERRORTYPE Device::queue_buffer(uint32_t port, const zvx_base_buffer_details 
         return OMX_ErrorIncorrectStateOperation;
     buffer.queued = true;
     queued_[port].push_back(details);
+    if (port == INPUT_PORT)
+        ++inputs_queued_;
     work_cv_.notify_one();
     return OMX_ErrorNone;
 }

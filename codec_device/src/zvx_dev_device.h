@@ -99,6 +99,7 @@ private:
     void produce_picture(const QueuedIterator &output, Picture &picture);
     void produce_bitstream(const QueuedIterator &output, Picture &picture);
     void report_stream_errors();
+    void deliver_records_set_before(uint64_t input);
     void reject_output(const QueuedIterator &output);
     void return_buffer(uint32_t port, const QueuedIterator &queued, const zvx_base_buffer_userspace &returned);
     zvx_base_buffer_userspace returned_descriptor(const zvx_base_buffer_details &details) const;
@@ -141,6 +142,14 @@ private:
     std::array<std::deque<zvx_base_buffer_details>, 2> queued_;
     std::deque<Request> requests_;
     std::unique_ptr<Engine> engine_; /* from create_session to the session's end */
+    /* A record the host set reaches the engine with the first input queued after it. */
+    struct RecordSet {
+        uint64_t from_input;
+        uint32_t index;
+    };
+    std::deque<RecordSet> records_set_;
+    uint64_t inputs_queued_ = 0;   /* by the session */
+    uint64_t inputs_consumed_ = 0; /* by the session, flushed ones included */
     std::optional<Announcement> announced_;
     uint32_t buffers_needed_ = 0;
     bool reject_stale_ = false;

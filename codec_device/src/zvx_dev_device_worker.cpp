@@ -179,6 +179,8 @@ void Device::flush(uint32_t flags)
             return_buffer(port, held, returned);
         }
         if (port == INPUT_PORT) {
+            inputs_consumed_ = inputs_queued_;
+            deliver_records_set_before(inputs_consumed_);
             engine_->flush();
         } else {
             for (auto &[id, buffer] : registered_)
@@ -269,6 +271,7 @@ void Device::consume_input()
     taken.timestamp = input->timestamp;
     taken.flags = input->flags;
     taken.number = next_picture_;
+    deliver_records_set_before(inputs_consumed_++);
     engine_->consume(taken);
     report_stream_errors();
     std::optional<uint32_t> number;
@@ -289,6 +292,14 @@ void Device::consume_input()
         } else {
             ++fault;
         }
+    }
+}
+
+void Device::deliver_records_set_before(uint64_t input)
+{
+    while (!records_set_.empty() && records_set_.front().from_input <= input) {
+        engine_->parameter_set(records_set_.front().index);
+        records_set_.pop_front();
     }
 }
 

@@ -53,6 +53,7 @@ OMX_ERRORTYPE ParameterStore::set(uint32_t index, uint32_t size, const void *rec
     }
     const auto *bytes = static_cast<const uint8_t *>(record);
     records_[{index, port}].assign(bytes, bytes + size);
+    latest_[index].assign(bytes, bytes + size);
     return OMX_ErrorNone;
 }
 
