@@ -27,6 +27,12 @@ struct DecodeCase {
     const char *reference_decoder;
 };
 
+/* Test names say which case; the default printer shows the bytes of the record. */
+void PrintTo(const DecodeCase &decode, std::ostream *out)
+{
+    *out << decode.name;
+}
+
 /* One section of gstomx.conf per decoder role the cases use. */
 void write_config(const std::string &path)
 {
@@ -103,19 +109,18 @@ TEST_P(GStreamerDecode, PicturesAreByteIdenticalToGstLibavs)
     expect_same_pictures(stream, decode, FRAMES * i420_bytes(width, height));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Codecs, GStreamerDecode,
-    ::testing::Values(
-        DecodeCase{"H264WithBFrames", "352x288", "-c:v libx264 -bf 3 -g 12", ".h264", "h264parse", "omxh264dec",
-                   "avdec_h264"},
-        DecodeCase{"H264CroppedFrom368x208", "350x198", "-c:v libx264 -bf 2", ".h264", "h264parse", "omxh264dec",
-                   "avdec_h264"},
-        DecodeCase{"Mpeg2WithBFrames", "352x288", "-c:v mpeg2video -bf 2 -b:v 1M", ".m2v", "mpegvideoparse",
-                   "omxmpeg2videodec", "avdec_mpeg2video"},
-        DecodeCase{"Mpeg4Part2WithBFrames", "352x288", "-c:v mpeg4 -bf 1 -b:v 1M", ".m4v", "mpeg4videoparse",
-                   "omxmpeg4videodec", "avdec_mpeg4"},
-        DecodeCase{"H263", "352x288", "-c:v h263 -b:v 1M", ".263", "h263parse", "omxh263dec", "avdec_h263"}),
-    [](const ::testing::TestParamInfo<DecodeCase> &info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Codecs, GStreamerDecode,
+                         ::testing::Values(DecodeCase{"H264WithBFrames", "352x288", "-c:v libx264 -bf 3 -g 12", ".h264",
+                                                      "h264parse", "omxh264dec", "avdec_h264"},
+                                           DecodeCase{"H264CroppedFrom368x208", "350x198", "-c:v libx264 -bf 2",
+                                                      ".h264", "h264parse", "omxh264dec", "avdec_h264"},
+                                           DecodeCase{"Mpeg2WithBFrames", "352x288", "-c:v mpeg2video -bf 2 -b:v 1M",
+                                                      ".m2v", "mpegvideoparse", "omxmpeg2videodec", "avdec_mpeg2video"},
+                                           DecodeCase{"Mpeg4Part2WithBFrames", "352x288", "-c:v mpeg4 -bf 1 -b:v 1M",
+                                                      ".m4v", "mpeg4videoparse", "omxmpeg4videodec", "avdec_mpeg4"},
+                                           DecodeCase{"H263", "352x288", "-c:v h263 -b:v 1M", ".263", "h263parse",
+                                                      "omxh263dec", "avdec_h263"}),
+                         [](const ::testing::TestParamInfo<DecodeCase> &info) { return std::string(info.param.name); });
 
 // Two elementary streams of different sizes end to end: the decoder announces the new size, GStreamer
 // reconfigures the output port, and not one picture of either part is lost or changed.

@@ -80,6 +80,24 @@ bool zvxp_set_ports(zvx_flow_client &client, const zvx_run_encoder_settings &set
            zvxp_set(client, OMX_IndexParamVideoBitrate, &bitrate, "OMX_IndexParamVideoBitrate");
 }
 
+/* The component's own record of the key-frame interval, for every codec; it goes beside the codec's. */
+bool zvxp_set_intra_period(zvx_flow_client &client, const zvx_run_encoder_settings &settings)
+{
+    if (settings.key_interval == 0) {
+        return true;
+    }
+    const auto index = static_cast<OMX_INDEXTYPE>(OMX_IndexConfigVideoIntraPeriod);
+    auto period = zvx_omx_stamped_record<QURO_CONFIG_INTRAPERIODTYPE>(zvx_flow_client::OUTPUT);
+    client.get_config(index, &period);
+    period.nPFrames = settings.key_interval - 1;
+    period.nBFrames = 0;
+    if (client.set_config(index, &period) == OMX_ErrorNone) {
+        return true;
+    }
+    client.note_problem("OMX_IndexConfigVideoIntraPeriod refused");
+    return false;
+}
+
 bool zvxp_set_avc(zvx_flow_client &client, const zvx_run_encoder_settings &settings)
 {
     auto avc = zvx_omx_stamped_record<OMX_VIDEO_PARAM_AVCTYPE>(zvx_flow_client::OUTPUT);
@@ -143,7 +161,7 @@ bool zvx_run_known_level(const std::string &codec, const std::string &level)
 bool zvx_run_apply_encoder_settings(zvx_flow_client &client, const std::string &codec,
                                     const zvx_run_encoder_settings &settings)
 {
-    if (!zvxp_set_ports(client, settings)) {
+    if (!zvxp_set_ports(client, settings) || !zvxp_set_intra_period(client, settings)) {
         return false;
     }
     if (codec == "avc") {

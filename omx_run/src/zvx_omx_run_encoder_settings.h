@@ -21,7 +21,8 @@ bool zvx_run_known_level(const std::string &codec, const std::string &level);
 
 /* Sets them on the encoder in Loaded as FFmpeg's and GStreamer's clients do: frame rate and colour
  * format on the input port, the rate on the output port and OMX_IndexParamVideoBitrate, and the
- * codec's own record for the key-frame interval, profile and level. False, with the problem noted on
+ * codec's own record for the key-frame interval, profile and level; the interval also in the
+ * component's codec-neutral intra-period record. False, with the problem noted on
  * the client, when the component refused one. */
 bool zvx_run_apply_encoder_settings(zvx_flow_client &client, const std::string &codec,
                                     const zvx_run_encoder_settings &settings);

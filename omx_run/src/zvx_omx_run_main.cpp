@@ -6,6 +6,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include "zvx_omx_log.h"
 #include "zvx_omx_run_media.h"
 #include "zvx_omx_run_options.h"
@@ -53,6 +57,8 @@ int main(int argc, char **argv)
     if (std::getenv("ZVX_LOG_CONFIGURE") == nullptr) {
         zvx_log_omx_if.severity = ZVX_LOG_PANIC;
     }
+    /* The device's codecs note every stream's settings; only their errors matter here. */
+    av_log_set_level(AV_LOG_ERROR);
 
     const bool progress_shown = options.progress && isatty(STDERR_FILENO) != 0;
     const bool on_media = !options.input_path.empty();

@@ -1,5 +1,7 @@
 #include "zvx_omx_run_picture_layout.h"
 
+#include <OMX_IVCommon.h>
+
 #include "zvx_omx_extensions.h"
 
 namespace {
@@ -20,8 +22,13 @@ std::optional<zvx_av::ColourFormat> zvxp_colour_format(OMX_U32 colour_format)
         return zvx_av::ColourFormat::nv21;
     case QURO_COLOR_FormatYV12:
         return zvx_av::ColourFormat::yv12;
-    case OMX_COLOR_FormatL4: /* and 10-bit 4:2:0 so: semi-planar, the bits at the top of each word */
+    case OMX_COLOR_FormatYUV420Planar16:
+        return zvx_av::ColourFormat::i420_10;
+    /* The device writes ten-bit pictures semi-planar, the bits at the top of each word, under the
+     * packed formats' names too. */
     case QURO_COLOR_FormatYUV420_10b_MS:
+    case QURO_COLOR_FormatYUYAAYVYAA_10b:
+    case QURO_COLOR_FormatAAYUYAAYVY_10b:
         return zvx_av::ColourFormat::p010;
     default:
         return std::nullopt;

@@ -37,6 +37,12 @@ struct DecodeCase {
     const char *pixel_format; /* what zvx_omx_run writes: I420, or 16-bit samples for ten-bit pictures */
 };
 
+/* Test names say which case; the default printer shows the bytes of the record. */
+void PrintTo(const DecodeCase &decode, std::ostream *out)
+{
+    *out << decode.name;
+}
+
 class RunDecode : public ::testing::TestWithParam<DecodeCase> {};
 
 TEST_P(RunDecode, PicturesAreByteIdenticalToFFmpegsDecode)
@@ -50,8 +56,7 @@ TEST_P(RunDecode, PicturesAreByteIdenticalToFFmpegsDecode)
     const CommandResult run = run_program("--input=" + stream + " --output=" + out);
     EXPECT_EQ(run.status, 0) << run.output;
     zvx_client::expect_clean(run);
-    EXPECT_NE(run.output.find("\noutput:  " + std::to_string(ZVXP_DECODE_FRAMES) + " pictures to "),
-              std::string::npos)
+    EXPECT_NE(run.output.find("\noutput:  " + std::to_string(ZVXP_DECODE_FRAMES) + " pictures to "), std::string::npos)
         << run.output;
 
     const std::vector<uint8_t> expected = zvx_client::ffmpeg_decode(stream, decode.pixel_format);
@@ -65,8 +70,8 @@ TEST_P(RunDecode, PicturesAreByteIdenticalToFFmpegsDecode)
 INSTANTIATE_TEST_SUITE_P(
     Codecs, RunDecode,
     ::testing::Values(
-        DecodeCase{"Hevc8BitCroppedFrom352x200", "350x198", "-c:v libx265 -x265-params log-level=error -bf 3",
-                   ".hevc", "yuv420p"},
+        DecodeCase{"Hevc8BitCroppedFrom352x200", "350x198", "-c:v libx265 -x265-params log-level=error -bf 3", ".hevc",
+                   "yuv420p"},
         DecodeCase{"Hevc10Bit", "352x288", "-c:v libx265 -x265-params log-level=error -pix_fmt yuv420p10le", ".hevc",
                    "yuv420p10le"},
         DecodeCase{"Vp8", "352x288", "-c:v libvpx -b:v 1M", ".ivf", "yuv420p"},
@@ -79,6 +84,11 @@ struct EncodeCase {
     const char *extension;
 };
 
+void PrintTo(const EncodeCase &encode, std::ostream *out)
+{
+    *out << encode.codec;
+}
+
 class RunEncode : public ::testing::TestWithParam<EncodeCase> {};
 
 // Ten seconds of CIF at 1 Mbit/s with a key frame every 50 pictures and one more asked for at picture
@@ -90,10 +100,10 @@ TEST_P(RunEncode, TenSecondsOfCifDecodeWellAtTheBitrateWithKeyFramesWhereAsked)
     ASSERT_FALSE(pictures.empty());
     const zvx_client::TempFolder folder;
     const std::string stream = folder.file(std::string("out") + encode.extension);
-    const CommandResult run = run_program("--encode --codec=" + std::string(encode.codec) + " --input=" + pictures +
-                                          " --output=" + stream + " --bitrate=1000000 --keyint=" +
-                                          std::to_string(ZVXP_KEY_INTERVAL) +
-                                          " --key-at=" + std::to_string(ZVXP_KEY_ASKED));
+    const CommandResult run =
+        run_program("--encode --codec=" + std::string(encode.codec) + " --input=" + pictures + " --output=" + stream +
+                    " --bitrate=1000000 --keyint=" + std::to_string(ZVXP_KEY_INTERVAL) +
+                    " --key-at=" + std::to_string(ZVXP_KEY_ASKED));
     ASSERT_EQ(run.status, 0) << run.output;
     zvx_client::expect_clean(run);
 
@@ -119,7 +129,9 @@ TEST_P(RunEncode, TenSecondsOfCifDecodeWellAtTheBitrateWithKeyFramesWhereAsked)
 INSTANTIATE_TEST_SUITE_P(Codecs, RunEncode,
                          ::testing::Values(EncodeCase{"hevc", ".hevc"}, EncodeCase{"vp8", ".ivf"},
                                            EncodeCase{"vp9", ".ivf"}),
-                         [](const ::testing::TestParamInfo<EncodeCase> &info) { return std::string(info.param.codec); });
+                         [](const ::testing::TestParamInfo<EncodeCase> &info) {
+                             return std::string(info.param.codec);
+                         });
 
 // A bitrate lowered through SetConfig halfway: the second half of the stream is encoded at the new rate.
 TEST(RunEncodeChange, BitrateLoweredMidStreamTakesEffect)
@@ -129,9 +141,9 @@ TEST(RunEncodeChange, BitrateLoweredMidStreamTakesEffect)
     const zvx_client::TempFolder folder;
     const std::string stream = folder.file("out.h264");
     constexpr int HALF = ZVXP_ENCODE_FRAMES / 2;
-    const CommandResult run = run_program("--encode --input=" + pictures + " --output=" + stream +
-                                          " --bitrate=1000000 --rate-control=cbr --keyint=50 --bitrate-at=" +
-                                          std::to_string(HALF) + ":300000");
+    const CommandResult run = run_program(
+        "--encode --input=" + pictures + " --output=" + stream +
+        " --bitrate=1000000 --rate-control=cbr --keyint=50 --bitrate-at=" + std::to_string(HALF) + ":300000");
     ASSERT_EQ(run.status, 0) << run.output;
     const zvx_client::EncodedFacts facts = zvx_client::probe_encoded(stream);
     ASSERT_EQ(facts.pictures_decoded, static_cast<size_t>(ZVXP_ENCODE_FRAMES));

@@ -121,8 +121,8 @@ TEST_F(RunOnFiles, RawPicturesTakeTheirSizeFromTheCommandLineAndFramesLimitTheRu
 TEST_F(RunOnFiles, FilesThatDoNotSuitTheRunAreRefusedWithStatusTwo)
 {
     const std::string pictures = make("in.y4m", "176x144", "-pix_fmt yuv420p");
-    const ProgramRun wrong_extension = run_on_pattern("--encode --codec=hevc --input=" + pictures +
-                                                      " --output=" + file("out.ivf"));
+    const ProgramRun wrong_extension =
+        run_on_pattern("--encode --codec=hevc --input=" + pictures + " --output=" + file("out.ivf"));
     EXPECT_EQ(wrong_extension.exit_status, 2) << wrong_extension.output;
     EXPECT_NE(wrong_extension.output.find("an encoded hevc stream goes to"), std::string::npos);
 

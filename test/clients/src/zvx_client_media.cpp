@@ -59,8 +59,8 @@ std::string made_with_ffmpeg(const std::string &name, const std::string &argumen
 std::string test_stream(const std::string &size, int frames, const std::string &encode, const std::string &extension)
 {
     return made_with_ffmpeg("stream_" + size_name(size) + "_" + std::to_string(frames) + extension,
-                            "-f lavfi -i testsrc2=size=" + size + ":rate=25 -frames:v " + std::to_string(frames) +
-                                " " + encode);
+                            "-f lavfi -i testsrc2=size=" + size + ":rate=25 -frames:v " + std::to_string(frames) + " " +
+                                encode);
 }
 
 std::string test_pictures(const std::string &size, int frames, const std::string &extension)
@@ -91,8 +91,9 @@ std::vector<uint8_t> ffmpeg_decode(const std::string &path, const std::string &p
 {
     const TempFolder folder;
     const std::string out = folder.file("reference.yuv");
-    const CommandResult decoded = run_command("ffmpeg -nostdin -y -v error -i " + path +
-                                              " -fps_mode passthrough -f rawvideo -pix_fmt " + pixel_format + " " + out);
+    const CommandResult decoded =
+        run_command("ffmpeg -nostdin -y -v error -i " + path + " -fps_mode passthrough -f rawvideo -pix_fmt " +
+                    pixel_format + " " + out);
     return decoded.status == 0 ? read_file(out) : std::vector<uint8_t>{};
 }
 
@@ -105,7 +106,8 @@ EncodedFacts probe_encoded(const std::string &path)
     facts.decodes = probed.status == 0 && probed.output.find("rror") == std::string::npos;
     std::istringstream lines(probed.output);
     std::string line;
-    static const std::regex frame(R"(^\s*(\d+),(\d+)\s*$)");
+    /* A frame with side data ends its line with a comma. */
+    static const std::regex frame(R"(^\s*(\d+),(\d+),?\s*$)");
     while (std::getline(lines, line)) {
         std::smatch match;
         if (!std::regex_match(line, match, frame)) {
