@@ -164,6 +164,10 @@ bool zvx_run_apply_encoder_settings(zvx_flow_client &client, const std::string &
     if (!zvxp_set_ports(client, settings) || !zvxp_set_intra_period(client, settings)) {
         return false;
     }
+    /* The codec's record is left as the component has it unless something in it is asked for. */
+    if (settings.key_interval == 0 && settings.profile.empty() && settings.level.empty()) {
+        return true;
+    }
     if (codec == "avc") {
         return zvxp_set_avc(client, settings);
     }

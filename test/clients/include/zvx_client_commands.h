@@ -34,7 +34,8 @@ bool program_exists(const std::string &name);
 CommandResult run_command(const std::string &command, int seconds = 240, const char *signal = "TERM");
 
 /* A client program as it runs under test: with the sanitizer runtime the core needs preloaded, and
- * leaks reported without changing its exit status (the client's own are not ours to judge);
+ * leaks reported without changing its exit status (the client's own are not ours to judge) and those
+ * of the libraries the project's suppressions name left out;
  * `environment` is put in front ("NAME=value ..."). */
 std::string client_command(const std::string &preload, const std::string &environment, const std::string &program);
 

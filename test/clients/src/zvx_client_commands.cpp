@@ -83,7 +83,8 @@ std::string client_command(const std::string &preload, const std::string &enviro
 {
     std::string prefix = "env " + environment;
     if (!preload.empty()) {
-        prefix += " LD_PRELOAD=" + preload + " ASAN_OPTIONS=detect_leaks=1 LSAN_OPTIONS=exitcode=0";
+        prefix += " LD_PRELOAD=" + preload +
+                  " ASAN_OPTIONS=detect_leaks=1 LSAN_OPTIONS=exitcode=0:suppressions=" + ZVX_LSAN_SUPPRESSIONS;
     }
     return prefix + " " + program;
 }
