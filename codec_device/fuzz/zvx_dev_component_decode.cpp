@@ -95,8 +95,7 @@ bool zvxp_to_loaded(zvx_flow_client &client, Feeder &feeder)
 } // namespace
 
 zvx_dev_component_decode zvx_dev_decode_through_component(const std::string &codec, std::span<const uint8_t> bytes,
-                                                          size_t piece, OMX_U32 flags,
-                                                          std::chrono::milliseconds limit)
+                                                          size_t piece, OMX_U32 flags, std::chrono::milliseconds limit)
 {
     zvx_dev_component_decode result;
     zvx_flow_run_options options;

@@ -16,7 +16,7 @@
 
 struct zvx_dev_component_decode {
     bool reached_executing = false;
-    bool ended = false;  /* an output carried EOS */
+    bool ended = false;   /* an output carried EOS */
     bool stopped = false; /* back in Loaded with every buffer freed */
     uint32_t pictures = 0;
     OMX_PARAM_PORTDEFINITIONTYPE output{}; /* the output port as the client read it at the end */
@@ -25,7 +25,6 @@ struct zvx_dev_component_decode {
 
 /* Buffers of at most `piece` bytes, each with `flags`; the last one adds OMX_BUFFERFLAG_EOS. */
 zvx_dev_component_decode zvx_dev_decode_through_component(const std::string &codec, std::span<const uint8_t> bytes,
-                                                          size_t piece, OMX_U32 flags,
-                                                          std::chrono::milliseconds limit);
+                                                          size_t piece, OMX_U32 flags, std::chrono::milliseconds limit);
 
 #endif

@@ -11,7 +11,8 @@
 
 namespace {
 
-constexpr std::array<const char *, 9> ZVXP_CODECS = {"avc", "hevc", "vp8", "vp9", "mpeg2", "mpeg4", "h263", "vc1", "rv"};
+constexpr std::array<const char *, 9> ZVXP_CODECS = {"avc",   "hevc", "vp8", "vp9", "mpeg2",
+                                                     "mpeg4", "h263", "vc1", "rv"};
 /* Bounds one input's run: a stream that has not ended by then has hung. */
 constexpr std::chrono::seconds ZVXP_RUN_LIMIT{20};
 constexpr size_t ZVXP_PIECE_STEP = 61;
@@ -35,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const OMX_U32 flags = (data[1] & 1) != 0 ? OMX_U32{OMX_BUFFERFLAG_ENDOFFRAME} : OMX_U32{0};
     const zvx_dev_component_decode run = zvx_dev_decode_through_component(
         ZVXP_CODECS[data[0] % ZVXP_CODECS.size()], {data + 2, size - 2}, piece, flags, ZVXP_RUN_LIMIT);
-    const char *finding = !run.reached_executing ? "the decoder did not reach Executing"
+    const char *finding = !run.reached_executing  ? "the decoder did not reach Executing"
                           : !run.ended            ? "the end of stream never came out"
                           : !run.stopped          ? "the decoder did not get back to Loaded"
                           : !run.problems.empty() ? run.problems.front().c_str()
