@@ -16,11 +16,11 @@ constexpr uint32_t ZVXP_Q16_ONE = 1u << 16;
 constexpr int ZVXP_DEFAULT_FRAME_RATE = 30;
 
 /* OpenMAX levels are one bit each, in ascending order. */
-constexpr std::array<const char *, 17> ZVXP_AVC_LEVELS = {"1",   "1b", "1.1", "1.2", "1.3", "2",   "2.1", "2.2", "3",
-                                                          "3.1", "3.2", "4",  "4.1", "4.2", "5",   "5.1", "5.2"};
+constexpr std::array<const char *, 17> ZVXP_AVC_LEVELS = {"1",   "1b",  "1.1", "1.2", "1.3", "2", "2.1", "2.2", "3",
+                                                          "3.1", "3.2", "4",   "4.1", "4.2", "5", "5.1", "5.2"};
 /* Two bits a level: main tier, then high tier. */
-constexpr std::array<const char *, 13> ZVXP_HEVC_LEVELS = {"1",   "2", "2.1", "3",   "3.1", "4",  "4.1",
-                                                           "5",   "5.1", "5.2", "6", "6.1", "6.2"};
+constexpr std::array<const char *, 13> ZVXP_HEVC_LEVELS = {"1", "2",   "2.1", "3", "3.1", "4",  "4.1",
+                                                           "5", "5.1", "5.2", "6", "6.1", "6.2"};
 
 template <size_t N>
 const char *zvxp_level_name(const std::array<const char *, N> &names, uint32_t level, int bits_per_level)

@@ -43,8 +43,8 @@ struct StreamError {
     std::string message;
 };
 
-/* The codec a device drives: input buffers in, stream items out in output order. The device calls it
- * only with its lock held, from the worker or, for set records, from the host's thread. */
+/* The codec a device drives: input buffers in, stream items out in output order. Only the device's
+ * worker calls it, with the device's lock held. */
 class Engine {
 public:
     Engine() = default;
@@ -69,7 +69,7 @@ public:
     virtual uint32_t bitstream_length(const Picture &picture) const = 0;
     virtual void write_bitstream(const Picture &picture, uint32_t position, std::span<uint8_t> memory) const = 0;
 
-    /* The host set a record; a running codec takes what it can of it now. */
+    /* The host set a record before the input now being taken; a running codec takes what it can of it. */
     virtual void parameter_set(uint32_t index) { (void)index; }
     /* The device's script changed. */
     virtual void script_changed() {}

@@ -100,8 +100,8 @@ void LibavEncodeEngine::take_packets()
     while (std::optional<zvx_av::EncodedPacket> packet = encoder_.receive()) {
         Picture picture;
         picture.number = packets_++;
-        picture.timestamp = packet->timestamp_us != zvx_av::no_timestamp ? static_cast<uint64_t>(packet->timestamp_us)
-                                                                         : 0;
+        picture.timestamp =
+            packet->timestamp_us != zvx_av::no_timestamp ? static_cast<uint64_t>(packet->timestamp_us) : 0;
         picture.geometry = geometry_;
         picture.key = packet->key;
         const std::span<const uint8_t> bytes = packet->data();

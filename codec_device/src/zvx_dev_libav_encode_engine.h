@@ -22,7 +22,10 @@ public:
     void pop_front() override;
     size_t pictures_in_flight() const override;
     void flush() override;
-    std::optional<WrittenPicture> write_picture(const Picture &, const PictureTarget &) override { return std::nullopt; }
+    std::optional<WrittenPicture> write_picture(const Picture &, const PictureTarget &) override
+    {
+        return std::nullopt;
+    }
     uint32_t bitstream_length(const Picture &picture) const override;
     void write_bitstream(const Picture &picture, uint32_t position, std::span<uint8_t> memory) const override;
     void parameter_set(uint32_t index) override;

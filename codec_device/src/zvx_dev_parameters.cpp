@@ -101,7 +101,9 @@ zvx_dev_port_definition answer_port_definition(const ParameterStore &store, uint
     definition.nBufferCountActual = std::max(definition.nBufferCountActual, definition.nBufferCountMin);
     const zvx_dev_picture_layout layout = zvx_dev_layout_picture(definition.eColorFormat, frame.width, frame.height,
                                                                  definition.nStride, definition.nSliceHeight);
-    definition.nBufferSize = std::max(definition.nBufferSize, layout.total_bytes);
+    // Samples deeper than 8 bits take two bytes each.
+    const uint32_t sample_bytes = facts.announced->bit_depth > 8 ? 2 : 1;
+    definition.nBufferSize = std::max(definition.nBufferSize, layout.total_bytes * sample_bytes);
     return definition;
 }
 

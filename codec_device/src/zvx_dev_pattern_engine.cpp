@@ -55,8 +55,7 @@ void PatternEngine::consume(const EngineInput &input)
         picture.timestamp = input.timestamp;
         zvx_dev_report report;
         picture.geometry = geometry_of_next_picture(input.number, &report);
-        picture.key =
-            !setting_.decoder && picture.number % std::max<uint32_t>(setting_.script.key_interval, 1) == 0;
+        picture.key = !setting_.decoder && picture.number % std::max<uint32_t>(setting_.script.key_interval, 1) == 0;
         stream_.add_picture(picture, report);
         started_ = true;
     }

@@ -111,7 +111,8 @@ TEST_P(LibavDecodeMatchesFfmpeg, AccessUnitsAndChunks)
 
     if (!stream.chunks)
         return;
-    const DecodeResult chunked = decode_through_device(stream.role, chunks_of(zvx_av_test::read_file(path), 700), options);
+    const DecodeResult chunked =
+        decode_through_device(stream.role, chunks_of(zvx_av_test::read_file(path), 700), options);
     EXPECT_TRUE(chunked.ended);
     EXPECT_EQ(chunked.timestamps.size(), size_t{FRAMES});
     EXPECT_TRUE(chunked.pictures == reference) << "arbitrary chunks";
@@ -130,7 +131,8 @@ TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithT
                                          "-colorspace bt709 -color_range tv"));
     const std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, path, "nv12");
     const std::vector<DeviceInput> inputs = access_units(path, true);
-    ASSERT_EQ(inputs.front().flags, uint32_t{OMX_BUFFERFLAG_CODECCONFIG}) << "a container keeps the configuration apart";
+    ASSERT_EQ(inputs.front().flags, uint32_t{OMX_BUFFERFLAG_CODECCONFIG})
+        << "a container keeps the configuration apart";
 
     const DecodeResult result = decode_through_device("video_decoder.avc", inputs);
     EXPECT_TRUE(result.pictures == reference);
@@ -177,8 +179,8 @@ TEST_F(LibavDecode, TwoStreamsOfDifferentSizesJoinedLoseNoPictureAcrossTheChange
     ASSERT_TRUE(zvx_av_test::write_file(joined_path, joined));
 
     for (const bool framed : {true, false}) {
-        const DecodeResult result = decode_through_device(
-            "video_decoder.avc", framed ? access_units(joined_path) : chunks_of(joined, 900));
+        const DecodeResult result =
+            decode_through_device("video_decoder.avc", framed ? access_units(joined_path) : chunks_of(joined, 900));
         EXPECT_EQ(result.timestamps.size(), 40u) << (framed ? "framed" : "chunked");
         EXPECT_TRUE(result.pictures == reference) << (framed ? "framed" : "chunked");
         ASSERT_EQ(result.allocations.size(), 2u);
@@ -204,8 +206,8 @@ TEST_F(LibavDecode, FlushMidStreamDropsWhatIsHeldAndTheStreamGoesOnFromAKeyFrame
     ASSERT_GE(result.timestamps.size(), 15u);
     ASSERT_LE(result.timestamps.size(), 30u);
     const size_t before_flush = result.timestamps.size() - 10;
-    EXPECT_TRUE(std::equal(result.pictures.begin(), result.pictures.begin() + before_flush * picture_bytes,
-                           reference.begin()))
+    EXPECT_TRUE(
+        std::equal(result.pictures.begin(), result.pictures.begin() + before_flush * picture_bytes, reference.begin()))
         << "pictures before the flush";
     EXPECT_TRUE(std::equal(result.pictures.end() - 10 * picture_bytes, result.pictures.end(),
                            reference.end() - 10 * picture_bytes))
