@@ -26,8 +26,9 @@ has_gst=0 has_avdec=0 has_ffmpeg=0 has_h264_omx=0 has_x264=0
 command -v gst-launch-1.0 >/dev/null && gst-inspect-1.0 h264parse >/dev/null 2>&1 && has_gst=1
 ((has_gst)) && gst-inspect-1.0 avdec_h264 >/dev/null 2>&1 && has_avdec=1
 command -v ffmpeg >/dev/null && has_ffmpeg=1
-((has_ffmpeg)) && ffmpeg -hide_banner -encoders 2>/dev/null | grep -q ' h264_omx ' && has_h264_omx=1
-((has_ffmpeg)) && ffmpeg -hide_banner -encoders 2>/dev/null | grep -q ' libx264 ' && has_x264=1
+encoders=$( ((has_ffmpeg)) && ffmpeg -hide_banner -encoders 2>/dev/null || true)
+[[ $encoders == *" h264_omx "* ]] && has_h264_omx=1
+[[ $encoders == *" libx264 "* ]] && has_x264=1
 if ((!has_ffmpeg || !has_x264)); then
   echo "pipelines: ffmpeg with libx264 is needed to make the stream (scripts/setup.sh installs it)" >&2
   exit 1
@@ -68,29 +69,35 @@ pairs=()
 pairs+=("zvx_omx_run ffmpeg_decode")
 ((has_h264_omx)) && pairs+=("h264_omx libx264")
 
-# A side that stops early would look fast: each must first deliver every frame.
+# A side that stops early would look fast: each must first deliver every frame, within two minutes.
+limit="timeout -k 10 120"
 frames_of() {
   case $1 in
-    omxh264dec | avdec_h264) ${side[$1]/fakesink/fakesink silent=false} -v 2>&1 | grep -c 'chain .*(fakesink0:sink)' || true ;;
-    zvx_omx_run) ${side[$1]} | sed -n 's/^frames: *[0-9]* sent, \([0-9]*\) out$/\1/p' ;;
-    *) ${side[$1]/-v error/-v info} -stats 2>&1 | tr '\r' '\n' | sed -n 's/^frame= *\([0-9]*\).*/\1/p' | tail -1 ;;
+    omxh264dec | avdec_h264) $limit ${side[$1]/fakesink/fakesink silent=false} -v 2>&1 | grep -c 'chain .*(fakesink0:sink)' || true ;;
+    zvx_omx_run) $limit ${side[$1]} | sed -n 's/^frames: *[0-9]* sent, \([0-9]*\) out$/\1/p' || true ;;
+    *) $limit ${side[$1]/-v error/-v info} -stats 2>&1 | tr '\r' '\n' | sed -n 's/^frame= *\([0-9]*\).*/\1/p' | tail -1 || true ;;
   esac
 }
+# A pair whose either side falls short is reported and left out of the timings.
+measured=()
 for pair in "${pairs[@]}"; do
+  whole=1
   for name in $pair; do
     delivered=$(frames_of "$name")
     if [[ "$delivered" != "$frames" ]]; then
-      echo "pipelines: $name delivered ${delivered:-no} frames of $frames" >&2
-      exit 1
+      echo "pipelines: $name delivered ${delivered:-no} frames of $frames; its pair is left out"
+      whole=0
     fi
   done
+  ((whole)) && measured+=("$pair")
 done
+pairs=("${measured[@]}")
 
 # One line per run in $work/<side>: wall seconds and peak resident kilobytes.
 for ((run = 0; run < runs; run++)); do
   for pair in "${pairs[@]}"; do
     for name in $pair; do
-      /usr/bin/time -f "%e %M" -a -o "$work/$name" ${side[$name]} >/dev/null 2>&1
+      $limit /usr/bin/time -f "%e %M" -a -o "$work/$name" ${side[$name]} >/dev/null 2>&1 || true
     done
   done
 done
