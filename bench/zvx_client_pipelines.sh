@@ -4,8 +4,8 @@
 #   decode  300 frames of 1080p H.264 with B-frames (made by x264 here): gst-launch omxh264dec beside
 #           avdec_h264 into fakesink, and zvx_omx_run --input beside ffmpeg -f null; frames per second
 #           and peak resident memory of each;
-#   encode  300 frames of 1080p through FFmpeg's h264_omx beside libx264, same preset (the device's
-#           medium) and bitrate; frames per second.
+#   encode  300 frames of 1080p through FFmpeg's h264_omx beside libx264 at the device's preset and tune
+#           (veryfast, zerolatency) and the same bitrate; frames per second and peak memory.
 # Each decoder runs with libavcodec's automatic thread count, as the device's does. Prints the median
 # of RUNS runs (default 3, alternating within a pair) and a ratio line per pair. A peer whose package
 # is missing is left out, and the script says so.
@@ -62,7 +62,7 @@ declare -A side=(
   [zvx_omx_run]="$run_program --no-progress --input=$stream"
   [ffmpeg_decode]="ffmpeg -nostdin -v error -threads 0 -i $stream -f null -"
   [h264_omx]="ffmpeg -nostdin -v error ${source_pictures[*]} -c:v h264_omx -omx_libname $core -b:v $bitrate -f null -"
-  [libx264]="ffmpeg -nostdin -v error ${source_pictures[*]} -c:v libx264 -preset medium -b:v $bitrate -f null -"
+  [libx264]="ffmpeg -nostdin -v error ${source_pictures[*]} -c:v libx264 -preset veryfast -tune zerolatency -b:v $bitrate -f null -"
 )
 pairs=()
 ((has_gst && has_avdec)) && pairs+=("omxh264dec avdec_h264")
@@ -73,7 +73,7 @@ pairs+=("zvx_omx_run ffmpeg_decode")
 limit="timeout -k 10 120"
 frames_of() {
   case $1 in
-    omxh264dec | avdec_h264) $limit ${side[$1]/fakesink/fakesink silent=false} -v 2>&1 | grep -c 'chain .*(fakesink0:sink)' || true ;;
+    omxh264dec | avdec_h264) $limit ${side[$1]/-q/-v} silent=false 2>&1 | grep -c 'chain .*(fakesink0:sink)' || true ;;
     zvx_omx_run) $limit ${side[$1]} | sed -n 's/^frames: *[0-9]* sent, \([0-9]*\) out$/\1/p' || true ;;
     *) $limit ${side[$1]/-v error/-v info} -stats 2>&1 | tr '\r' '\n' | sed -n 's/^frame= *\([0-9]*\).*/\1/p' | tail -1 || true ;;
   esac

@@ -1,5 +1,6 @@
 #include "zvx_omx_run_stream_sink.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -25,12 +26,9 @@ constexpr std::array<zvxp_extension, 7> ZVXP_EXTENSIONS = {{
 
 bool zvxp_suits(const std::string &path, zvx_av::Codec codec)
 {
-    for (const zvxp_extension &entry : ZVXP_EXTENSIONS) {
-        if (entry.codec == codec && path.ends_with(entry.extension)) {
-            return true;
-        }
-    }
-    return false;
+    return std::ranges::any_of(ZVXP_EXTENSIONS, [&](const zvxp_extension &entry) {
+        return entry.codec == codec && path.ends_with(entry.extension);
+    });
 }
 
 } // namespace

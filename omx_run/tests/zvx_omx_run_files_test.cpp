@@ -63,7 +63,7 @@ protected:
     /* 20 pictures of a test pattern encoded by ffmpeg with `encode`, into a file named `name`. */
     std::string make(const std::string &name, const std::string &size, const std::string &encode)
     {
-        const std::string path = file(name);
+        std::string path = file(name);
         const ProgramRun made = run_shell("ffmpeg -nostdin -y -v error -f lavfi -i testsrc2=size=" + size +
                                           ":rate=25 -frames:v 20 " + encode + " " + path);
         EXPECT_EQ(made.exit_status, 0) << made.output;
