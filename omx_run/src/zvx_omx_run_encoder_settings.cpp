@@ -75,9 +75,19 @@ bool zvxp_set_ports(zvx_flow_client &client, const zvx_run_encoder_settings &set
     auto bitrate = zvx_omx_stamped_record<OMX_VIDEO_PARAM_BITRATETYPE>(zvx_flow_client::OUTPUT);
     bitrate.eControlRate = settings.constant_bitrate ? OMX_Video_ControlRateConstant : OMX_Video_ControlRateVariable;
     bitrate.nTargetBitrate = settings.bitrate;
-    return zvxp_set(client, OMX_IndexParamPortDefinition, &input, "the input port's frame rate and colour format") &&
-           zvxp_set(client, OMX_IndexParamPortDefinition, &output, "the output port's bitrate") &&
-           zvxp_set(client, OMX_IndexParamVideoBitrate, &bitrate, "OMX_IndexParamVideoBitrate");
+    /* The rate the encoder spends its bits over, also as the config a client changes mid-stream. */
+    auto frame_rate = zvx_omx_stamped_record<OMX_CONFIG_FRAMERATETYPE>(zvx_flow_client::OUTPUT);
+    frame_rate.xEncodeFramerate = settings.frame_rate << ZVXP_Q16;
+    if (!zvxp_set(client, OMX_IndexParamPortDefinition, &input, "the input port's frame rate and colour format") ||
+        !zvxp_set(client, OMX_IndexParamPortDefinition, &output, "the output port's bitrate") ||
+        !zvxp_set(client, OMX_IndexParamVideoBitrate, &bitrate, "OMX_IndexParamVideoBitrate")) {
+        return false;
+    }
+    if (client.set_config(OMX_IndexConfigVideoFramerate, &frame_rate) != OMX_ErrorNone) {
+        client.note_problem("OMX_IndexConfigVideoFramerate refused");
+        return false;
+    }
+    return true;
 }
 
 /* The component's own record of the key-frame interval, for every codec; it goes beside the codec's. */

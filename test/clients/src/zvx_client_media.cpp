@@ -136,10 +136,10 @@ double bitrate_of(const EncodedFacts &facts, size_t first, size_t last, double f
 
 double luma_psnr(const std::string &encoded, const std::string &raw_pictures)
 {
-    /* Picture by picture, whatever rate an elementary stream is read at. */
-    const CommandResult compared =
-        run_command("ffmpeg -nostdin -nostats -v info -i " + encoded + " -i " + raw_pictures +
-                    " -lavfi \"[0:v]setpts=N[encoded];[1:v]setpts=N[raw];[encoded][raw]psnr\" -f null -");
+    /* Picture by picture on one time base, whatever rate an elementary stream is read at. */
+    const CommandResult compared = run_command(
+        "ffmpeg -nostdin -nostats -v info -i " + encoded + " -i " + raw_pictures +
+        " -lavfi \"[0:v]settb=1/25,setpts=N[encoded];[1:v]settb=1/25,setpts=N[raw];[encoded][raw]psnr\" -f null -");
     static const std::regex average(R"(PSNR y:([0-9.]+|inf))");
     std::smatch match;
     if (compared.status != 0 || !std::regex_search(compared.output, match, average)) {
