@@ -92,7 +92,8 @@ void PrintTo(const EncodeCase &encode, std::ostream *out)
 class RunEncode : public ::testing::TestWithParam<EncodeCase> {};
 
 // Ten seconds of CIF at 1 Mbit/s with a key frame every 50 pictures and one more asked for at picture
-// 30 in the middle of the stream.
+// 30 in the middle of the stream. Constant bitrate: a variable one may rightly spend less on a test
+// pattern (libvpx's VP9 does, by a third).
 TEST_P(RunEncode, TenSecondsOfCifDecodeWellAtTheBitrateWithKeyFramesWhereAsked)
 {
     const EncodeCase &encode = GetParam();
@@ -102,7 +103,7 @@ TEST_P(RunEncode, TenSecondsOfCifDecodeWellAtTheBitrateWithKeyFramesWhereAsked)
     const std::string stream = folder.file(std::string("out") + encode.extension);
     const CommandResult run =
         run_program("--encode --codec=" + std::string(encode.codec) + " --input=" + pictures + " --output=" + stream +
-                    " --bitrate=1000000 --keyint=" + std::to_string(ZVXP_KEY_INTERVAL) +
+                    " --bitrate=1000000 --rate-control=cbr --keyint=" + std::to_string(ZVXP_KEY_INTERVAL) +
                     " --key-at=" + std::to_string(ZVXP_KEY_ASKED));
     ASSERT_EQ(run.status, 0) << run.output;
     zvx_client::expect_clean(run);
