@@ -1,5 +1,5 @@
 // Real clients load the built core by path: GStreamer's OpenMAX plugin, pointed at it by a gstomx.conf
-// of the test's own, and FFmpeg's h264_omx. The emulated devices fill pictures with a pattern, so the
+// of the test's own, and FFmpeg's h264_omx. The core's devices decode and encode with libavcodec; the
 // tests check flow: counts, sizes, order, timestamps, the end of stream and the exit status. Where the
 // core is built with AddressSanitizer, the clients run with its runtime preloaded, and a leak whose
 // allocation passed through this project's code fails the test.
