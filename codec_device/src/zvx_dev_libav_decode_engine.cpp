@@ -142,9 +142,14 @@ std::optional<WrittenPicture> LibavDecodeEngine::write_picture(const Picture &, 
     const Item &front = items_.front();
     if (front.frame == nullptr)
         return std::nullopt;
-    const zvx_av::PictureLayout layout =
-        client_layout(target.color_format, target.stride, target.slice_height,
-                      static_cast<int>(front.frame_memory.width), static_cast<int>(front.frame_memory.height));
+    const int width = static_cast<int>(front.frame_memory.width);
+    const int height = static_cast<int>(front.frame_memory.height);
+    zvx_av::PictureLayout layout =
+        client_layout(target.color_format, target.stride, target.slice_height, width, height);
+    // A host that sized its buffers for 8-bit samples gets 8-bit ones: a picture that never fits would
+    // hold the stream up for good.
+    if (client_layout_bytes(layout) > target.memory.size())
+        layout = client_layout(eight_bit_format(layout.format), target.stride, target.slice_height, width, height);
     const size_t filled = client_layout_bytes(layout);
     if (filled == 0 || filled > target.memory.size() || writer_.write(*front.frame, layout, target.memory) == 0)
         return std::nullopt;
