@@ -46,9 +46,9 @@ struct DecoderInput {
     int64_t timestamp_us = no_timestamp;
     bool end_of_frame = false;
     /* Codec configuration (headers, extradata): taken as extradata before the first picture's data,
-     * put in front of the next data after it. Before the first data, avc and hevc configuration in
-     * start-code form that also holds a picture is decoded as data too: GStreamer flags a first access
-     * unit that carries its parameter sets as configuration. */
+     * put in front of the next data after it. Avc and hevc configuration in start-code form that also
+     * holds a picture is an access unit like any other: GStreamer flags a stream's first access unit,
+     * which carries the parameter sets, as configuration. */
     bool codec_config = false;
 };
 

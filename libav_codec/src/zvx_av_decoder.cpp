@@ -150,16 +150,17 @@ Status Decoder::send(const DecoderInput &input)
 {
     if (!packet_)
         return Status(AVERROR(EINVAL));
+    if (input.codec_config && config_holds_picture(codec_, input.data)) {
+        DecoderInput as_data = input;
+        as_data.codec_config = false;
+        return send(as_data);
+    }
     if (input.codec_config && !data_sent_) {
         if (extradata_.size() + input.data.size() > max_access_unit_bytes)
             return Status(AVERROR_INVALIDDATA);
         extradata_.insert(extradata_.end(), input.data.begin(), input.data.end());
         context_.reset();
-        if (!config_holds_picture(codec_, input.data))
-            return Status();
-        DecoderInput as_data = input;
-        as_data.codec_config = false;
-        return send(as_data);
+        return Status();
     }
     // An empty buffer can still end an access unit sent in pieces before it.
     if (input.data.empty() && !(input.end_of_frame && !access_unit_.empty()))

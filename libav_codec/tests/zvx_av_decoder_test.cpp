@@ -247,7 +247,8 @@ INSTANTIATE_TEST_SUITE_P(Codecs, DecoderTimestamps, testing::Values(Codec::avc, 
 
 /* A new stream after a flush: its configuration, a buffer of its own, must reach the decoder in
  * front of its data whichever way the data comes. */
-/* GStreamer flags the first access unit, parameter sets and picture together, as configuration. */
+/* GStreamer flags a stream's first access unit, parameter sets and picture together, as configuration:
+ * at the start, and again after a flush. */
 TEST(Decoder, FirstAccessUnitFlaggedAsConfigurationStillGivesItsPicture)
 {
     zvx_av_test::TempFolder folder;
@@ -270,6 +271,19 @@ TEST(Decoder, FirstAccessUnitFlaggedAsConfigurationStillGivesItsPicture)
         while (decoder.receive())
             ++pictures;
         EXPECT_EQ(pictures, 10) << name;
+
+        decoder.flush();
+        std::vector<int64_t> timestamps;
+        for (size_t i = 0; i < units.size(); ++i) {
+            EXPECT_TRUE(decoder.send({units[i], static_cast<int64_t>(i) * 40000, true, i == 0}).ok()) << name;
+            while (std::optional<zvx_av::DecodedPicture> picture = decoder.receive())
+                timestamps.push_back(picture->timestamp_us);
+        }
+        ASSERT_TRUE(decoder.end_stream().ok());
+        while (std::optional<zvx_av::DecodedPicture> picture = decoder.receive())
+            timestamps.push_back(picture->timestamp_us);
+        ASSERT_EQ(timestamps.size(), 10u) << name << " after a flush";
+        EXPECT_EQ(timestamps.front(), 0) << name << " after a flush";
     }
 }
 
