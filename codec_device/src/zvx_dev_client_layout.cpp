@@ -40,11 +40,23 @@ zvx_av::ColourFormat client_colour_format(uint32_t color_format)
     }
 }
 
-zvx_av::PictureLayout client_layout(uint32_t color_format, uint32_t stride, uint32_t slice_height, int width,
+zvx_av::ColourFormat eight_bit_format(zvx_av::ColourFormat format)
+{
+    switch (format) {
+    case zvx_av::ColourFormat::p010:
+        return zvx_av::ColourFormat::nv12;
+    case zvx_av::ColourFormat::i420_10:
+        return zvx_av::ColourFormat::i420;
+    default:
+        return format;
+    }
+}
+
+zvx_av::PictureLayout client_layout(zvx_av::ColourFormat format, uint32_t stride, uint32_t slice_height, int width,
                                     int height)
 {
     zvx_av::PictureLayout layout;
-    layout.format = client_colour_format(color_format);
+    layout.format = format;
     const int sample = zvxp_bytes_per_sample(layout.format);
     layout.stride = std::max(static_cast<int>(std::min<uint32_t>(stride, INT32_MAX / 2)), width * sample);
     layout.stride += layout.stride % sample;

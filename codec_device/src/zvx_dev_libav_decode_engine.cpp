@@ -35,9 +35,13 @@ std::optional<ColourDescription> zvxp_colour_of(const zvx_av::ColourAspects &asp
 
 } // namespace
 
-LibavDecodeEngine::LibavDecodeEngine(const EngineSetting &, zvx_av::Codec codec)
+LibavDecodeEngine::LibavDecodeEngine(zvx_av::Codec codec)
 {
-    const zvx_av::Status opened = decoder_.open(codec);
+    // Frame threads hold a picture back per thread: a client that lends a few input buffers before it
+    // enables its output port would see none of them back before the first picture is announced.
+    zvx_av::DecoderSettings settings;
+    settings.low_delay = true;
+    const zvx_av::Status opened = decoder_.open(codec, settings);
     decoder_open_ = opened.ok();
     note(opened, "opening the decoder");
 }
@@ -92,10 +96,9 @@ void LibavDecodeEngine::take_pictures()
         if (!announced_ || *announced_ != format) {
             Announcement announcement;
             announcement.geometry = visible;
+            // The coded picture holds the visible one: its crop lies inside it.
             announcement.frame = allocation_geometry({static_cast<uint32_t>(std::max(format.coded_width, 0)),
                                                       static_cast<uint32_t>(std::max(format.coded_height, 0))});
-            announcement.frame.width = std::max(announcement.frame.width, allocation_geometry(visible).width);
-            announcement.frame.height = std::max(announcement.frame.height, allocation_geometry(visible).height);
             announcement.bit_depth = static_cast<uint8_t>(std::clamp(format.bit_depth, 8, 16));
             announcement.buffers_needed = static_cast<uint32_t>(decoder_.frames_held().total());
             announcement.colour = zvxp_colour_of(format.colour);
@@ -142,9 +145,14 @@ std::optional<WrittenPicture> LibavDecodeEngine::write_picture(const Picture &, 
     const Item &front = items_.front();
     if (front.frame == nullptr)
         return std::nullopt;
-    const zvx_av::PictureLayout layout =
-        client_layout(target.color_format, target.stride, target.slice_height,
-                      static_cast<int>(front.frame_memory.width), static_cast<int>(front.frame_memory.height));
+    const int width = static_cast<int>(front.frame_memory.width);
+    const int height = static_cast<int>(front.frame_memory.height);
+    zvx_av::PictureLayout layout =
+        client_layout(target.color_format, target.stride, target.slice_height, width, height);
+    // A host that sized its buffers for 8-bit samples gets 8-bit ones: a picture that never fits would
+    // hold the stream up for good.
+    if (client_layout_bytes(layout) > target.memory.size())
+        layout = client_layout(eight_bit_format(layout.format), target.stride, target.slice_height, width, height);
     const size_t filled = client_layout_bytes(layout);
     if (filled == 0 || filled > target.memory.size() || writer_.write(*front.frame, layout, target.memory) == 0)
         return std::nullopt;

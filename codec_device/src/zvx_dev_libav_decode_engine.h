@@ -16,7 +16,7 @@ namespace zvx_dev {
  * error reported. */
 class LibavDecodeEngine final : public Engine {
 public:
-    LibavDecodeEngine(const EngineSetting &setting, zvx_av::Codec codec);
+    explicit LibavDecodeEngine(zvx_av::Codec codec);
 
     void consume(const EngineInput &input) override;
     StreamItem *front() override;

@@ -162,6 +162,27 @@ TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithT
     EXPECT_GE(result.output_definition.nBufferCountMin, result.sequences[0].num_buffers_planar);
 }
 
+/* The component labels a deep stream's output with its packed 10-bit format and sizes the buffers for
+ * two bytes a pixel, too few for 16-bit samples: the pictures come as 8-bit ones rather than never. */
+TEST_F(LibavDecode, DeepStreamIntoBuffersTooSmallForTwoByteSamplesComesOutInEightBits)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.hevc");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", FRAMES,
+                                         "-pix_fmt yuv420p10le -c:v libx265 -x265-params log-level=error"));
+    DecodeOptions options;
+    options.color_format = 0x7f000005; /* QURO_COLOR_FormatYUYAAYVYAA_10b */
+    options.written_as = ColourFormat::nv12;
+    options.output_buffer_bytes = 176 * 144 * 2;
+    const DecodeResult result = decode_through_device("video_decoder.hevc", access_units(path), options);
+    EXPECT_TRUE(result.ended);
+    EXPECT_EQ(result.timestamps.size(), size_t{FRAMES});
+    EXPECT_EQ(result.rejected, 0u);
+    ASSERT_FALSE(result.sequences.empty());
+    EXPECT_EQ(result.sequences[0].bitdepth_luma, 10);
+    EXPECT_GE(result.output_definition.nBufferSize, 176u * 2 * 144 * 3 / 2) << "what the device asks for";
+}
+
 TEST_F(LibavDecode, TwoStreamsOfDifferentSizesJoinedLoseNoPictureAcrossTheChange)
 {
     zvx_av_test::TempFolder folder;

@@ -20,8 +20,9 @@ namespace {
 
 constexpr int WAIT_MS = 20000;
 constexpr int QUIET_MS = 200;
+/* A device that refuses every buffer it is given would keep the run going for ever. */
+constexpr uint32_t REJECTS_BEFORE_GIVING_UP = 1000;
 constexpr uint32_t OUTPUT_BUFFERS = 6;
-constexpr uint32_t OUTPUT_BUFFER_BYTES = 4 << 20;
 
 int bytes_per_sample(zvx_av::ColourFormat format)
 {
@@ -70,7 +71,7 @@ DecodeResult decode_through_device(const char *role, const std::vector<DeviceInp
         free_inputs.push_back(host.add_buffer(0, static_cast<uint32_t>(largest)));
     std::vector<zvx_base_buffer_handle_t> outputs;
     for (uint32_t i = 0; i < OUTPUT_BUFFERS; ++i)
-        outputs.push_back(host.add_buffer(1, OUTPUT_BUFFER_BYTES));
+        outputs.push_back(host.add_buffer(1, options.output_buffer_bytes));
     host.run();
     for (const zvx_base_buffer_handle_t id : outputs)
         host.queue(1, id);
@@ -105,8 +106,8 @@ DecodeResult decode_through_device(const char *role, const std::vector<DeviceInp
             break;
         case ZVX_BASE_EVENT_OUTPUT: {
             const zvx_base_buffer_userspace returned = event.buffer();
-            if ((returned.zvx_flags & ZVX_DEV_ZVX_FLAG_REJECTED) != 0)
-                ++result.rejected;
+            if ((returned.zvx_flags & ZVX_DEV_ZVX_FLAG_REJECTED) != 0 && ++result.rejected > REJECTS_BEFORE_GIVING_UP)
+                return result;
             if (returned.filled_len > 0) {
                 take_visible(host.data(returned.buffer_id), returned, options.written_as, result.pictures);
                 result.timestamps.push_back(returned.timestamp);

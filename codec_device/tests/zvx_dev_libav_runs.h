@@ -25,6 +25,7 @@ struct DecodeOptions {
     zvx_dev_script script;
     /* Input buffers, as many as the host registers. */
     uint32_t input_buffers = 4;
+    uint32_t output_buffer_bytes = 4 << 20;
     /* Flush both ports once this many pictures are out, then go on from input `resume_at`. */
     int flush_after_pictures = -1;
     size_t resume_at = 0;

@@ -26,8 +26,8 @@ zvx_dev_engine zvxp_engine_from_environment()
         return zvx_dev_engine::libav;
     if (name == "pattern")
         return zvx_dev_engine::pattern;
-    std::fprintf(stderr, "zvx_omxcore: %s=%s is not an engine (pattern, libav); using libav\n", ZVXP_ENGINE_VARIABLE,
-                 chosen);
+    (void)std::fprintf(stderr, "zvx_omxcore: %s=%s is not an engine (pattern, libav); using libav\n",
+                       ZVXP_ENGINE_VARIABLE, chosen);
     return zvx_dev_engine::libav;
 }
 

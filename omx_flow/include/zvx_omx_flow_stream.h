@@ -3,8 +3,8 @@
 
 /*
  * A stream through a component in Executing, driven the way a media framework drives it: every input
- * buffer that comes back carries the next frame, every output buffer is checked against the emulated
- * codec's pattern and given again, a new output port setting is followed by disabling the port,
+ * buffer that comes back carries the next frame, every output buffer is checked against the pattern
+ * engine's pattern and given again, a new output port setting is followed by disabling the port,
  * freeing and reallocating its buffers and enabling it again, and the stream ends with an end of
  * stream that must come out of the output port.
  */

@@ -9,7 +9,7 @@
 namespace {
 
 constexpr uint32_t ZVXP_EMPTY = UINT32_MAX;
-/* What a compressed frame takes in an input buffer; the emulated codec reads only its length. */
+/* What a compressed frame takes in an input buffer; the pattern engine reads only its length. */
 constexpr uint32_t ZVXP_CODED_FRAME_BYTES = 4096;
 constexpr uint32_t ZVXP_ANCHOR_GROUP = 3;
 
