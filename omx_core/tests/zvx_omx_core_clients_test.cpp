@@ -1,12 +1,6 @@
 // Real clients load the built core by path: GStreamer's OpenMAX plugin, pointed at it by a gstomx.conf
-<<<<<<< HEAD
-// of the test's own, and FFmpeg's h264_omx. The devices run the pattern engine (ZVX_DEVICE_ENGINE),
-// so these tests check the flow apart from the codec: counts, sizes, order, timestamps, the end of
-// stream, a teardown mid-stream and the exit status. Real pictures are the other client tests' matter. Where the
-=======
 // of the test's own, and FFmpeg's h264_omx. The core's devices decode and encode with libavcodec; the
 // tests check flow: counts, sizes, order, timestamps, the end of stream and the exit status. Where the
->>>>>>> codec-device
 // core is built with AddressSanitizer, the clients run with its runtime preloaded, and a leak whose
 // allocation passed through this project's code fails the test.
 #include <gtest/gtest.h>
@@ -123,7 +117,7 @@ protected:
      * without changing its exit status (the client's own are not ours to judge). */
     std::string client(const std::string &program) const
     {
-        std::string prefix = "env ZVX_DEVICE_ENGINE=pattern";
+        std::string prefix = "env";
         if (*ZVXP_PRELOAD != '\0')
             prefix +=
                 std::string(" LD_PRELOAD=") + ZVXP_PRELOAD + " ASAN_OPTIONS=detect_leaks=1 LSAN_OPTIONS=exitcode=0";
