@@ -93,9 +93,11 @@ protected:
     std::string environment_;
 };
 
+/* A picture as GStreamer lays I420 out in a buffer: every row rounded up to four bytes. */
 size_t i420_bytes(int width, int height)
 {
-    return static_cast<size_t>(width) * height + 2 * static_cast<size_t>((width + 1) / 2) * ((height + 1) / 2);
+    const auto row = [](int bytes) { return static_cast<size_t>((bytes + 3) / 4 * 4); };
+    return row(width) * height + 2 * row((width + 1) / 2) * ((height + 1) / 2);
 }
 
 TEST_P(GStreamerDecode, PicturesAreByteIdenticalToGstLibavs)
