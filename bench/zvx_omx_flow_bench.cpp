@@ -1,4 +1,4 @@
-// Whole flows against the session emulator, answering at once: the state cycle Loaded, Idle,
+// Whole flows against the pattern codec device, answering at once: the state cycle Loaded, Idle,
 // Executing, Idle, Loaded with buffers; the buffer round trips EmptyThisBuffer to EmptyBufferDone and
 // FillThisBuffer to FillBufferDone; and the buffers per second in Executing with one buffer of each
 // port in flight and with all of them. Beside the pipe+poll floor and the peer OpenMAX framework's
@@ -28,9 +28,9 @@ constexpr uint64_t ZVXP_BUFFERS_PER_ITERATION = 1000;
  * with five and the peer's cycle is also measured with five beside four. */
 constexpr int ZVXP_PEER_BUFFERS = 4;
 constexpr int ZVXP_DECODER_MINIMUM_BUFFERS = 5;
-/* A small stream, so that the emulated device's own work (writing the picture) stays small. */
+/* A small stream, so that the device's own work (writing the picture) stays small. */
 constexpr uint32_t ZVXP_SIDE = 64;
-/* What one coded frame takes in an input buffer; the emulated codec reads only its length. */
+/* What one coded frame takes in an input buffer; the pattern engine reads only its length. */
 constexpr OMX_U32 ZVXP_CODED_FRAME_BYTES = 1024;
 constexpr OMX_U32 ZVXP_PORTS = 2;
 
@@ -41,7 +41,7 @@ template <typename Condition> void zvxp_spin_until(Condition done)
     }
 }
 
-/* A decoder over the emulated device, through its handle. Its client waits by spinning, as the peer's
+/* A decoder over the pattern device, through its handle. Its client waits by spinning, as the peer's
  * does, and while streaming gives every buffer again from the callback that returns it. */
 class zvxp_decoder {
 public:

@@ -17,5 +17,7 @@ for bench in omx_components/zvx_omx_round_trip_bench bench/zvx_omx_flow_bench; d
   echo "==== ${bench##*/}, pinned to CPU 0 ===="
   taskset -c 0 "build/release/${bench}" "$@"
 done
-# The client pipelines: GStreamer decoding through the core beside FFmpeg's software decoder.
+# The component's and the core's per-frame cost: GStreamer over the pattern device beside avdec_h264.
 scripts/measure_clients.sh
+# The client pipelines: 1080p decodes and encodes through the core beside FFmpeg's and GStreamer's own.
+bench/zvx_client_pipelines.sh

@@ -2,16 +2,18 @@
 #define ZVX_CODEC_DEVICE_H
 
 /*
- * The session emulator: a codec device in software behind the zvx_* session functions of
- * zvx_session_interface.h. Link zvx_codec_device instead of the session stub. Each zvx_init
- * opens one emulated device with a worker thread of its own; its descriptor becomes readable while
- * events wait.
+ * A codec device in software behind the zvx_* session functions of zvx_session_interface.h. Link
+ * zvx_codec_device instead of the session stub. Each zvx_init opens one device with a worker thread
+ * of its own; its descriptor becomes readable while events wait. Its codec is an engine the script
+ * picks: a pattern generator, whose every byte a test can predict, or libavcodec, which decodes and
+ * encodes real streams.
  *
- * Between zvx_init_emulator and zvx_destroy_emulator a test scripts the devices (stream, delays,
- * faults) and watches them (buffers held, events sent) with the functions below. Devices opened
- * from then on start with the default script; an open device can be re-scripted by descriptor.
+ * Between zvx_init_emulator and zvx_destroy_emulator a test scripts the devices (engine, stream,
+ * delays, faults) and watches them (buffers held, events sent) with the functions below. Devices
+ * opened from then on start with the default script; an open device can be re-scripted by descriptor.
  *
- * What a device does:
+ * What a device with the pattern engine does (the libavcodec engine takes the stream's own pictures,
+ * sizes and key frames instead of the scripted ones, and keeps everything else):
  * - it works only while its session is active and its hardware state is RUNNING; state requests,
  *   flushes and faults are answered in the order asked, in any hardware state;
  * - a decode turns every input that holds data into one picture; the first picture, and the first
@@ -79,7 +81,17 @@ struct zvx_dev_delays {
     uint32_t flush_us = 0;
 };
 
+/* The codec behind a device. */
+enum class zvx_dev_engine : uint8_t {
+    /* Pictures and bitstreams of a pattern (zvx_dev_picture.h), sized and timed by the script. */
+    pattern,
+    /* libavcodec's decoders and encoders over the real stream. */
+    libav,
+};
+
 struct zvx_dev_script {
+    /* Read when a session is created: a session keeps the engine it started with. */
+    zvx_dev_engine engine = zvx_dev_engine::pattern;
     /* Decode: the stream's resolution from its first picture, and how it is announced. */
     uint32_t stream_width = 320;
     uint32_t stream_height = 240;
@@ -142,7 +154,7 @@ bool zvx_dev_set_script(int fd, const zvx_dev_script &script);
 /* Fires a fault now (at_frame is ignored); false for an unknown descriptor or without an active session. */
 bool zvx_dev_inject_fault(int fd, const zvx_dev_fault &fault);
 
-/* Whether the emulated devices take this role ("video_decoder.avc", "video_encoder.vp9", ...). */
+/* Whether the devices take this role ("video_decoder.avc", "video_encoder.vp9", ...). */
 bool zvx_dev_offers_role(const char *role);
 
 /* Open devices, oldest first. */

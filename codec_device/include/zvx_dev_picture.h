@@ -2,7 +2,7 @@
 #define ZVX_DEV_PICTURE_H
 
 /*
- * What the emulated codec writes into output buffers, so that a test can check every byte: a
+ * What the pattern engine writes into output buffers, so that a test can check every byte: a
  * decoded picture is a pattern of frame number, plane and position laid out by colour format,
  * stride and slice height; an encoded picture is a run of the same pattern in plane 0, row 0.
  */

@@ -1,4 +1,4 @@
-// The emulator's own controls: process-wide start and stop, scripts, faults and observation.
+// The devices' own controls: process-wide start and stop, scripts, faults and observation.
 #include "zvx_dev_registry.h"
 #include "zvx_codec_device.h"
 

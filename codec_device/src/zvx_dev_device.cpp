@@ -1,5 +1,5 @@
-// The host's side of an emulated device: sessions, parameters, buffers and requests, each taken
-// under the device lock and handed to the worker.
+// The host's side of a device: sessions, parameters, buffers and requests, each taken under the
+// device lock and handed to the worker.
 #include "zvx_dev_device.h"
 
 #include <OMX_Index.h>
@@ -30,7 +30,6 @@ uint32_t zvxp_word_at(const void *record, uint32_t offset)
 Device::Device(const zvx_dev_script &script, Totals &totals)
     : totals_(totals), script_(script), shuffle_random_(script.shuffle_seed)
 {
-    stream_.set_reorder_depth(script_.reorder_depth);
 }
 
 Device::~Device()
@@ -79,10 +78,13 @@ bool Device::create_session(const char *role)
     if (closed_ || session_created_ || !traits || kernel_allocation_fails())
         return false;
     reset_session_state();
-    session_created_ = true;
     role_ = role;
     decoder_ = traits->decoder;
     vp9_ = traits->vp9;
+    engine_ = make_engine(script_.engine, {script_, parameters_, role_, decoder_});
+    if (engine_ == nullptr)
+        return false;
+    session_created_ = true;
     ++totals_.sessions_created;
     return true;
 }
@@ -92,7 +94,7 @@ bool Device::activate_session(const char *role, void **protected_buffer)
     std::lock_guard guard(mutex_);
     if (!session_created_ || role == nullptr || role_ != role)
         return false;
-    /* The emulated hardware has no protected memory to hand out. */
+    /* The device has no protected memory to hand out. */
     if (protected_buffer != nullptr)
         *protected_buffer = nullptr;
     session_active_ = true;
@@ -125,6 +127,7 @@ void Device::end_session()
 
 void Device::reset_session_state()
 {
+    engine_.reset();
     session_created_ = false;
     session_active_ = false;
     role_.clear();
@@ -133,10 +136,10 @@ void Device::reset_session_state()
     queued_[INPUT_PORT].clear();
     queued_[OUTPUT_PORT].clear();
     requests_.clear();
-    stream_ = Stream();
-    stream_.set_reorder_depth(script_.reorder_depth);
-    decode_geometry_ = {script_.stream_width, script_.stream_height};
     announced_.reset();
+    records_set_.clear();
+    inputs_queued_ = 0;
+    inputs_consumed_ = 0;
     buffers_needed_ = 0;
     reject_stale_ = false;
     rejects_pending_ = 0;
@@ -230,7 +233,10 @@ OMX_ERRORTYPE Device::set_parameter(uint32_t index, uint32_t size, const void *r
     std::lock_guard guard(mutex_);
     if (closed_)
         return OMX_ErrorHardware;
-    return parameters_.set(index, size, record);
+    const OMX_ERRORTYPE stored = parameters_.set(index, size, record);
+    if (stored == OMX_ErrorNone && engine_ != nullptr)
+        records_set_.push_back({inputs_queued_, index});
+    return stored;
 }
 
 OMX_ERRORTYPE Device::get_config(uint32_t index, uint32_t size, void *record)
@@ -278,6 +284,8 @@ void Device::unregister_buffer(zvx_base_buffer_handle_t buffer_id)
     if (found->second.queued) {
         std::erase_if(queued_[found->second.port],
                       [buffer_id](const zvx_base_buffer_details &queued) { return queued.buffer_id == buffer_id; });
+        if (found->second.port == INPUT_PORT)
+            ++inputs_consumed_;
         ++buffers_dropped_;
         ++totals_.buffers_dropped;
     }
@@ -299,6 +307,8 @@ OMX_ERRORTYPE Device::queue_buffer(uint32_t port, const zvx_base_buffer_details 
         return OMX_ErrorIncorrectStateOperation;
     buffer.queued = true;
     queued_[port].push_back(details);
+    if (port == INPUT_PORT)
+        ++inputs_queued_;
     work_cv_.notify_one();
     return OMX_ErrorNone;
 }
@@ -307,9 +317,8 @@ void Device::set_script(const zvx_dev_script &script)
 {
     std::lock_guard guard(mutex_);
     script_ = script;
-    stream_.set_reorder_depth(script_.reorder_depth);
-    if (next_picture_ == 0)
-        decode_geometry_ = {script_.stream_width, script_.stream_height};
+    if (engine_ != nullptr)
+        engine_->script_changed();
     work_cv_.notify_one();
 }
 

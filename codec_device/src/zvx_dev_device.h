@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <random>
@@ -15,6 +16,7 @@
 #include <variant>
 #include <vector>
 
+#include "zvx_dev_engine.h"
 #include "zvx_dev_event_queue.h"
 #include "zvx_dev_parameters.h"
 #include "zvx_dev_stream.h"
@@ -23,8 +25,8 @@
 
 namespace zvx_dev {
 
-/* One emulated codec device: the host's calls on one side (any thread), a worker thread that does
- * the codec's work and answers with events on the other. */
+/* One codec device: the host's calls on one side (any thread), a worker thread that drives the
+ * session's engine and answers with events on the other. */
 class Device {
 public:
     Device(const zvx_dev_script &script, Totals &totals);
@@ -96,11 +98,12 @@ private:
     void produce_output();
     void produce_picture(const QueuedIterator &output, Picture &picture);
     void produce_bitstream(const QueuedIterator &output, Picture &picture);
+    void report_stream_errors();
+    void deliver_records_set_before(uint64_t input);
     void reject_output(const QueuedIterator &output);
     void return_buffer(uint32_t port, const QueuedIterator &queued, const zvx_base_buffer_userspace &returned);
     zvx_base_buffer_userspace returned_descriptor(const zvx_base_buffer_details &details) const;
     std::optional<QueuedIterator> find_output(bool stale);
-    Geometry geometry_of_next_picture(zvx_dev_report *report);
     void send(uint16_t code, const void *payload, uint16_t size);
     void send_buffer_return(uint16_t code, const zvx_base_buffer_userspace &descriptor);
     void release_shuffled();
@@ -138,9 +141,16 @@ private:
     std::map<zvx_base_buffer_handle_t, RegisteredBuffer> registered_;
     std::array<std::deque<zvx_base_buffer_details>, 2> queued_;
     std::deque<Request> requests_;
-    Stream stream_;
-    Geometry decode_geometry_;
-    std::optional<Geometry> announced_;
+    std::unique_ptr<Engine> engine_; /* from create_session to the session's end */
+    /* A record the host set reaches the engine with the first input queued after it. */
+    struct RecordSet {
+        uint64_t from_input;
+        uint32_t index;
+    };
+    std::deque<RecordSet> records_set_;
+    uint64_t inputs_queued_ = 0;   /* by the session */
+    uint64_t inputs_consumed_ = 0; /* by the session, flushed ones included */
+    std::optional<Announcement> announced_;
     uint32_t buffers_needed_ = 0;
     bool reject_stale_ = false;
     uint32_t rejects_pending_ = 0;

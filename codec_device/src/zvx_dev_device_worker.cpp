@@ -1,13 +1,11 @@
-// The codec's side of an emulated device: one worker thread that picks the next thing the hardware
-// would do, waits as long as the script says it takes, does it and answers with events.
+// The codec's side of a device: one worker thread that picks the next thing the hardware would do,
+// waits as long as the script says it takes, has the engine do it and answers with events.
 #include "zvx_dev_device.h"
 
 #include <OMX_Core.h>
 
 #include <algorithm>
 #include <cstring>
-
-#include "zvx_dev_picture.h"
 
 namespace zvx_dev {
 
@@ -16,7 +14,7 @@ namespace {
 /* Consumed inputs held back at most, when returns are shuffled. */
 constexpr size_t ZVXP_SHUFFLE_WINDOW = 4;
 constexpr uint32_t ZVXP_CHROMA_FORMAT_420 = 1;
-constexpr uint8_t ZVXP_BIT_DEPTH = 8;
+constexpr uint32_t ZVXP_BUFFER_PARAM_COLOUR_DESCRIPTION = 15;
 
 uint16_t zvxp_clamp16(uint32_t value)
 {
@@ -65,7 +63,7 @@ Device::Operation Device::next_operation()
         return Operation::request;
     if (hw_state_ != ZVX_BASE_HW_STATE_RUNNING)
         return Operation::none;
-    StreamItem *item = stream_.front();
+    StreamItem *item = engine_->front();
     if (item != nullptr && std::holds_alternative<Announcement>(*item))
         return Operation::announce;
     if (reject_stale_ && find_output(true))
@@ -73,7 +71,7 @@ Device::Operation Device::next_operation()
     if (item != nullptr && find_output(false))
         return Operation::output;
     const size_t in_flight_limit = std::max(script_.max_pictures_in_flight, script_.reorder_depth + 1);
-    if (!queued_[INPUT_PORT].empty() && stream_.pictures_in_flight() < in_flight_limit)
+    if (!queued_[INPUT_PORT].empty() && engine_->pictures_in_flight() < in_flight_limit)
         return Operation::input;
     return Operation::none;
 }
@@ -107,8 +105,8 @@ void Device::perform(Operation operation)
         break;
     }
     case Operation::announce: {
-        const Announcement announcement = std::get<Announcement>(*stream_.front());
-        stream_.pop_front();
+        const Announcement announcement = std::get<Announcement>(*engine_->front());
+        engine_->pop_front();
         announce(announcement);
         break;
     }
@@ -180,7 +178,9 @@ void Device::flush(uint32_t flags)
             return_buffer(port, held, returned);
         }
         if (port == INPUT_PORT) {
-            stream_.discard_pictures();
+            inputs_consumed_ = inputs_queued_;
+            deliver_records_set_before(inputs_consumed_);
+            engine_->flush();
         } else {
             for (auto &[id, buffer] : registered_)
                 buffer.stale = false;
@@ -212,14 +212,15 @@ void Device::fire(const zvx_dev_fault &fault)
 
 void Device::announce(const Announcement &announcement)
 {
-    announced_ = announcement.geometry;
+    announced_ = announcement;
     const std::optional<zvx_dev_port_definition> output = parameters_.port_definition(OUTPUT_PORT);
-    buffers_needed_ = std::max(script_.output_buffers_needed, output ? output->nBufferCountMin : 0);
+    const uint32_t codec_needs =
+        announcement.buffers_needed != 0 ? announcement.buffers_needed : script_.output_buffers_needed;
+    buffers_needed_ = std::max(codec_needs, output ? output->nBufferCountMin : 0);
 
-    const Geometry frame = allocation_geometry(announcement.geometry);
     zvx_base_fw_frame_alloc_parameters allocation{};
-    allocation.planar_alloc_frame_width = zvxp_clamp16(frame.width);
-    allocation.planar_alloc_frame_height = zvxp_clamp16(frame.height);
+    allocation.planar_alloc_frame_width = zvxp_clamp16(announcement.frame.width);
+    allocation.planar_alloc_frame_height = zvxp_clamp16(announcement.frame.height);
     allocation.cropx = zvxp_clamp16(announcement.geometry.width);
     allocation.cropy = zvxp_clamp16(announcement.geometry.height);
     switch (announcement.report) {
@@ -227,8 +228,8 @@ void Device::announce(const Announcement &announcement)
         send(ZVX_BASE_EVENT_ALLOC_PARAMS, &allocation, sizeof(allocation));
         zvx_base_response_sequence_parameters sequence{};
         sequence.chroma_format = ZVXP_CHROMA_FORMAT_420;
-        sequence.bitdepth_luma = ZVXP_BIT_DEPTH;
-        sequence.bitdepth_chroma = ZVXP_BIT_DEPTH;
+        sequence.bitdepth_luma = announcement.bit_depth;
+        sequence.bitdepth_chroma = announcement.bit_depth;
         sequence.num_buffers_planar = zvxp_clamp8(buffers_needed_);
         sequence.num_buffers_tcx = zvxp_clamp8(buffers_needed_);
         send(ZVX_BASE_EVENT_SEQUENCE_PARAMS, &sequence, sizeof(sequence));
@@ -243,6 +244,15 @@ void Device::announce(const Announcement &announcement)
         send(ZVX_BASE_EVENT_ALLOC_PARAMS, &allocation, sizeof(allocation));
         break;
     }
+    if (announcement.colour) {
+        zvx_base_buffer_param colour{};
+        colour.type = ZVXP_BUFFER_PARAM_COLOUR_DESCRIPTION;
+        colour.data.colour_description.range = announcement.colour->range;
+        colour.data.colour_description.colour_primaries = announcement.colour->primaries;
+        colour.data.colour_description.transfer_characteristics = announcement.colour->transfer;
+        colour.data.colour_description.matrix_coeff = announcement.colour->matrix;
+        send(ZVX_BASE_EVENT_BUFFER_PARAM, &colour, sizeof(colour));
+    }
     for (auto &[id, buffer] : registered_) {
         if (buffer.port == OUTPUT_PORT)
             buffer.stale = true;
@@ -250,47 +260,22 @@ void Device::announce(const Announcement &announcement)
     reject_stale_ = announcement.report == zvx_dev_report::vp9_allocation;
 }
 
-Geometry Device::geometry_of_next_picture(zvx_dev_report *report)
-{
-    if (!decoder_) {
-        *report = zvx_dev_report::port_definition;
-        const std::optional<zvx_dev_port_definition> input = parameters_.port_definition(INPUT_PORT);
-        if (input && input->nFrameWidth != 0 && input->nFrameHeight != 0)
-            return {input->nFrameWidth, input->nFrameHeight};
-        return {script_.stream_width, script_.stream_height};
-    }
-    *report = script_.stream_report;
-    if (script_.stream_size_from_input_port) {
-        const std::optional<zvx_dev_port_definition> input = parameters_.port_definition(INPUT_PORT);
-        if (input && input->nFrameWidth != 0 && input->nFrameHeight != 0)
-            return {input->nFrameWidth, input->nFrameHeight};
-    }
-    for (const zvx_dev_resolution_change &change : script_.resolution_changes) {
-        if (change.at_frame == next_picture_) {
-            decode_geometry_ = {change.width, change.height};
-            *report = change.report;
-        }
-    }
-    return decode_geometry_;
-}
-
 void Device::consume_input()
 {
     const QueuedIterator input = queued_[INPUT_PORT].begin();
+    const zvx_base_buffer_userspace &source = registered_.at(input->buffer_id).descriptor;
     const bool has_picture = input->filled_len > 0;
+    EngineInput taken;
+    taken.data = {reinterpret_cast<const uint8_t *>(source.handle), std::min(input->filled_len, source.size)};
+    taken.timestamp = input->timestamp;
+    taken.flags = input->flags;
+    taken.number = next_picture_;
+    deliver_records_set_before(inputs_consumed_++);
+    engine_->consume(taken);
+    report_stream_errors();
     std::optional<uint32_t> number;
-    if (has_picture) {
-        Picture picture;
-        picture.number = next_picture_;
-        picture.timestamp = input->timestamp;
-        zvx_dev_report report;
-        picture.geometry = geometry_of_next_picture(&report);
-        picture.key = !decoder_ && picture.number % std::max<uint32_t>(script_.key_interval, 1) == 0;
-        stream_.add_picture(picture, report);
+    if (has_picture)
         number = next_picture_++;
-    }
-    if ((input->flags & OMX_BUFFERFLAG_EOS) != 0)
-        stream_.end_stream(input->timestamp, has_picture);
 
     zvx_base_buffer_userspace returned = returned_descriptor(*input);
     returned.filled_len = 0;
@@ -309,10 +294,24 @@ void Device::consume_input()
     }
 }
 
+void Device::deliver_records_set_before(uint64_t input)
+{
+    while (!records_set_.empty() && records_set_.front().from_input <= input) {
+        engine_->parameter_set(records_set_.front().index);
+        records_set_.pop_front();
+    }
+}
+
+void Device::report_stream_errors()
+{
+    while (std::optional<StreamError> error = engine_->take_error())
+        fire({zvx_dev_fault_kind::error_event, 0, 1, error->error_code, error->message});
+}
+
 void Device::produce_output()
 {
     const QueuedIterator output = *find_output(false);
-    Picture &picture = std::get<Picture>(*stream_.front());
+    Picture &picture = std::get<Picture>(*engine_->front());
     if (rejects_pending_ > 0) {
         --rejects_pending_;
         reject_output(output);
@@ -323,7 +322,7 @@ void Device::produce_output()
         returned.filled_len = 0;
         returned.flags = OMX_BUFFERFLAG_EOS;
         returned.timestamp = picture.timestamp;
-        stream_.pop_front();
+        engine_->pop_front();
         return_buffer(OUTPUT_PORT, output, returned);
         return;
     }
@@ -339,30 +338,30 @@ void Device::produce_picture(const QueuedIterator &output, Picture &picture)
      * it was registered, which outlive a port definition the host changed without telling the session. */
     const zvx_dev_port_definition definition = answer_port_definition(parameters_, OUTPUT_PORT, StreamFacts{});
     const zvx_base_buffer_userspace &target = registered_.at(output->buffer_id).descriptor;
-    const uint32_t stride = target.stride != 0 ? target.stride : definition.nStride;
-    const uint32_t rows = target.height != 0 ? target.height : definition.nSliceHeight;
-    const Geometry frame = allocation_geometry(picture.geometry);
-    const zvx_dev_picture_layout layout =
-        zvx_dev_layout_picture(definition.eColorFormat, frame.width, frame.height, stride, rows);
-    if (layout.total_bytes > target.size) {
+    PictureTarget layout;
+    layout.memory = {reinterpret_cast<uint8_t *>(target.handle), target.size};
+    layout.color_format = definition.eColorFormat;
+    layout.stride = target.stride != 0 ? target.stride : definition.nStride;
+    layout.slice_height = target.height != 0 ? target.height : definition.nSliceHeight;
+    const std::optional<WrittenPicture> written = engine_->write_picture(picture, layout);
+    if (!written) {
         reject_output(output);
         return;
     }
-    zvx_dev_write_picture(reinterpret_cast<uint8_t *>(target.handle), layout, picture.number);
 
     zvx_base_buffer_userspace returned = returned_descriptor(*output);
     returned.timestamp = picture.timestamp;
-    returned.filled_len = layout.total_bytes;
+    returned.filled_len = written->filled_bytes;
     returned.flags = OMX_BUFFERFLAG_ENDOFFRAME | (picture.eos ? OMX_BUFFERFLAG_EOS : 0);
-    returned.width = frame.width;
-    returned.height = frame.height;
-    returned.stride = layout.planes[0].stride;
-    returned.decoded_width = frame.width;
-    returned.decoded_height = frame.height;
+    returned.width = written->frame.width;
+    returned.height = written->frame.height;
+    returned.stride = written->stride;
+    returned.decoded_width = written->frame.width;
+    returned.decoded_height = written->frame.height;
     returned.cropx = zvxp_clamp16(picture.geometry.width);
     returned.cropy = zvxp_clamp16(picture.geometry.height);
     returned.pic_index = picture.number;
-    stream_.pop_front();
+    engine_->pop_front();
     ++pictures_output_;
     return_buffer(OUTPUT_PORT, output, returned);
 }
@@ -370,9 +369,9 @@ void Device::produce_picture(const QueuedIterator &output, Picture &picture)
 void Device::produce_bitstream(const QueuedIterator &output, Picture &picture)
 {
     const zvx_base_buffer_userspace &target = registered_.at(output->buffer_id).descriptor;
-    const uint32_t length = zvx_dev_bitstream_length(picture.geometry.width, picture.geometry.height, picture.key);
+    const uint32_t length = engine_->bitstream_length(picture);
     const uint32_t chunk = std::min(length - picture.bytes_sent, target.size);
-    zvx_dev_write_bitstream(reinterpret_cast<uint8_t *>(target.handle), picture.bytes_sent, chunk, picture.number);
+    engine_->write_bitstream(picture, picture.bytes_sent, {reinterpret_cast<uint8_t *>(target.handle), chunk});
     picture.bytes_sent += chunk;
     const bool complete = picture.bytes_sent == length;
 
@@ -380,11 +379,13 @@ void Device::produce_bitstream(const QueuedIterator &output, Picture &picture)
     returned.timestamp = picture.timestamp;
     returned.filled_len = chunk;
     returned.flags = (picture.key ? OMX_BUFFERFLAG_SYNCFRAME : 0) | (complete ? OMX_BUFFERFLAG_ENDOFFRAME : 0) |
-                     (complete && picture.eos ? OMX_BUFFERFLAG_EOS : 0);
+                     (complete && picture.eos ? OMX_BUFFERFLAG_EOS : 0) |
+                     (picture.codec_config ? OMX_BUFFERFLAG_CODECCONFIG : 0);
     returned.pic_index = picture.number;
     if (complete) {
-        stream_.pop_front();
-        ++pictures_output_;
+        if (!picture.codec_config)
+            ++pictures_output_;
+        engine_->pop_front();
     }
     return_buffer(OUTPUT_PORT, output, returned);
 }

@@ -11,7 +11,6 @@ namespace zvx_dev {
 
 namespace {
 
-constexpr uint32_t ZVXP_MACROBLOCK = 16;
 constexpr uint32_t ZVXP_PORT_WORD_OFFSET = 8;
 constexpr uint32_t ZVXP_DOMAIN_VIDEO = 2;
 constexpr uint32_t ZVXP_COLOR_YUV420_PLANAR = 19;
@@ -23,11 +22,6 @@ uint32_t zvxp_port_of(uint32_t size, const void *record)
     if (size >= ZVXP_PORT_WORD_OFFSET + sizeof(port))
         std::memcpy(&port, static_cast<const uint8_t *>(record) + ZVXP_PORT_WORD_OFFSET, sizeof(port));
     return port;
-}
-
-uint32_t zvxp_align(uint32_t value)
-{
-    return (value + ZVXP_MACROBLOCK - 1) / ZVXP_MACROBLOCK * ZVXP_MACROBLOCK;
 }
 
 zvx_dev_port_definition zvxp_default_definition(uint32_t port, const StreamFacts &facts)
@@ -46,11 +40,6 @@ zvx_dev_port_definition zvxp_default_definition(uint32_t port, const StreamFacts
 
 } // namespace
 
-Geometry allocation_geometry(const Geometry &picture)
-{
-    return {zvxp_align(picture.width), zvxp_align(picture.height)};
-}
-
 OMX_ERRORTYPE ParameterStore::set(uint32_t index, uint32_t size, const void *record)
 {
     if (record == nullptr || size == 0)
@@ -64,6 +53,7 @@ OMX_ERRORTYPE ParameterStore::set(uint32_t index, uint32_t size, const void *rec
     }
     const auto *bytes = static_cast<const uint8_t *>(record);
     records_[{index, port}].assign(bytes, bytes + size);
+    latest_[index].assign(bytes, bytes + size);
     return OMX_ErrorNone;
 }
 
@@ -96,13 +86,13 @@ zvx_dev_port_definition answer_port_definition(const ParameterStore &store, uint
     definition.nPortIndex = port;
     if (!facts.decoder || !facts.announced)
         return definition;
-    const Geometry &picture = *facts.announced;
+    const Geometry &picture = facts.announced->geometry;
     if (port == INPUT_PORT) {
         definition.nFrameWidth = picture.width;
         definition.nFrameHeight = picture.height;
         return definition;
     }
-    const Geometry frame = allocation_geometry(picture);
+    const Geometry &frame = facts.announced->frame;
     definition.nFrameWidth = frame.width;
     definition.nFrameHeight = frame.height;
     definition.nStride = std::max(definition.nStride, frame.width);
@@ -111,7 +101,9 @@ zvx_dev_port_definition answer_port_definition(const ParameterStore &store, uint
     definition.nBufferCountActual = std::max(definition.nBufferCountActual, definition.nBufferCountMin);
     const zvx_dev_picture_layout layout = zvx_dev_layout_picture(definition.eColorFormat, frame.width, frame.height,
                                                                  definition.nStride, definition.nSliceHeight);
-    definition.nBufferSize = std::max(definition.nBufferSize, layout.total_bytes);
+    // Samples deeper than 8 bits take two bytes each.
+    const uint32_t sample_bytes = facts.announced->bit_depth > 8 ? 2 : 1;
+    definition.nBufferSize = std::max(definition.nBufferSize, layout.total_bytes * sample_bytes);
     return definition;
 }
 
@@ -122,8 +114,12 @@ zvx_dev_sequence_parameters answer_sequence_parameters(uint32_t port, const Stre
     sequence.nVersion = ZVX_DEV_VERSION_1_2;
     sequence.nPortIndex = port;
     if (facts.announced) {
-        sequence.nDisplayWidth = static_cast<uint16_t>(facts.announced->width);
-        sequence.nDisplayHeight = static_cast<uint16_t>(facts.announced->height);
+        sequence.nDisplayWidth = static_cast<uint16_t>(facts.announced->geometry.width);
+        sequence.nDisplayHeight = static_cast<uint16_t>(facts.announced->geometry.height);
+        sequence.nBitDepthLumaMinus8 = static_cast<uint16_t>(std::max<int>(facts.announced->bit_depth - 8, 0));
+        sequence.nBitDepthChromaMinus8 = sequence.nBitDepthLumaMinus8;
+        if (facts.announced->colour)
+            sequence.nColorMatrixCoefficients = facts.announced->colour->matrix;
     }
     sequence.nSampleAspectRatioWidth = 1;
     sequence.nSampleAspectRatioHeight = 1;

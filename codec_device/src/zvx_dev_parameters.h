@@ -4,6 +4,7 @@
 #include <OMX_Core.h>
 
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <optional>
 #include <utility>
@@ -17,9 +18,6 @@ namespace zvx_dev {
 inline constexpr uint32_t INPUT_PORT = 0;
 inline constexpr uint32_t OUTPUT_PORT = 1;
 
-/* Frame memory is allocated in whole macroblocks. */
-Geometry allocation_geometry(const Geometry &picture);
-
 /* Records as the host set them, by index and port (the word after nSize and nVersion). Not locked:
  * its device's lock guards it. */
 class ParameterStore {
@@ -28,15 +26,27 @@ public:
     /* OMX_ErrorUnsupportedIndex for a record never set. */
     OMX_ERRORTYPE get(uint32_t index, uint32_t size, void *record) const;
     std::optional<zvx_dev_port_definition> port_definition(uint32_t port) const;
+    /* The record of this index the host set last, whatever its port: a record in the host's own layout
+     * (OMX_U32 as wide as its build makes it) has its port where this store does not look. */
+    template <typename Record> std::optional<Record> latest(uint32_t index) const
+    {
+        const auto found = latest_.find(index);
+        if (found == latest_.end() || found->second.size() < sizeof(Record))
+            return std::nullopt;
+        Record record;
+        std::memcpy(&record, found->second.data(), sizeof(record));
+        return record;
+    }
 
 private:
     std::map<std::pair<uint32_t, uint32_t>, std::vector<uint8_t>> records_;
+    std::map<uint32_t, std::vector<uint8_t>> latest_;
 };
 
 /* What the session knows of its stream when the host asks. */
 struct StreamFacts {
     bool decoder = true;
-    std::optional<Geometry> announced;
+    std::optional<Announcement> announced;
     uint32_t buffers_needed = 0;
     bool reordering = false;
 };

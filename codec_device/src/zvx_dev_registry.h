@@ -12,7 +12,7 @@
 
 namespace zvx_dev {
 
-/* The process's emulated devices by descriptor, between zvx_init_emulator and zvx_destroy_emulator. */
+/* The process's devices by descriptor, between zvx_init_emulator and zvx_destroy_emulator. */
 class Registry {
 public:
     static Registry &instance();

@@ -10,7 +10,7 @@ struct RoleTraits {
     bool vp9;
 };
 
-/* Null for a role the emulated hardware does not offer. */
+/* Null for a role the devices do not offer. */
 std::optional<RoleTraits> role_traits(const char *role);
 
 } // namespace zvx_dev

@@ -1,4 +1,4 @@
-// The session interface over the emulated devices: each call finds its device by descriptor and
+// The session interface over the software devices: each call finds its device by descriptor and
 // answers as a device without it would when there is none.
 #include <exception>
 #include <memory>
@@ -24,7 +24,7 @@ OMX_ERRORTYPE zvxp_remember(OMX_ERRORTYPE error)
     return error;
 }
 
-/* Runs call on the open device fd; failure when there is none, and when the emulator runs out of
+/* Runs call on the open device fd; failure when there is none, and when the device runs out of
  * memory: that reads to the host as the device failing the call, never as an exception. */
 template <typename Result, typename Call> Result zvxp_on_device(int fd, Result failure, Call call)
 {
@@ -156,7 +156,7 @@ void zvx_notify_ref_frame_release(int fd, zvx_base_buffer_handle_t handle)
     zvxp_on_device(fd, [&](zvx_dev::Device &device) { device.notify_ref_frame_release(handle); });
 }
 
-/* Clock, hardware information and firmware memory: the emulated device needs none of them. */
+/* Clock, hardware information and firmware memory: the software device needs none of them. */
 void zvx_request_max_frequency(int) {}
 
 void zvx_read_hw_info(int) {}
@@ -180,7 +180,7 @@ OMX_U32 zvx_get_fw_version(int)
     return ZVXP_FW_VERSION;
 }
 
-/* The emulated hardware writes planar frames only. */
+/* The software device writes planar frames only. */
 OMX_U32 zvx_get_cached_tcx(void)
 {
     return 0;
@@ -201,7 +201,7 @@ void zvx_free_thread_error_container(void)
     zvxp_last_error = OMX_ErrorNone;
 }
 
-/* Instrumentation goes nowhere: the emulator has its own counts. */
+/* Instrumentation goes nowhere: the devices keep their own counts. */
 void zvx_instr_init(void) {}
 
 void zvx_instr_release(void) {}

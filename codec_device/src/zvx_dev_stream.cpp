@@ -4,6 +4,22 @@
 
 namespace zvx_dev {
 
+namespace {
+
+constexpr uint32_t ZVXP_MACROBLOCK = 16;
+
+uint32_t zvxp_align(uint32_t value)
+{
+    return (value + ZVXP_MACROBLOCK - 1) / ZVXP_MACROBLOCK * ZVXP_MACROBLOCK;
+}
+
+} // namespace
+
+Geometry allocation_geometry(const Geometry &picture)
+{
+    return {zvxp_align(picture.width), zvxp_align(picture.height)};
+}
+
 void Stream::set_reorder_depth(uint32_t depth)
 {
     reorder_depth_ = depth;
@@ -14,7 +30,11 @@ void Stream::add_picture(const Picture &picture, zvx_dev_report report_if_new)
 {
     if (geometry_ != picture.geometry) {
         release_window(0);
-        ready_.emplace_back(Announcement{picture.geometry, report_if_new});
+        Announcement announcement;
+        announcement.geometry = picture.geometry;
+        announcement.report = report_if_new;
+        announcement.frame = allocation_geometry(picture.geometry);
+        ready_.emplace_back(announcement);
         geometry_ = picture.geometry;
     }
     window_.push_back(picture);

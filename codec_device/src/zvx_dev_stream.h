@@ -18,26 +18,43 @@ struct Geometry {
     bool operator==(const Geometry &) const = default;
 };
 
+/* Frame memory is allocated in whole macroblocks. */
+Geometry allocation_geometry(const Geometry &picture);
+
+/* The stream's colours as ITU-T H.273 code points; range 0 unknown, 1 limited, 2 full. */
+struct ColourDescription {
+    uint8_t range = 0;
+    uint8_t primaries = 2;
+    uint8_t transfer = 2;
+    uint8_t matrix = 2;
+    bool operator==(const ColourDescription &) const = default;
+};
+
 struct Picture {
     uint32_t number = 0; /* position among the session's input pictures, from 0 */
     uint64_t timestamp = 0;
     Geometry geometry;
     bool key = false;
     bool eos = false;
-    bool empty = false;      /* an end of stream that carried no picture */
-    uint32_t bytes_sent = 0; /* encode: bitstream bytes already written to earlier buffers */
+    bool empty = false;        /* an end of stream that carried no picture */
+    bool codec_config = false; /* encode: the stream's configuration, ahead of its first picture */
+    uint32_t bytes_sent = 0;   /* encode: bitstream bytes already written to earlier buffers */
 };
 
 /* The host must hear of a new resolution before the first picture that has it. */
 struct Announcement {
-    Geometry geometry;
-    zvx_dev_report report;
+    Geometry geometry; /* the visible picture */
+    zvx_dev_report report = zvx_dev_report::sequence_params;
+    Geometry frame; /* the memory one frame takes, at least the visible picture */
+    uint8_t bit_depth = 8;
+    uint32_t buffers_needed = 0; /* frames the codec holds at once; 0: as many as the script says */
+    std::optional<ColourDescription> colour;
 };
 
 using StreamItem = std::variant<Announcement, Picture>;
 
-/* The codec's pipeline from consumed input to output order: pictures of one resolution sit in a
- * reorder window and leave it in timestamp order; a new resolution first drains the window.
+/* The pattern engine's pipeline from consumed input to output order: pictures of one resolution sit
+ * in a reorder window and leave it in timestamp order; a new resolution first drains the window.
  * Not locked: its device's lock guards it. */
 class Stream {
 public:

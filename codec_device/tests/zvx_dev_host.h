@@ -1,7 +1,7 @@
 #ifndef ZVX_DEV_HOST_H
 #define ZVX_DEV_HOST_H
 
-/* A test's stand-in for the component: one emulated device driven through the session functions. */
+/* A test's stand-in for the component: one device driven through the session functions. */
 
 #include <gtest/gtest.h>
 #include <poll.h>

@@ -34,7 +34,7 @@ std::vector<zvx_base_buffer_handle_t> add_buffers(EmuHost &host, uint32_t port, 
     return ids;
 }
 
-TEST_F(EmuSession, DeviceNodeOpensOnlyWhileTheEmulatorRunsAndEachOpenIsItsOwnDevice)
+TEST_F(EmuSession, DeviceNodeOpensOnlyWhileTheDevicesRunAndEachOpenIsItsOwnDevice)
 {
     zvx_destroy_emulator();
     EXPECT_EQ(zvx_init("/dev/kdev0"), -1);

@@ -31,6 +31,9 @@ enum class InputFraming : uint8_t {
 
 struct DecoderSettings {
     int thread_count = 0; /* 0: as many as the machine has */
+    /* Each picture comes out as soon as its access unit and the stream's reordering allow, as from a
+     * hardware decoder: slice threads only, none of the picture-per-thread delay of frame threads. */
+    bool low_delay = false;
     InputFraming framing = InputFraming::automatic;
     /* Codec configuration known before the stream (a container's extradata). */
     std::vector<uint8_t> codec_config;
@@ -43,7 +46,9 @@ struct DecoderInput {
     int64_t timestamp_us = no_timestamp;
     bool end_of_frame = false;
     /* Codec configuration (headers, extradata): taken as extradata before the first picture's data,
-     * put in front of the next data after it. */
+     * put in front of the next data after it. Avc and hevc configuration in start-code form that also
+     * holds a picture is an access unit like any other: GStreamer flags a stream's first access unit,
+     * which carries the parameter sets, as configuration. */
     bool codec_config = false;
 };
 

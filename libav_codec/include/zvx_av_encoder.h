@@ -38,6 +38,9 @@ struct EncoderSettings {
     std::string profile;
     std::string level;
     int thread_count = 0; /* 0: as many as the machine has (vp8: one) */
+    /* Each picture's packet comes out as the picture goes in, as from a hardware encoder: no
+     * look-ahead and no B pictures unless b_frames asks for them. */
+    bool low_delay = false;
     EncoderSpeed speed = EncoderSpeed::medium;
 };
 

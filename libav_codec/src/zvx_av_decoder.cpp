@@ -51,6 +51,25 @@ void copy_padded(std::span<const uint8_t> data, std::vector<uint8_t> &buffer)
 
 constexpr size_t PARSE_STEP = 1u << 20;
 
+/* Whether avc or hevc configuration in start-code form also holds a picture: a unit of a slice
+ * (avc types 1 to 5, hevc types below 32) after one of its start codes. Parameter sets alone stay
+ * configuration: a decoder refuses a packet without a picture. */
+bool config_holds_picture(Codec codec, std::span<const uint8_t> data)
+{
+    if (codec != Codec::avc && codec != Codec::hevc)
+        return false;
+    for (size_t at = 0; at + 3 < data.size(); ++at) {
+        if (data[at] != 0 || data[at + 1] != 0 || data[at + 2] != 1)
+            continue;
+        const uint8_t header = data[at + 3];
+        const int type = codec == Codec::avc ? header & 0x1f : (header >> 1) & 0x3f;
+        if (codec == Codec::avc ? type >= 1 && type <= 5 : type < 32)
+            return true;
+        at += 2;
+    }
+    return false;
+}
+
 } // namespace
 
 Status Decoder::open(Codec codec, const DecoderSettings &settings)
@@ -80,7 +99,7 @@ Status Decoder::start()
     if (!context)
         return Status(AVERROR(ENOMEM));
     context->thread_count = settings_.thread_count;
-    context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+    context->thread_type = settings_.low_delay ? FF_THREAD_SLICE : FF_THREAD_FRAME | FF_THREAD_SLICE;
     // The crop is reported with each picture and applied exactly when it is received: libav's own
     // cropping keeps the left edge aligned and so may leave part of it.
     context->apply_cropping = 0;
@@ -131,6 +150,11 @@ Status Decoder::send(const DecoderInput &input)
 {
     if (!packet_)
         return Status(AVERROR(EINVAL));
+    if (input.codec_config && config_holds_picture(codec_, input.data)) {
+        DecoderInput as_data = input;
+        as_data.codec_config = false;
+        return send(as_data);
+    }
     if (input.codec_config && !data_sent_) {
         if (extradata_.size() + input.data.size() > max_access_unit_bytes)
             return Status(AVERROR_INVALIDDATA);

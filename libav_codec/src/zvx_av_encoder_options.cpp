@@ -67,6 +67,8 @@ Status set_x26x_options(const EncoderSettings &settings, AVDictionary **options)
 {
     const SpeedNames &speed = SPEEDS.at(static_cast<size_t>(settings.speed));
     int set = av_dict_set(options, "preset", speed.x26x_preset, 0);
+    if (set >= 0 && settings.low_delay)
+        set = av_dict_set(options, "tune", "zerolatency", 0);
     if (set >= 0 && !settings.profile.empty())
         set = av_dict_set(options, "profile", settings.profile.c_str(), 0);
     if (set < 0)
@@ -98,6 +100,8 @@ Status set_vpx_options(const EncoderSettings &settings, AVCodecContext &context,
     int set = av_dict_set(options, "deadline", speed.vpx_deadline, 0);
     if (set >= 0)
         set = av_dict_set(options, "cpu-used", speed.vpx_cpu_used, 0);
+    if (set >= 0 && settings.low_delay)
+        set = av_dict_set(options, "lag-in-frames", "0", 0);
     if (set < 0)
         return Status(set);
     if (settings.codec == Codec::vp9 && !settings.profile.empty()) {

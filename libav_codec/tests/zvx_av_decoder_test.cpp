@@ -247,6 +247,68 @@ INSTANTIATE_TEST_SUITE_P(Codecs, DecoderTimestamps, testing::Values(Codec::avc, 
 
 /* A new stream after a flush: its configuration, a buffer of its own, must reach the decoder in
  * front of its data whichever way the data comes. */
+/* GStreamer flags a stream's first access unit, parameter sets and picture together, as configuration:
+ * at the start, and again after a flush. */
+TEST(Decoder, FirstAccessUnitFlaggedAsConfigurationStillGivesItsPicture)
+{
+    zvx_av_test::TempFolder folder;
+    for (const char *name : {"s.h264", "s.hevc"}) {
+        const std::string path = folder.file(name);
+        const bool avc = std::string(name) == "s.h264";
+        ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 10,
+                                             avc ? "-c:v libx264" : "-c:v libx265 -x265-params log-level=error"));
+        zvx_av::Decoder decoder;
+        ASSERT_TRUE(decoder.open(avc ? Codec::avc : Codec::hevc).ok());
+        const std::vector<std::vector<uint8_t>> units = zvx_av_test::read_access_units(path);
+        ASSERT_EQ(units.size(), 10u);
+        int pictures = 0;
+        for (size_t i = 0; i < units.size(); ++i) {
+            EXPECT_TRUE(decoder.send({units[i], static_cast<int64_t>(i) * 40000, true, i == 0}).ok()) << name;
+            while (decoder.receive())
+                ++pictures;
+        }
+        ASSERT_TRUE(decoder.end_stream().ok());
+        while (decoder.receive())
+            ++pictures;
+        EXPECT_EQ(pictures, 10) << name;
+
+        decoder.flush();
+        std::vector<int64_t> timestamps;
+        for (size_t i = 0; i < units.size(); ++i) {
+            EXPECT_TRUE(decoder.send({units[i], static_cast<int64_t>(i) * 40000, true, i == 0}).ok()) << name;
+            while (std::optional<zvx_av::DecodedPicture> picture = decoder.receive())
+                timestamps.push_back(picture->timestamp_us);
+        }
+        ASSERT_TRUE(decoder.end_stream().ok());
+        while (std::optional<zvx_av::DecodedPicture> picture = decoder.receive())
+            timestamps.push_back(picture->timestamp_us);
+        ASSERT_EQ(timestamps.size(), 10u) << name << " after a flush";
+        EXPECT_EQ(timestamps.front(), 0) << name << " after a flush";
+    }
+}
+
+TEST(Decoder, LowDelayGivesEachPictureOfAStreamWithoutReorderingAsItsUnitGoesIn)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 8, "-c:v libx264 -bf 0"));
+    zvx_av::Decoder decoder;
+    zvx_av::DecoderSettings settings;
+    settings.low_delay = true;
+    settings.thread_count = 4;
+    ASSERT_TRUE(decoder.open(Codec::avc, settings).ok());
+    int sent = 0;
+    int received = 0;
+    for (const std::vector<uint8_t> &unit : zvx_av_test::read_access_units(path)) {
+        ASSERT_TRUE(decoder.send({unit, sent * 40000, true, false}).ok());
+        ++sent;
+        while (decoder.receive())
+            ++received;
+        EXPECT_EQ(received, sent) << "after access unit " << sent;
+    }
+    EXPECT_EQ(decoder.frames_held().thread_delay, 0);
+}
+
 TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextData)
 {
     const EncodedStream first = encode_pattern(Codec::avc, 6);

@@ -221,6 +221,28 @@ TEST_P(EncoderTest, BitrateHoldsOverSecondsAndAChangeMidStreamTakesEffect)
     EXPECT_EQ(decoded, FIRST + SECOND);
 }
 
+TEST_P(EncoderTest, LowDelayGivesEachPacketAsItsPictureGoesIn)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("in.yuv");
+    ASSERT_TRUE(zvx_av_test::make_raw_pictures(path, "176x144", 12));
+    const std::vector<std::vector<uint8_t>> pictures = read_pictures(path, 176, 144);
+    ASSERT_EQ(pictures.size(), 12u);
+    zvx_av::EncoderSettings settings = settings_for(GetParam(), 176, 144);
+    settings.input_format = AV_PIX_FMT_YUV420P;
+    settings.low_delay = true;
+    zvx_av::Encoder encoder;
+    ASSERT_TRUE(encoder.open(settings).ok());
+    std::vector<Packet> packets;
+    for (size_t i = 0; i < pictures.size(); ++i) {
+        std::vector<uint8_t> source = pictures[i];
+        const zvx_av::FramePtr picture = zvx_av::wrap_picture(source, 176, 144, {ColourFormat::i420, 176, 144});
+        ASSERT_TRUE(encoder.send(*picture, static_cast<int64_t>(i) * FRAME_US).ok());
+        take_packets(encoder, packets);
+        EXPECT_EQ(packets.size(), i + 1) << "after picture " << i;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Codecs, EncoderTest, testing::Values(Codec::avc, Codec::hevc, Codec::vp8, Codec::vp9),
                          [](const testing::TestParamInfo<Codec> &info) {
                              return std::string(zvx_av::role_name(info.param));

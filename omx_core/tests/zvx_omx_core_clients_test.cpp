@@ -1,5 +1,5 @@
 // Real clients load the built core by path: GStreamer's OpenMAX plugin, pointed at it by a gstomx.conf
-// of the test's own, and FFmpeg's h264_omx. The emulated devices fill pictures with a pattern, so the
+// of the test's own, and FFmpeg's h264_omx. The core's devices decode and encode with libavcodec; the
 // tests check flow: counts, sizes, order, timestamps, the end of stream and the exit status. Where the
 // core is built with AddressSanitizer, the clients run with its runtime preloaded, and a leak whose
 // allocation passed through this project's code fails the test.
@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -33,6 +34,7 @@ struct run_result {
 struct sunk_buffer {
     uint32_t bytes;
     int64_t pts_ns; /* -1: none */
+    bool header;    /* codec configuration, not a picture */
 };
 
 bool program_exists(const char *name)
@@ -50,10 +52,12 @@ int64_t parse_clock_time(const std::string &text)
 
 std::vector<sunk_buffer> sunk_buffers(const std::string &output)
 {
-    static const std::regex chain(R"(chain +\*+ \(fakesink\d+:sink\) \((\d+) bytes, dts: [^,]*, pts: ([^,]*),)");
+    static const std::regex chain(
+        R"(chain +\*+ \(fakesink\d+:sink\) \((\d+) bytes, dts: [^,]*, pts: ([^,]*),.*flags: [0-9a-f]+ ([^,]*),)");
     std::vector<sunk_buffer> buffers;
     for (std::sregex_iterator it(output.begin(), output.end(), chain), end; it != end; ++it)
-        buffers.push_back({static_cast<uint32_t>(std::stoul((*it)[1])), parse_clock_time((*it)[2])});
+        buffers.push_back({static_cast<uint32_t>(std::stoul((*it)[1])), parse_clock_time((*it)[2]),
+                           (*it)[3].str().find("header") != std::string::npos});
     return buffers;
 }
 
@@ -186,12 +190,47 @@ TEST_F(GStreamer, DecodesAnX264StreamInPresentationOrderToTheEnd)
     expect_clean(result);
 }
 
+// The core's device decodes for real: GStreamer gets the very pictures its own software decoder makes
+// of the same stream, B-frames and all.
+TEST_F(GStreamer, DecodedPicturesAreThoseOfGStreamersSoftwareDecoder)
+{
+    if (run("gst-inspect-1.0 avdec_h264").status != 0)
+        GTEST_SKIP() << "GStreamer's libav plugin is not installed (scripts/setup.sh installs it)";
+    const std::string stream = (dir_ / "in.h264").string();
+    const std::string ours = (dir_ / "ours.yuv").string();
+    const std::string theirs = (dir_ / "theirs.yuv").string();
+    ASSERT_EQ(
+        run("gst-launch-1.0 -q videotestsrc num-buffers=30 ! " + std::string(ZVXP_QVGA) +
+            " ! x264enc bframes=2 ! h264parse ! video/x-h264,stream-format=byte-stream ! filesink location=" + stream)
+            .status,
+        0);
+    const run_result decoded = launch("filesrc location=" + stream + " ! h264parse ! omxh264dec ! " + ZVXP_QVGA +
+                                      " ! filesink location=" + ours);
+    EXPECT_EQ(decoded.status, 0) << decoded.output;
+    ASSERT_EQ(run("gst-launch-1.0 -q filesrc location=" + stream + " ! h264parse ! avdec_h264 ! " + ZVXP_QVGA +
+                  " ! filesink location=" + theirs)
+                  .status,
+              0);
+    const auto bytes_of = [](const std::string &path) {
+        std::ifstream file(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    };
+    const std::string picture_bytes = bytes_of(ours);
+    EXPECT_EQ(picture_bytes.size(), size_t{30} * ZVXP_QVGA_I420_BYTES);
+    EXPECT_TRUE(picture_bytes == bytes_of(theirs));
+    expect_clean(decoded);
+}
+
 TEST_F(GStreamer, EncodesSixtyPicturesToTheEnd)
 {
     const run_result result = launch("videotestsrc num-buffers=60 ! omxh264enc ! fakesink silent=false");
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_NE(result.output.find("Got EOS from element"), std::string::npos) << result.output;
-    const std::vector<sunk_buffer> units = sunk_buffers(result.output);
+    // The stream's parameter sets come first, as buffers of their own.
+    std::vector<sunk_buffer> units = sunk_buffers(result.output);
+    ASSERT_FALSE(units.empty()) << result.output;
+    EXPECT_TRUE(units.front().header);
+    std::erase_if(units, [](const sunk_buffer &unit) { return unit.header; });
     ASSERT_EQ(units.size(), 60u) << result.output;
     for (size_t i = 1; i < units.size(); ++i)
         EXPECT_GT(units[i].pts_ns, units[i - 1].pts_ns) << "unit " << i;

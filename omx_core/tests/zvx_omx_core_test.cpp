@@ -320,7 +320,7 @@ TEST_F(OmxCoreTest, EightClientThreadsAtOnce)
 }
 
 /* Parameters through the handle, a role change, and Loaded -> Idle -> Loaded with the client's
- * buffers, every state change completed by the emulated device. */
+ * buffers, every state change completed by the codec device. */
 TEST_F(OmxCoreTest, ComponentRunsThroughItsHandle)
 {
     ASSERT_EQ(init(), OMX_ErrorNone);

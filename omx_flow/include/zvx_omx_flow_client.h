@@ -63,6 +63,11 @@ public:
     OMX_ERRORTYPE set_role(const std::string &role);
     OMX_ERRORTYPE get_port_definition(OMX_U32 port, OMX_PARAM_PORTDEFINITIONTYPE *definition);
     OMX_ERRORTYPE set_port_definition(const OMX_PARAM_PORTDEFINITIONTYPE &definition);
+    /* Any record, stamped with its size and version by the caller (zvx_omx_stamped_record). */
+    OMX_ERRORTYPE get_parameter(OMX_INDEXTYPE index, void *record);
+    OMX_ERRORTYPE set_parameter(OMX_INDEXTYPE index, void *record);
+    OMX_ERRORTYPE get_config(OMX_INDEXTYPE index, void *record);
+    OMX_ERRORTYPE set_config(OMX_INDEXTYPE index, void *record);
 
     /* nBufferCountActual buffers of nBufferSize, as the port asks now. */
     OMX_ERRORTYPE allocate_buffers(OMX_U32 port);

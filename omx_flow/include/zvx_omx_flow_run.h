@@ -2,12 +2,13 @@
 #define ZVX_OMX_FLOW_RUN_H
 
 /*
- * One whole decode or encode over the session emulator, as a media framework runs it: role and port
+ * One whole decode or encode over the pattern device, as a media framework runs it: role and port
  * settings in Loaded, Loaded to Idle with buffers, Executing, the stream to its end, then Idle and
- * Loaded with every buffer freed, and the component destroyed. The emulator must be running.
+ * Loaded with every buffer freed, and the component destroyed. The devices must be running.
  */
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,10 +23,16 @@ struct zvx_flow_run_options {
     uint32_t width = 320;
     uint32_t height = 240;
     zvx_flow_stream_plan plan;
-    /* How the emulated device behaves: resolution changes, faults, delays. */
+    /* How the device behaves: resolution changes, faults, delays. */
     zvx_dev_script script;
     /* GStreamer's way: the output port disabled until the stream announces itself, then enabled. */
     bool output_disabled_at_start = false;
+    /* Real media in and out instead of the pattern (zvx_omx_flow_media.h); not owned. */
+    zvx_flow_source *source = nullptr;
+    zvx_flow_sink *sink = nullptr;
+    /* Settings made in Loaded after the role and the input port's size (an encoder's rate, key-frame
+     * interval, profile); false, with the problem noted on the client, when one was refused. */
+    std::function<bool(zvx_flow_client &)> configure;
 };
 
 struct zvx_flow_run_result {
@@ -50,7 +57,7 @@ std::string zvx_flow_role(const zvx_flow_run_options &options);
 
 zvx_flow_run_result zvx_flow_run(const zvx_flow_run_options &options, zvx_flow_observer *observer = nullptr);
 
-/* The steps of a run, for a flow that does more in the middle of its stream. The emulator's default
+/* The steps of a run, for a flow that does more in the middle of its stream. The devices' default
  * script must be set before the client opens its component (zvx_flow_script gives the run's). */
 zvx_dev_script zvx_flow_script(const zvx_flow_run_options &options);
 /* Role and port settings, then Idle with buffers and Executing. */

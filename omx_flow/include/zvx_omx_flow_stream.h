@@ -3,8 +3,8 @@
 
 /*
  * A stream through a component in Executing, driven the way a media framework drives it: every input
- * buffer that comes back carries the next frame, every output buffer is checked against the emulated
- * codec's pattern and given again, a new output port setting is followed by disabling the port,
+ * buffer that comes back carries the next frame, every output buffer is checked against the pattern
+ * engine's pattern and given again, a new output port setting is followed by disabling the port,
  * freeing and reallocating its buffers and enabling it again, and the stream ends with an end of
  * stream that must come out of the output port.
  */
@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "zvx_omx_flow_client.h"
+#include "zvx_omx_flow_media.h"
 
 struct zvx_flow_stream_plan {
     uint32_t frames = 30;
@@ -29,6 +30,8 @@ struct zvx_flow_stream_plan {
     bool eos_on_last_frame = false;
     /* Encode: every n-th picture is a key picture. */
     uint32_t key_interval = 30;
+    /* Encode: key frames and bitrates asked for in the middle of the stream. */
+    std::vector<zvx_flow_encoder_change> encoder_changes;
 };
 
 /* What came out, in order. */
@@ -41,7 +44,10 @@ struct zvx_flow_output {
 
 class zvx_flow_stream {
 public:
-    zvx_flow_stream(zvx_flow_client &client, const zvx_flow_stream_plan &plan);
+    /* With a source, inputs come from it until it has no more (plan.frames is not used) and outputs
+     * go to the sink, if there is one, unchecked. */
+    zvx_flow_stream(zvx_flow_client &client, const zvx_flow_stream_plan &plan, zvx_flow_source *source = nullptr,
+                    zvx_flow_sink *sink = nullptr);
 
     /* Gives the component every buffer the client holds: the next frames in input buffers, output
      * buffers to fill; nothing more once the end of stream has been sent. */
@@ -75,7 +81,11 @@ private:
 
     OMX_TICKS timestamp_of(uint32_t frame) const;
     void send_input(OMX_BUFFERHEADERTYPE *header);
+    void send_media_input(OMX_BUFFERHEADERTYPE *header);
+    void send_end_of_stream(OMX_BUFFERHEADERTYPE *header, OMX_TICKS timestamp);
+    void apply_encoder_changes();
     void on_output(OMX_BUFFERHEADERTYPE *header);
+    void take_media_output(const OMX_BUFFERHEADERTYPE &header);
     void check_picture(const OMX_BUFFERHEADERTYPE &header);
     void check_bitstream(const OMX_BUFFERHEADERTYPE &header);
     void on_event(const zvx_flow_event &event);
@@ -90,8 +100,14 @@ private:
 
     zvx_flow_client &client_;
     const zvx_flow_stream_plan plan_;
+    zvx_flow_source *const source_;
+    zvx_flow_sink *const sink_;
     OMX_PARAM_PORTDEFINITIONTYPE input_definition_{};
     OMX_PARAM_PORTDEFINITIONTYPE output_definition_{};
+    OMX_CONFIG_RECTTYPE output_crop_{};
+    /* Media: the next input starts a frame; the latest timestamp sent. */
+    bool at_frame_start_ = true;
+    OMX_TICKS last_timestamp_sent_ = 0;
     uint32_t next_frame_ = 0;
     uint32_t next_picture_ = 0;
     bool eos_event_ = false;

@@ -96,6 +96,26 @@ OMX_ERRORTYPE zvx_flow_client::set_port_definition(const OMX_PARAM_PORTDEFINITIO
     return handle_.omx.SetParameter(&handle_.omx, OMX_IndexParamPortDefinition, &copy);
 }
 
+OMX_ERRORTYPE zvx_flow_client::get_parameter(OMX_INDEXTYPE index, void *record)
+{
+    return handle_.omx.GetParameter(&handle_.omx, index, record);
+}
+
+OMX_ERRORTYPE zvx_flow_client::set_parameter(OMX_INDEXTYPE index, void *record)
+{
+    return handle_.omx.SetParameter(&handle_.omx, index, record);
+}
+
+OMX_ERRORTYPE zvx_flow_client::get_config(OMX_INDEXTYPE index, void *record)
+{
+    return handle_.omx.GetConfig(&handle_.omx, index, record);
+}
+
+OMX_ERRORTYPE zvx_flow_client::set_config(OMX_INDEXTYPE index, void *record)
+{
+    return handle_.omx.SetConfig(&handle_.omx, index, record);
+}
+
 OMX_ERRORTYPE zvx_flow_client::allocate_buffers(OMX_U32 port)
 {
     OMX_PARAM_PORTDEFINITIONTYPE definition;

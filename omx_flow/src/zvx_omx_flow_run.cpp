@@ -35,6 +35,9 @@ bool zvxp_configure(zvx_flow_client &client, const zvx_flow_run_options &options
                    "the input port definition was refused")) {
         return false;
     }
+    if (options.configure && !options.configure(client)) {
+        return false;
+    }
     if (!options.output_disabled_at_start) {
         return true;
     }
@@ -125,12 +128,18 @@ zvx_flow_run_result zvx_flow_run(const zvx_flow_run_options &options, zvx_flow_o
         return result;
     }
     if (zvx_flow_start(client, options)) {
-        zvx_flow_stream stream(client, options.plan);
+        zvx_flow_stream stream(client, options.plan, options.source, options.sink);
         const bool ended = stream.run_to_end();
         zvxp_step(client, ended || stream.failed(), "the stream never ended");
         result.completed = ended && zvx_flow_stop(client, stream);
         if (ended && !stream.missing_pictures().empty()) {
             client.note_problem("pictures sent never came out");
+        }
+        /* An encoder makes one picture of every one it takes; a decoder's count is the media's. */
+        if (ended && options.source != nullptr && options.kind == zvx_flow_kind::encoder &&
+            stream.pictures_out() != stream.frames_sent()) {
+            client.note_problem(std::to_string(stream.frames_sent()) + " pictures sent, " +
+                                std::to_string(stream.pictures_out()) + " came out encoded");
         }
         result.frames_sent = stream.frames_sent();
         result.pictures_out = stream.pictures_out();

@@ -4,18 +4,20 @@
 #include <sstream>
 
 #include "zvx_dev_picture.h"
+#include "zvx_omx_config.h"
 
 namespace {
 
 constexpr uint32_t ZVXP_EMPTY = UINT32_MAX;
-/* What a compressed frame takes in an input buffer; the emulated codec reads only its length. */
+/* What a compressed frame takes in an input buffer; the pattern engine reads only its length. */
 constexpr uint32_t ZVXP_CODED_FRAME_BYTES = 4096;
 constexpr uint32_t ZVXP_ANCHOR_GROUP = 3;
 
 } // namespace
 
-zvx_flow_stream::zvx_flow_stream(zvx_flow_client &client, const zvx_flow_stream_plan &plan)
-    : client_(client), plan_(plan)
+zvx_flow_stream::zvx_flow_stream(zvx_flow_client &client, const zvx_flow_stream_plan &plan, zvx_flow_source *source,
+                                 zvx_flow_sink *sink)
+    : client_(client), plan_(plan), source_(source), sink_(sink)
 {
     client_.get_port_definition(zvx_flow_client::INPUT, &input_definition_);
     read_output_definition();
@@ -50,9 +52,21 @@ void zvx_flow_stream::feed()
     }
 }
 
+void zvx_flow_stream::send_end_of_stream(OMX_BUFFERHEADERTYPE *header, OMX_TICKS timestamp)
+{
+    eos_sent_ = true;
+    if (client_.empty_buffer(header, 0, OMX_BUFFERFLAG_EOS, timestamp) != OMX_ErrorNone) {
+        refused("EmptyThisBuffer refused the end of stream");
+    }
+}
+
 void zvx_flow_stream::send_input(OMX_BUFFERHEADERTYPE *header)
 {
     if (eos_sent_) {
+        return;
+    }
+    if (source_ != nullptr) {
+        send_media_input(header);
         return;
     }
     if (next_frame_ == plan_.frames) {
@@ -61,10 +75,7 @@ void zvx_flow_stream::send_input(OMX_BUFFERHEADERTYPE *header)
         for (uint32_t frame = 0; frame < plan_.frames; ++frame) {
             end = std::max(end, timestamp_of(frame) + plan_.frame_interval);
         }
-        eos_sent_ = true;
-        if (client_.empty_buffer(header, 0, OMX_BUFFERFLAG_EOS, end) != OMX_ErrorNone) {
-            refused("EmptyThisBuffer refused the end of stream");
-        }
+        send_end_of_stream(header, end);
         return;
     }
     const uint32_t frame = next_frame_++;
@@ -82,6 +93,60 @@ void zvx_flow_stream::send_input(OMX_BUFFERHEADERTYPE *header)
     pending_[timestamp] = next_picture_++;
     if (client_.empty_buffer(header, length, flags, timestamp) != OMX_ErrorNone) {
         refused("EmptyThisBuffer refused a frame");
+    }
+}
+
+void zvx_flow_stream::send_media_input(OMX_BUFFERHEADERTYPE *header)
+{
+    if (failed_) {
+        return;
+    }
+    if (at_frame_start_) {
+        apply_encoder_changes();
+    }
+    std::string why;
+    if (!source_->fill(*header, input_definition_, &why)) {
+        if (why.empty()) {
+            send_end_of_stream(header, last_timestamp_sent_ + plan_.frame_interval);
+        } else {
+            problem(why);
+            failed_ = true;
+        }
+        return;
+    }
+    at_frame_start_ = (header->nFlags & OMX_BUFFERFLAG_ENDOFFRAME) != 0;
+    if (at_frame_start_ && (header->nFlags & OMX_BUFFERFLAG_CODECCONFIG) == 0) {
+        ++next_frame_;
+    }
+    last_timestamp_sent_ = std::max(last_timestamp_sent_, header->nTimeStamp);
+    if (client_.empty_buffer(header, header->nFilledLen, header->nFlags, header->nTimeStamp) != OMX_ErrorNone) {
+        refused("EmptyThisBuffer refused a frame");
+    }
+}
+
+void zvx_flow_stream::apply_encoder_changes()
+{
+    for (const zvx_flow_encoder_change &change : plan_.encoder_changes) {
+        if (change.at_frame != next_frame_) {
+            continue;
+        }
+        OMX_ERRORTYPE error;
+        if (change.change == zvx_flow_encoder_change::what::key_frame) {
+            auto refresh = zvx_omx_stamped_record<OMX_CONFIG_INTRAREFRESHVOPTYPE>(zvx_flow_client::OUTPUT);
+            refresh.IntraRefreshVOP = OMX_TRUE;
+            error = client_.set_config(OMX_IndexConfigVideoIntraVOPRefresh, &refresh);
+        } else {
+            auto bitrate = zvx_omx_stamped_record<OMX_VIDEO_CONFIG_BITRATETYPE>(zvx_flow_client::OUTPUT);
+            bitrate.nEncodeBitrate = change.bitrate;
+            error = client_.set_config(OMX_IndexConfigVideoBitrate, &bitrate);
+        }
+        if (error != OMX_ErrorNone) {
+            std::ostringstream text;
+            text << "SetConfig refused the "
+                 << (change.change == zvx_flow_encoder_change::what::key_frame ? "key frame" : "bitrate")
+                 << " at frame " << change.at_frame;
+            problem(text.str());
+        }
     }
 }
 
@@ -140,6 +205,8 @@ void zvx_flow_stream::on_output(OMX_BUFFERHEADERTYPE *header)
     const OMX_BUFFERHEADERTYPE &out = *header;
     if (out.nFilledLen == 0) {
         outputs_.push_back({ZVXP_EMPTY, out.nTimeStamp, 0, out.nFlags});
+    } else if (source_ != nullptr) {
+        take_media_output(out);
     } else if (client_.kind() == zvx_flow_kind::decoder) {
         check_picture(out);
     } else {
@@ -157,6 +224,22 @@ void zvx_flow_stream::on_output(OMX_BUFFERHEADERTYPE *header)
         if (client_.fill_buffer(header) != OMX_ErrorNone) {
             refused("FillThisBuffer refused");
         }
+    }
+}
+
+void zvx_flow_stream::take_media_output(const OMX_BUFFERHEADERTYPE &header)
+{
+    /* An encoder's picture may span buffers; its last one ends the frame. */
+    const bool picture = (header.nFlags & OMX_BUFFERFLAG_CODECCONFIG) == 0 &&
+                         (client_.kind() == zvx_flow_kind::decoder || (header.nFlags & OMX_BUFFERFLAG_ENDOFFRAME) != 0);
+    outputs_.push_back({picture ? pictures_out_ : ZVXP_EMPTY, header.nTimeStamp, header.nFilledLen, header.nFlags});
+    if (picture) {
+        ++pictures_out_;
+    }
+    std::string why;
+    if (sink_ != nullptr && !sink_->take(header, output_definition_, output_crop_, &why)) {
+        problem(why);
+        failed_ = true;
     }
 }
 
@@ -310,6 +393,13 @@ void zvx_flow_stream::free_output(OMX_BUFFERHEADERTYPE *header)
 void zvx_flow_stream::read_output_definition()
 {
     client_.get_port_definition(zvx_flow_client::OUTPUT, &output_definition_);
+    output_crop_ = zvx_omx_stamped_record<OMX_CONFIG_RECTTYPE>(zvx_flow_client::OUTPUT);
+    if (client_.kind() == zvx_flow_kind::decoder &&
+        client_.get_config(OMX_IndexConfigCommonOutputCrop, &output_crop_) != OMX_ErrorNone) {
+        /* No crop: the whole picture is visible. */
+        output_crop_.nWidth = 0;
+        output_crop_.nHeight = 0;
+    }
 }
 
 void zvx_flow_stream::problem(const std::string &what)

@@ -39,7 +39,7 @@ inline std::vector<zvx_flow_event> zvx_events(std::initializer_list<std::vector<
     return joined;
 }
 
-/* The emulator runs for each test, so its totals are the test's. */
+/* The devices run for each test, so its totals are the test's. */
 class FlowTest : public ::testing::Test {
 protected:
     void SetUp() override { zvx_init_emulator(); }

@@ -1,4 +1,4 @@
-// Every fault the emulated device can be scripted with, met by a whole decode through the handle.
+// Every fault the codec device can be scripted with, met by a whole decode through the handle.
 #include <algorithm>
 
 #include "zvx_omx_flow_expect.h"

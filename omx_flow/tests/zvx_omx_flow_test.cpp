@@ -1,5 +1,5 @@
-// Whole decodes and encodes through the handle, as a media framework drives them, against the session
-// emulator: from Loaded to Loaded with the stream's own setting changes, a flush and a pause midway.
+// Whole decodes and encodes through the handle, as a media framework drives them, against the pattern
+// device: from Loaded to Loaded with the stream's own setting changes, a flush and a pause midway.
 #include <thread>
 
 #include "zvx_omx_flow_expect.h"

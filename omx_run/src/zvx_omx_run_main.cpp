@@ -1,11 +1,17 @@
-// zvx_omx_run: one decode or encode through the OpenMAX component over the emulated codec device,
-// from the command line, with a progress bar, a summary and, if asked, a trace.
+// zvx_omx_run: one decode or encode through the OpenMAX component over the codec device, of a file or
+// of the device's test pattern, from the command line, with a progress bar, a summary and, if asked, a
+// trace.
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include "zvx_omx_log.h"
+#include "zvx_omx_run_media.h"
 #include "zvx_omx_run_options.h"
 #include "zvx_omx_run_progress.h"
 #include "zvx_omx_run_summary.h"
@@ -51,16 +57,30 @@ int main(int argc, char **argv)
     if (std::getenv("ZVX_LOG_CONFIGURE") == nullptr) {
         zvx_log_omx_if.severity = ZVX_LOG_PANIC;
     }
+    /* The device's codecs note every stream's settings; only their errors matter here. */
+    av_log_set_level(AV_LOG_ERROR);
+
+    const bool progress_shown = options.progress && isatty(STDERR_FILENO) != 0;
+    const bool on_media = !options.input_path.empty();
+    zvx_run_media media;
+    if (on_media && !media.open(&options, progress_shown, &error)) {
+        (void)std::fprintf(stderr, "zvx_omx_run: %s\n", error.c_str());
+        return ZVXP_BAD_USAGE;
+    }
 
     zvx_run_trace trace;
-    zvx_run_progress progress(options.flow.plan.frames, options.progress && isatty(STDERR_FILENO) != 0);
+    zvx_run_progress progress(options.flow.plan.frames, progress_shown);
     zvxp_observers observers(options.trace_path.empty() ? nullptr : &trace, &progress);
     zvx_init_emulator();
-    const zvx_flow_run_result result = zvx_flow_run(options.flow, &observers);
+    zvx_flow_run_result result = zvx_flow_run(options.flow, &observers);
     zvx_destroy_emulator();
     progress.finish();
+    if (on_media && !media.close()) {
+        result.completed = false;
+        result.problems.emplace_back("the output could not be written to its end");
+    }
 
-    zvx_run_print_summary(stdout, options, result);
+    zvx_run_print_summary(stdout, options, result, on_media ? &media : nullptr);
     if (!options.trace_path.empty() && !trace.write(options.trace_path)) {
         (void)std::fprintf(stderr, "zvx_omx_run: cannot write the trace to %s\n", options.trace_path.c_str());
         return ZVXP_FAILED;

@@ -86,6 +86,18 @@ TEST(ZvxOmxRun, BadOptionsAreRefusedWithTheReasonAndStatusTwo)
         {"--frames=10 --change=10:640x360",
          "zvx_omx_run: a resolution change must come after the first frame and before the last"},
         {"stray", "zvx_omx_run: unexpected argument 'stray' (see --help)"},
+        {"--output=out.yuv", "zvx_omx_run: --output, --key-at and --bitrate-at need --input"},
+        {"--encode --key-at=5", "zvx_omx_run: --output, --key-at and --bitrate-at need --input"},
+        {"--input=/no/such/file.h264", "zvx_omx_run: cannot read /no/such/file.h264: No such file or directory"},
+        {"--input=in.h264 --change=5:640x360",
+         "zvx_omx_run: --change, --reorder, vp9-alloc and --eos-on-last shape the pattern stream, not a file"},
+        {"--input=in.h264 --key-at=5",
+         "zvx_omx_run: --size, --key-at and --bitrate-at are for an encode; a decode takes the file's"},
+        {"--encode --input=in.yuv --profile=high10", "zvx_omx_run: no profile 'high10' for encoding avc (see --help)"},
+        {"--encode --codec=vp9 --input=in.yuv --level=4.1",
+         "zvx_omx_run: no level '4.1' for encoding vp9 (see --help)"},
+        {"--encode --input=in.yuv --bitrate-at=5", "zvx_omx_run: bad value in '--bitrate-at=5' (see --help)"},
+        {"--encode --input=in.yuv --rate-control=abr", "zvx_omx_run: bad value in '--rate-control=abr' (see --help)"},
     };
     for (const auto &[arguments, message] : refusals) {
         const ProgramRun run = run_program(arguments);
@@ -98,9 +110,12 @@ TEST(ZvxOmxRun, HelpNamesEveryOptionAndExitsZero)
 {
     const ProgramRun run = run_program("--help");
     EXPECT_EQ(run.exit_status, 0);
-    for (const char *option : {"--encode", "--codec=", "--size=", "--frames=", "--change=", "--reorder", "--fault=",
-                               "reject:", "hang:", "error:", "slow:", "shuffle", "vp9-alloc:", "--output-at-start",
-                               "--eos-on-last", "--trace=", "--no-progress", "--help", "Exit status"}) {
+    for (const char *option :
+         {"--encode",   "--codec=",          "--size=",       "--frames=",       "--change=",     "--reorder",
+          "--fault=",   "reject:",           "hang:",         "error:",          "slow:",         "shuffle",
+          "vp9-alloc:", "--output-at-start", "--eos-on-last", "--trace=",        "--no-progress", "--help",
+          "--input=",   "--output=",         "--bitrate=",    "--rate-control=", "--fps=",        "--keyint=",
+          "--profile=", "--level=",          "--key-at=",     "--bitrate-at=",   "Exit status"}) {
         EXPECT_NE(run.output.find(option), std::string::npos) << option;
     }
 }

@@ -1,0 +1,66 @@
+// The libavcodec engine behind the component's handle, as a media framework meets it.
+#include <gtest/gtest.h>
+
+#include "zvx_av_test_streams.h"
+#include "zvx_codec_device.h"
+#include "zvx_dev_component_decode.h"
+
+namespace {
+
+constexpr std::chrono::seconds LIMIT{30};
+
+class ComponentOverLibav : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        zvx_init_emulator();
+        zvx_dev_script script;
+        script.engine = zvx_dev_engine::libav;
+        zvx_dev_set_default_script(script);
+    }
+    void TearDown() override { zvx_destroy_emulator(); }
+};
+
+/* The client declares nothing of the stream and sends it in arbitrary chunks: size and buffers come
+ * from the stream itself, and a resolution change midway is reconfigured for without losing a picture. */
+TEST_F(ComponentOverLibav, StreamsOwnSizeReachesTheClientAndEveryPictureComesOut)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string first = folder.file("a.h264");
+    const std::string second = folder.file("b.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(first, "180x100", 15, "-c:v libx264 -bf 2"));
+    ASSERT_TRUE(zvx_av_test::make_stream(second, "320x240", 15, "-c:v libx264 -bf 2"));
+    std::vector<uint8_t> joined = zvx_av_test::read_file(first);
+    const std::vector<uint8_t> tail = zvx_av_test::read_file(second);
+    joined.insert(joined.end(), tail.begin(), tail.end());
+
+    const zvx_dev_component_decode run = zvx_dev_decode_through_component("avc", joined, 777, 0, LIMIT);
+    EXPECT_TRUE(run.reached_executing);
+    EXPECT_TRUE(run.ended);
+    EXPECT_TRUE(run.stopped);
+    EXPECT_TRUE(run.problems.empty()) << (run.problems.empty() ? "" : run.problems.front());
+    EXPECT_EQ(run.pictures, 30u);
+    EXPECT_GE(run.output.format.video.nFrameWidth, 320u);
+    EXPECT_GE(run.output.format.video.nFrameHeight, 240u);
+}
+
+/* Bytes that are no stream of the role: every buffer back, the stream ends, the handle goes back to
+ * Loaded. */
+TEST_F(ComponentOverLibav, NoiseForEveryRoleEndsCleanly)
+{
+    std::vector<uint8_t> noise(20000);
+    uint32_t state = 99;
+    for (uint8_t &byte : noise) {
+        state = state * 1103515245u + 12345u;
+        byte = static_cast<uint8_t>(state >> 16);
+    }
+    for (const char *codec : {"avc", "hevc", "vp8", "vp9", "mpeg2", "mpeg4", "h263", "vc1", "rv"}) {
+        const zvx_dev_component_decode run =
+            zvx_dev_decode_through_component(codec, noise, 1500, OMX_BUFFERFLAG_ENDOFFRAME, LIMIT);
+        EXPECT_TRUE(run.ended) << codec;
+        EXPECT_TRUE(run.stopped) << codec;
+        EXPECT_TRUE(run.problems.empty()) << codec << ": " << (run.problems.empty() ? "" : run.problems.front());
+    }
+}
+
+} // namespace

@@ -1,0 +1,318 @@
+// Decodes through a device with the libavcodec engine match the ffmpeg program's byte for byte.
+#include <gtest/gtest.h>
+
+#include <OMX_Core.h>
+
+#include <algorithm>
+#include <string>
+
+#include "zvx_av_media_reader.h"
+#include "zvx_av_test_streams.h"
+#include "zvx_dev_libav_runs.h"
+
+namespace {
+
+using zvx_av::ColourFormat;
+using zvx_dev_test::decode_through_device;
+using zvx_dev_test::DecodeOptions;
+using zvx_dev_test::DecodeResult;
+using zvx_dev_test::DeviceInput;
+
+constexpr int FRAMES = 24;
+constexpr uint32_t NV12 = 21;
+constexpr uint32_t I420 = 19;
+constexpr uint32_t P010 = 0x7f000009; /* QURO_COLOR_FormatYUV420_10b_MS */
+
+class LibavDecode : public testing::Test {
+protected:
+    void SetUp() override { zvx_init_emulator(); }
+    void TearDown() override { zvx_destroy_emulator(); }
+};
+
+/* Access units with their container's timestamps (or counted ones), each flagged end of frame. */
+std::vector<DeviceInput> access_units(const std::string &path, bool config_buffer = false)
+{
+    std::vector<DeviceInput> inputs;
+    zvx_av::MediaReader reader;
+    if (!reader.open(path).ok())
+        return inputs;
+    if (config_buffer && !reader.codec_config().empty())
+        inputs.push_back({{reader.codec_config().begin(), reader.codec_config().end()}, 0, OMX_BUFFERFLAG_CODECCONFIG});
+    zvx_av::AccessUnit unit;
+    for (uint64_t counted = 0; reader.read(unit).ok(); counted += 40000) {
+        const uint64_t timestamp =
+            unit.timestamp_us != zvx_av::no_timestamp ? static_cast<uint64_t>(unit.timestamp_us) : counted;
+        inputs.push_back({{unit.data().begin(), unit.data().end()}, timestamp, OMX_BUFFERFLAG_ENDOFFRAME});
+    }
+    return inputs;
+}
+
+std::vector<DeviceInput> chunks_of(const std::vector<uint8_t> &bytes, size_t max_piece)
+{
+    std::vector<DeviceInput> inputs;
+    for (std::vector<uint8_t> &chunk : zvx_av_test::split_into_chunks(bytes, max_piece))
+        inputs.push_back({std::move(chunk), 0, 0});
+    return inputs;
+}
+
+struct StreamCase {
+    const char *name;
+    const char *role;
+    const char *file;
+    const char *size;
+    const char *encode;
+    const char *reference_format;
+    uint32_t color_format;
+    ColourFormat written_as;
+    bool chunks; /* the codec's parser finds frames in arbitrary chunks */
+};
+
+const StreamCase STREAM_CASES[] = {
+    {"AvcBFramesOddSize", "video_decoder.avc", "s.h264", "180x100", "-c:v libx264 -bf 2", "nv12", NV12,
+     ColourFormat::nv12, true},
+    {"AvcPlanar", "video_decoder.avc", "s.h264", "176x144", "-c:v libx264", "yuv420p", I420, ColourFormat::i420, true},
+    {"Hevc", "video_decoder.hevc", "s.hevc", "176x144", "-c:v libx265 -x265-params log-level=error:bframes=2", "nv12",
+     NV12, ColourFormat::nv12, true},
+    {"Hevc10", "video_decoder.hevc", "s.h265", "176x144",
+     "-pix_fmt yuv420p10le -c:v libx265 -x265-params log-level=error", "p010le", P010, ColourFormat::p010, true},
+    {"Vp8", "video_decoder.vp8", "s.ivf", "176x144", "-c:v libvpx -b:v 300k", "nv12", NV12, ColourFormat::nv12, false},
+    {"Vp9", "video_decoder.vp9", "s.ivf", "176x144", "-c:v libvpx-vp9 -b:v 300k -deadline realtime -cpu-used 8",
+     "yuv420p", I420, ColourFormat::i420, false},
+    {"Mpeg2", "video_decoder.mpeg2", "s.m2v", "176x144", "-c:v mpeg2video -bf 2 -g 12", "nv12", NV12,
+     ColourFormat::nv12, true},
+    {"Mpeg4", "video_decoder.mpeg4", "s.m4v", "176x144", "-c:v mpeg4 -bf 2 -f m4v", "nv12", NV12, ColourFormat::nv12,
+     true},
+    {"H263", "video_decoder.h263", "s.263", "176x144", "-c:v h263 -f h263", "yuv420p", I420, ColourFormat::i420, true},
+};
+
+class LibavDecodeMatchesFfmpeg : public LibavDecode, public testing::WithParamInterface<StreamCase> {};
+
+TEST_P(LibavDecodeMatchesFfmpeg, AccessUnitsAndChunks)
+{
+    const StreamCase &stream = GetParam();
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file(stream.file);
+    ASSERT_TRUE(zvx_av_test::make_stream(path, stream.size, FRAMES, stream.encode));
+    const std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, path, stream.reference_format);
+    ASSERT_FALSE(reference.empty());
+    DecodeOptions options;
+    options.color_format = stream.color_format;
+    options.written_as = stream.written_as;
+
+    const DecodeResult framed = decode_through_device(stream.role, access_units(path), options);
+    EXPECT_TRUE(framed.ended);
+    EXPECT_EQ(framed.timestamps.size(), size_t{FRAMES});
+    EXPECT_TRUE(framed.pictures == reference) << "one access unit a buffer";
+    EXPECT_EQ(framed.inputs_back, framed.inputs_sent);
+    EXPECT_EQ(framed.errors, 0u);
+    ASSERT_FALSE(framed.sequences.empty());
+    EXPECT_EQ(framed.sequences[0].bitdepth_luma, stream.written_as == ColourFormat::p010 ? 10 : 8);
+    EXPECT_EQ(framed.stats.held_buffers[0], 0u);
+
+    if (!stream.chunks)
+        return;
+    const DecodeResult chunked =
+        decode_through_device(stream.role, chunks_of(zvx_av_test::read_file(path), 700), options);
+    EXPECT_TRUE(chunked.ended);
+    EXPECT_EQ(chunked.timestamps.size(), size_t{FRAMES});
+    EXPECT_TRUE(chunked.pictures == reference) << "arbitrary chunks";
+    EXPECT_EQ(chunked.inputs_back, chunked.inputs_sent);
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, LibavDecodeMatchesFfmpeg, testing::ValuesIn(STREAM_CASES),
+                         [](const testing::TestParamInfo<StreamCase> &info) { return std::string(info.param.name); });
+
+TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithTheStreamsSizeCropAndColour)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.mkv");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "180x100", FRAMES,
+                                         "-c:v libx264 -bf 3 -color_primaries bt709 -color_trc bt709 "
+                                         "-colorspace bt709 -color_range tv"));
+    const std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, path, "nv12");
+    const std::vector<DeviceInput> inputs = access_units(path, true);
+    ASSERT_EQ(inputs.front().flags, uint32_t{OMX_BUFFERFLAG_CODECCONFIG})
+        << "a container keeps the configuration apart";
+
+    const DecodeResult result = decode_through_device("video_decoder.avc", inputs);
+    EXPECT_TRUE(result.pictures == reference);
+    std::vector<uint64_t> presentation;
+    for (size_t i = 1; i < inputs.size(); ++i)
+        presentation.push_back(inputs[i].timestamp);
+    std::sort(presentation.begin(), presentation.end());
+    EXPECT_EQ(result.timestamps, presentation);
+
+    ASSERT_EQ(result.allocations.size(), 1u);
+    EXPECT_EQ(result.allocations[0].planar_alloc_frame_width, 192);
+    EXPECT_EQ(result.allocations[0].planar_alloc_frame_height, 112);
+    EXPECT_EQ(result.allocations[0].cropx, 180);
+    EXPECT_EQ(result.allocations[0].cropy, 100);
+    ASSERT_EQ(result.sequences.size(), 1u);
+    EXPECT_GE(result.sequences[0].num_buffers_planar, 4) << "references and reorder of a stream with B-frames";
+    ASSERT_EQ(result.colours.size(), 1u);
+    const zvx_base_buffer_param_colour_description &colour = result.colours[0].data.colour_description;
+    EXPECT_EQ(result.colours[0].type, 15u);
+    EXPECT_EQ(colour.range, 1);
+    EXPECT_EQ(colour.colour_primaries, 1);
+    EXPECT_EQ(colour.transfer_characteristics, 1);
+    EXPECT_EQ(colour.matrix_coeff, 1);
+    EXPECT_EQ(result.output_definition.nFrameWidth, 192u);
+    EXPECT_EQ(result.output_definition.nFrameHeight, 112u);
+    EXPECT_GE(result.output_definition.nStride, 192u);
+    EXPECT_GE(result.output_definition.nBufferCountMin, result.sequences[0].num_buffers_planar);
+}
+
+/* The component labels a deep stream's output with its packed 10-bit format and sizes the buffers for
+ * two bytes a pixel, too few for 16-bit samples: the pictures come as 8-bit ones rather than never. */
+TEST_F(LibavDecode, DeepStreamIntoBuffersTooSmallForTwoByteSamplesComesOutInEightBits)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.hevc");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", FRAMES,
+                                         "-pix_fmt yuv420p10le -c:v libx265 -x265-params log-level=error"));
+    DecodeOptions options;
+    options.color_format = 0x7f000005; /* QURO_COLOR_FormatYUYAAYVYAA_10b */
+    options.written_as = ColourFormat::nv12;
+    options.output_buffer_bytes = 176 * 144 * 2;
+    const DecodeResult result = decode_through_device("video_decoder.hevc", access_units(path), options);
+    EXPECT_TRUE(result.ended);
+    EXPECT_EQ(result.timestamps.size(), size_t{FRAMES});
+    EXPECT_EQ(result.rejected, 0u);
+    ASSERT_FALSE(result.sequences.empty());
+    EXPECT_EQ(result.sequences[0].bitdepth_luma, 10);
+    EXPECT_GE(result.output_definition.nBufferSize, 176u * 2 * 144 * 3 / 2) << "what the device asks for";
+}
+
+TEST_F(LibavDecode, TwoStreamsOfDifferentSizesJoinedLoseNoPictureAcrossTheChange)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string first = folder.file("a.h264");
+    const std::string second = folder.file("b.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(first, "176x144", 20, "-c:v libx264 -bf 3"));
+    ASSERT_TRUE(zvx_av_test::make_stream(second, "128x96", 20, "-c:v libx264 -bf 3"));
+    std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, first, "nv12");
+    const std::vector<uint8_t> tail_reference = zvx_av_test::reference_decode(folder, second, "nv12");
+    reference.insert(reference.end(), tail_reference.begin(), tail_reference.end());
+    std::vector<uint8_t> joined = zvx_av_test::read_file(first);
+    const std::vector<uint8_t> tail = zvx_av_test::read_file(second);
+    joined.insert(joined.end(), tail.begin(), tail.end());
+    const std::string joined_path = folder.file("ab.h264");
+    ASSERT_TRUE(zvx_av_test::write_file(joined_path, joined));
+
+    for (const bool framed : {true, false}) {
+        const DecodeResult result =
+            decode_through_device("video_decoder.avc", framed ? access_units(joined_path) : chunks_of(joined, 900));
+        EXPECT_EQ(result.timestamps.size(), 40u) << (framed ? "framed" : "chunked");
+        EXPECT_TRUE(result.pictures == reference) << (framed ? "framed" : "chunked");
+        ASSERT_EQ(result.allocations.size(), 2u);
+        EXPECT_EQ(result.allocations[1].cropx, 128);
+        EXPECT_EQ(result.allocations[1].cropy, 96);
+        EXPECT_EQ(result.sequences.size(), 2u);
+        EXPECT_EQ(result.inputs_back, result.inputs_sent);
+    }
+}
+
+TEST_F(LibavDecode, FlushMidStreamDropsWhatIsHeldAndTheStreamGoesOnFromAKeyFrame)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 30, "-c:v libx264 -bf 0 -g 10 -x264-params scenecut=0"));
+    const std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, path, "nv12");
+    const size_t picture_bytes = reference.size() / 30;
+    DecodeOptions options;
+    options.flush_after_pictures = 5;
+    options.resume_at = 20;
+    const DecodeResult result = decode_through_device("video_decoder.avc", access_units(path), options);
+    EXPECT_TRUE(result.ended);
+    ASSERT_GE(result.timestamps.size(), 15u);
+    ASSERT_LE(result.timestamps.size(), 30u);
+    const size_t before_flush = result.timestamps.size() - 10;
+    EXPECT_TRUE(
+        std::equal(result.pictures.begin(), result.pictures.begin() + before_flush * picture_bytes, reference.begin()))
+        << "pictures before the flush";
+    EXPECT_TRUE(std::equal(result.pictures.end() - 10 * picture_bytes, result.pictures.end(),
+                           reference.end() - 10 * picture_bytes))
+        << "pictures from the key frame after it";
+    EXPECT_EQ(result.inputs_back, result.inputs_sent) << "the flush returns the inputs it dropped";
+}
+
+/* Streams that are not what their role says, cut short or noise: the run still ends with the EOS,
+ * every input back, and at most errors and fewer pictures. */
+TEST_F(LibavDecode, CorruptTruncatedAndMislabelledStreamsEndWithEveryInputBack)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string avc = folder.file("s.h264");
+    const std::string vp9 = folder.file("s.ivf");
+    ASSERT_TRUE(zvx_av_test::make_stream(avc, "176x144", 12, "-c:v libx264 -bf 2"));
+    ASSERT_TRUE(zvx_av_test::make_stream(vp9, "176x144", 12, "-c:v libvpx-vp9 -deadline realtime -cpu-used 8"));
+    const std::vector<DeviceInput> avc_units = access_units(avc);
+    const std::vector<DeviceInput> vp9_units = access_units(vp9);
+
+    std::vector<DeviceInput> flipped = avc_units;
+    for (size_t i = 0; i < flipped.size(); ++i)
+        for (size_t at = 7 + i; at < flipped[i].data.size(); at += 13)
+            flipped[i].data[at] ^= static_cast<uint8_t>(0x5a + at);
+    std::vector<DeviceInput> truncated = avc_units;
+    for (DeviceInput &unit : truncated)
+        unit.data.resize(unit.data.size() / 3);
+    std::vector<DeviceInput> noise;
+    uint32_t state = 12345;
+    for (int i = 0; i < 12; ++i) {
+        DeviceInput input;
+        for (int b = 0; b < 300 + i * 97; ++b) {
+            state = state * 1103515245u + 12345u;
+            input.data.push_back(static_cast<uint8_t>(state >> 16));
+        }
+        input.flags = i % 2 == 0 ? OMX_BUFFERFLAG_ENDOFFRAME : 0;
+        noise.push_back(std::move(input));
+    }
+
+    struct Case {
+        const char *role;
+        const std::vector<DeviceInput> &inputs;
+    };
+    const Case cases[] = {
+        {"video_decoder.avc", flipped},   {"video_decoder.avc", truncated}, {"video_decoder.avc", vp9_units},
+        {"video_decoder.vp9", avc_units}, {"video_decoder.vp8", vp9_units}, {"video_decoder.hevc", flipped},
+        {"video_decoder.mpeg2", noise},   {"video_decoder.mpeg4", noise},   {"video_decoder.h263", noise},
+        {"video_decoder.vc1", noise},     {"video_decoder.vc1", avc_units}, {"video_decoder.rv", noise},
+        {"video_decoder.rv", vp9_units},  {"video_decoder.vp9", noise},     {"video_decoder.hevc", noise},
+    };
+    for (const Case &stream : cases) {
+        const DecodeResult result = decode_through_device(stream.role, stream.inputs);
+        EXPECT_TRUE(result.ended) << stream.role;
+        EXPECT_EQ(result.inputs_back, result.inputs_sent) << stream.role;
+        EXPECT_LE(result.timestamps.size(), stream.inputs.size()) << stream.role;
+        EXPECT_EQ(result.stats.held_buffers[0], 0u) << stream.role;
+    }
+}
+
+/* The device's scripted faults act the same whichever engine decodes. */
+TEST_F(LibavDecode, ScriptedRejectsErrorsDelaysAndShuffledReturnsKeepEveryPicture)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 16, "-c:v libx264 -bf 2"));
+    const std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, path, "nv12");
+    DecodeOptions options;
+    options.script.faults = {{zvx_dev_fault_kind::reject_outputs, 3, 2, 0, ""},
+                             {zvx_dev_fault_kind::error_event, 5, 1, 0x80001020, "scripted"}};
+    options.script.delays.input_us = 2000;
+    options.script.delays.output_us = 1000;
+    options.script.shuffle_events = true;
+    options.script.shuffle_seed = 7;
+    const DecodeResult result = decode_through_device("video_decoder.avc", access_units(path), options);
+    EXPECT_TRUE(result.ended);
+    EXPECT_TRUE(result.pictures == reference);
+    EXPECT_EQ(result.rejected, 2u);
+    EXPECT_EQ(result.errors, 1u);
+    EXPECT_EQ(result.inputs_back, result.inputs_sent);
+
+    options.script = {};
+    options.script.faults = {{zvx_dev_fault_kind::session_hung, 4, 1, 0, ""}};
+    const DecodeResult hung = decode_through_device("video_decoder.avc", access_units(path), options);
+    EXPECT_TRUE(hung.hung);
+    EXPECT_FALSE(hung.ended);
+}
+
+} // namespace
