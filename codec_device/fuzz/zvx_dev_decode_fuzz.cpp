@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                           : !run.problems.empty() ? run.problems.front().c_str()
                                                   : nullptr;
     if (finding != nullptr) {
-        std::fprintf(stderr, "zvx_dev_decode_fuzz: %s\n", finding);
+        (void)std::fprintf(stderr, "zvx_dev_decode_fuzz: %s\n", finding);
         std::abort();
     }
     return 0;

@@ -2,6 +2,7 @@
 
 #include <OMX_Video.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 

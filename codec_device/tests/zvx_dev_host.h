@@ -15,7 +15,7 @@
 #include "zvx_mem.h"
 #include "zvx_codec_device.h"
 
-struct EmuEvent {
+struct DeviceEvent {
     uint16_t code = 0;
     std::vector<uint8_t> payload;
 
@@ -33,11 +33,11 @@ struct EmuEvent {
     }
 };
 
-class EmuHost {
+class DeviceHost {
 public:
     static constexpr int WAIT_MS = 5000;
 
-    explicit EmuHost(const char *role, const zvx_dev_script &script = {})
+    explicit DeviceHost(const char *role, const zvx_dev_script &script = {})
     {
         fd = zvx_init("/dev/kdev0");
         if (fd == -1)
@@ -45,9 +45,9 @@ public:
         zvx_dev_set_script(fd, script);
         session = zvx_create_session(fd, role) == OMX_TRUE && zvx_activate_session(fd, role, nullptr) == OMX_TRUE;
     }
-    EmuHost(const EmuHost &) = delete;
-    EmuHost &operator=(const EmuHost &) = delete;
-    ~EmuHost()
+    DeviceHost(const DeviceHost &) = delete;
+    DeviceHost &operator=(const DeviceHost &) = delete;
+    ~DeviceHost()
     {
         if (fd != -1)
             zvx_close(fd);
@@ -105,9 +105,9 @@ public:
     }
 
     /* Waits for the descriptor as the component's command thread does; code 0xFFFF when none came. */
-    EmuEvent next(int timeout_ms = WAIT_MS)
+    DeviceEvent next(int timeout_ms = WAIT_MS)
     {
-        EmuEvent event;
+        DeviceEvent event;
         event.code = 0xFFFF;
         if (!readable(timeout_ms))
             return event;
@@ -120,9 +120,9 @@ public:
         return event;
     }
 
-    EmuEvent expect(uint16_t code)
+    DeviceEvent expect(uint16_t code)
     {
-        EmuEvent event = next();
+        DeviceEvent event = next();
         EXPECT_EQ(event.code, code);
         return event;
     }

@@ -59,7 +59,7 @@ DecodeResult decode_through_device(const char *role, const std::vector<DeviceInp
                                    const DecodeOptions &options)
 {
     DecodeResult result;
-    EmuHost host(role, libav_script(options.script));
+    DeviceHost host(role, libav_script(options.script));
     if (!host.session)
         return result;
     host.set_port(1, 0, 0, options.color_format, OUTPUT_BUFFERS);
@@ -95,7 +95,7 @@ DecodeResult decode_through_device(const char *role, const std::vector<DeviceInp
             }
             ++result.inputs_sent;
         }
-        const EmuEvent event = host.next(WAIT_MS);
+        const DeviceEvent event = host.next(WAIT_MS);
         if (event.code == 0xFFFF)
             break;
         result.events.push_back(event.code);
@@ -149,7 +149,7 @@ DecodeResult decode_through_device(const char *role, const std::vector<DeviceInp
         }
     }
     // Shuffled input returns may follow the end of stream.
-    for (EmuEvent late = host.next(QUIET_MS); late.code != 0xFFFF; late = host.next(QUIET_MS))
+    for (DeviceEvent late = host.next(QUIET_MS); late.code != 0xFFFF; late = host.next(QUIET_MS))
         result.inputs_back += late.code == ZVX_BASE_EVENT_INPUT ? 1 : 0;
     result.stats = host.stats();
     result.output_definition.nPortIndex = 1;
@@ -162,7 +162,7 @@ EncodeResult encode_through_device(const char *role, const std::vector<std::vect
                                    const EncodeOptions &options)
 {
     EncodeResult result;
-    EmuHost host(role, libav_script({}));
+    DeviceHost host(role, libav_script({}));
     if (!host.session)
         return result;
     zvx_dev_port_definition input{};
@@ -211,7 +211,7 @@ EncodeResult encode_through_device(const char *role, const std::vector<std::vect
                 eos_sent = true;
             }
         }
-        const EmuEvent event = host.next(WAIT_MS);
+        const DeviceEvent event = host.next(WAIT_MS);
         if (event.code == 0xFFFF)
             break;
         if (event.code == ZVX_BASE_EVENT_INPUT) {

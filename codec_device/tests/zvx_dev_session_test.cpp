@@ -20,13 +20,13 @@ static_assert(ZVX_DEV_INDEX_SEQUENCE_PARAMETERS == static_cast<uint32_t>(QURO_In
 
 constexpr uint32_t YUV420_PLANAR = 19;
 
-class EmuSession : public ::testing::Test {
+class DeviceSession : public ::testing::Test {
 protected:
     void SetUp() override { zvx_init_emulator(); }
     void TearDown() override { zvx_destroy_emulator(); }
 };
 
-std::vector<zvx_base_buffer_handle_t> add_buffers(EmuHost &host, uint32_t port, uint32_t count, uint32_t size)
+std::vector<zvx_base_buffer_handle_t> add_buffers(DeviceHost &host, uint32_t port, uint32_t count, uint32_t size)
 {
     std::vector<zvx_base_buffer_handle_t> ids;
     for (uint32_t i = 0; i < count; ++i)
@@ -34,7 +34,7 @@ std::vector<zvx_base_buffer_handle_t> add_buffers(EmuHost &host, uint32_t port, 
     return ids;
 }
 
-TEST_F(EmuSession, DeviceNodeOpensOnlyWhileTheDevicesRunAndEachOpenIsItsOwnDevice)
+TEST_F(DeviceSession, DeviceNodeOpensOnlyWhileTheDevicesRunAndEachOpenIsItsOwnDevice)
 {
     zvx_destroy_emulator();
     EXPECT_EQ(zvx_init("/dev/kdev0"), -1);
@@ -58,16 +58,16 @@ TEST_F(EmuSession, DeviceNodeOpensOnlyWhileTheDevicesRunAndEachOpenIsItsOwnDevic
     zvx_close(second);
 }
 
-TEST_F(EmuSession, DescriptorIsReadableExactlyWhileEventsWait)
+TEST_F(DeviceSession, DescriptorIsReadableExactlyWhileEventsWait)
 {
-    EmuHost host("video_decoder.avc");
+    DeviceHost host("video_decoder.avc");
     ASSERT_TRUE(host.session);
     EXPECT_FALSE(host.readable(0));
     EXPECT_EQ(zvx_get_event(host.fd, 20), nullptr);
 
     zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_RUNNING);
     zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_PENDING);
-    ASSERT_TRUE(host.readable(EmuHost::WAIT_MS));
+    ASSERT_TRUE(host.readable(DeviceHost::WAIT_MS));
     while (host.stats().events_pending < 2)
         std::this_thread::yield();
     EXPECT_EQ(host.next().as<int32_t>(), ZVX_BASE_HW_STATE_RUNNING);
@@ -77,9 +77,9 @@ TEST_F(EmuSession, DescriptorIsReadableExactlyWhileEventsWait)
     EXPECT_EQ(host.stats().events_sent[ZVX_BASE_EVENT_STATE_CHANGED], 2u);
 }
 
-TEST_F(EmuSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPresentationOrder)
+TEST_F(DeviceSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPresentationOrder)
 {
-    EmuHost host("video_decoder.avc");
+    DeviceHost host("video_decoder.avc");
     ASSERT_TRUE(host.session);
     zvx_dev_script script;
     script.stream_width = 60;
@@ -146,13 +146,13 @@ TEST_F(EmuSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPresent
     EXPECT_EQ(host.stats().pictures_output, 4u);
 }
 
-TEST_F(EmuSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersAreFilled)
+TEST_F(DeviceSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersAreFilled)
 {
     zvx_dev_script script;
     script.stream_width = 32;
     script.stream_height = 32;
     script.resolution_changes.push_back({2, 48, 32});
-    EmuHost host("video_decoder.hevc", script);
+    DeviceHost host("video_decoder.hevc", script);
     ASSERT_TRUE(host.session);
     host.set_port(1, 32, 32, YUV420_PLANAR);
     const zvx_dev_picture_layout small = zvx_dev_layout_picture(YUV420_PLANAR, 32, 32, 32, 32);
@@ -190,12 +190,12 @@ TEST_F(EmuSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersAreF
     host.expect(ZVX_BASE_EVENT_OUTPUT_FLUSHED);
 }
 
-TEST_F(EmuSession, PictureTakesTheStrideAndRowsItsBufferWasRegisteredWith)
+TEST_F(DeviceSession, PictureTakesTheStrideAndRowsItsBufferWasRegisteredWith)
 {
     zvx_dev_script script;
     script.stream_width = 32;
     script.stream_height = 32;
-    EmuHost host("video_decoder.avc", script);
+    DeviceHost host("video_decoder.avc", script);
     ASSERT_TRUE(host.session);
     host.set_port(1, 32, 32, YUV420_PLANAR);
     host.run();
@@ -212,9 +212,9 @@ TEST_F(EmuSession, PictureTakesTheStrideAndRowsItsBufferWasRegisteredWith)
     EXPECT_TRUE(zvx_dev_picture_matches(host.data(output), filled.filled_len, padded, 0));
 }
 
-TEST_F(EmuSession, FlushReturnsEveryHeldBufferOfEachPortBeforeItsFlushedEvent)
+TEST_F(DeviceSession, FlushReturnsEveryHeldBufferOfEachPortBeforeItsFlushedEvent)
 {
-    EmuHost host("video_decoder.mpeg2");
+    DeviceHost host("video_decoder.mpeg2");
     ASSERT_TRUE(host.session);
     const auto inputs = add_buffers(host, 0, 3, 64);
     const auto outputs = add_buffers(host, 1, 2, 64);
@@ -239,9 +239,9 @@ TEST_F(EmuSession, FlushReturnsEveryHeldBufferOfEachPortBeforeItsFlushedEvent)
     EXPECT_EQ(host.stats().held_buffers, (std::array<uint32_t, 2>{0, 0}));
 }
 
-TEST_F(EmuSession, InputFlushDropsPicturesNotYetOutput)
+TEST_F(DeviceSession, InputFlushDropsPicturesNotYetOutput)
 {
-    EmuHost host("video_decoder.vp8");
+    DeviceHost host("video_decoder.vp8");
     ASSERT_TRUE(host.session);
     host.run();
     const auto inputs = add_buffers(host, 0, 2, 8);
@@ -259,11 +259,11 @@ TEST_F(EmuSession, InputFlushDropsPicturesNotYetOutput)
     EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().timestamp, 77u);
 }
 
-TEST_F(EmuSession, EncodeAnnouncesItsOutputPortAndSplitsAPictureOverSmallBuffers)
+TEST_F(DeviceSession, EncodeAnnouncesItsOutputPortAndSplitsAPictureOverSmallBuffers)
 {
     zvx_dev_script script;
     script.key_interval = 2;
-    EmuHost host("video_encoder.avc", script);
+    DeviceHost host("video_encoder.avc", script);
     ASSERT_TRUE(host.session);
     host.set_port(0, 64, 48, YUV420_PLANAR);
     const auto outputs = add_buffers(host, 1, 2, 100);
@@ -297,11 +297,11 @@ TEST_F(EmuSession, EncodeAnnouncesItsOutputPortAndSplitsAPictureOverSmallBuffers
     EXPECT_EQ(host.stats().pictures_output, 1u);
 }
 
-TEST_F(EmuSession, ScriptedRejectReturnsOutputsUnfilledAndKeepsThePicture)
+TEST_F(DeviceSession, ScriptedRejectReturnsOutputsUnfilledAndKeepsThePicture)
 {
     zvx_dev_script script;
     script.faults.push_back({zvx_dev_fault_kind::reject_outputs, 0, 2, 0, ""});
-    EmuHost host("video_decoder.avc", script);
+    DeviceHost host("video_decoder.avc", script);
     ASSERT_TRUE(host.session);
     host.run();
     host.queue(0, host.add_buffer(0, 8), 8, 0, 5);
@@ -319,11 +319,11 @@ TEST_F(EmuSession, ScriptedRejectReturnsOutputsUnfilledAndKeepsThePicture)
     EXPECT_EQ(output.timestamp, 5u);
 }
 
-TEST_F(EmuSession, Vp9AllocationChangeRejectsOutputsRegisteredBeforeIt)
+TEST_F(DeviceSession, Vp9AllocationChangeRejectsOutputsRegisteredBeforeIt)
 {
     zvx_dev_script script;
     script.stream_report = zvx_dev_report::vp9_allocation;
-    EmuHost host("video_decoder.vp9", script);
+    DeviceHost host("video_decoder.vp9", script);
     ASSERT_TRUE(host.session);
     const auto old_buffers = add_buffers(host, 1, 2, 320 * 240 * 2);
     for (zvx_base_buffer_handle_t id : old_buffers)
@@ -344,11 +344,11 @@ TEST_F(EmuSession, Vp9AllocationChangeRejectsOutputsRegisteredBeforeIt)
     EXPECT_EQ(output.zvx_flags, 0u);
 }
 
-TEST_F(EmuSession, HungSessionReportsOnceAndThenAnswersNothing)
+TEST_F(DeviceSession, HungSessionReportsOnceAndThenAnswersNothing)
 {
     zvx_dev_script script;
     script.faults.push_back({zvx_dev_fault_kind::session_hung, 1, 1, 0, ""});
-    EmuHost host("video_decoder.avc", script);
+    DeviceHost host("video_decoder.avc", script);
     ASSERT_TRUE(host.session);
     host.run();
     const auto inputs = add_buffers(host, 0, 3, 8);
@@ -367,12 +367,12 @@ TEST_F(EmuSession, HungSessionReportsOnceAndThenAnswersNothing)
     EXPECT_EQ(host.stats().buffers_dropped, 1u);
 }
 
-TEST_F(EmuSession, ErrorEventCarriesCodeAndMessageAndNeedsASession)
+TEST_F(DeviceSession, ErrorEventCarriesCodeAndMessageAndNeedsASession)
 {
-    EmuHost host("video_encoder.hevc");
+    DeviceHost host("video_encoder.hevc");
     ASSERT_TRUE(host.session);
     ASSERT_TRUE(zvx_dev_inject_fault(host.fd, {zvx_dev_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}));
-    const EmuEvent error = host.expect(ZVX_BASE_EVENT_ERROR);
+    const DeviceEvent error = host.expect(ZVX_BASE_EVENT_ERROR);
     ASSERT_EQ(error.payload.size(), 4u + sizeof("firmware fault"));
     EXPECT_EQ(error.as<uint32_t>(), 0x1234u);
     EXPECT_STREQ(reinterpret_cast<const char *>(error.payload.data() + 4), "firmware fault");
@@ -381,23 +381,23 @@ TEST_F(EmuSession, ErrorEventCarriesCodeAndMessageAndNeedsASession)
     EXPECT_FALSE(zvx_dev_inject_fault(host.fd, {zvx_dev_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}));
 }
 
-TEST_F(EmuSession, SlowDeviceTakesItsDelayPerOperation)
+TEST_F(DeviceSession, SlowDeviceTakesItsDelayPerOperation)
 {
     zvx_dev_script script;
     script.delays.state_change_us = 30000;
-    EmuHost host("video_decoder.avc", script);
+    DeviceHost host("video_decoder.avc", script);
     ASSERT_TRUE(host.session);
     const auto start = std::chrono::steady_clock::now();
     host.run();
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::microseconds(30000));
 }
 
-TEST_F(EmuSession, ShuffledInputReturnsStillReturnEveryBufferOnce)
+TEST_F(DeviceSession, ShuffledInputReturnsStillReturnEveryBufferOnce)
 {
     zvx_dev_script script;
     script.shuffle_events = true;
     script.max_pictures_in_flight = 16;
-    EmuHost host("video_decoder.avc", script);
+    DeviceHost host("video_decoder.avc", script);
     ASSERT_TRUE(host.session);
     const auto inputs = add_buffers(host, 0, 8, 8);
     for (zvx_base_buffer_handle_t id : inputs)
@@ -405,7 +405,7 @@ TEST_F(EmuSession, ShuffledInputReturnsStillReturnEveryBufferOnce)
     zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_RUNNING);
     std::vector<zvx_base_buffer_handle_t> returned;
     while (returned.size() < inputs.size()) {
-        const EmuEvent event = host.next();
+        const DeviceEvent event = host.next();
         ASSERT_NE(event.code, 0xFFFF);
         if (event.code == ZVX_BASE_EVENT_INPUT)
             returned.push_back(event.buffer().buffer_id);
@@ -415,10 +415,10 @@ TEST_F(EmuSession, ShuffledInputReturnsStillReturnEveryBufferOnce)
     EXPECT_EQ(returned, inputs);
 }
 
-TEST_F(EmuSession, TeardownWithBuffersHeldDropsThemAndFreesUnfetchedEvents)
+TEST_F(DeviceSession, TeardownWithBuffersHeldDropsThemAndFreesUnfetchedEvents)
 {
     {
-        EmuHost host("video_decoder.avc");
+        DeviceHost host("video_decoder.avc");
         ASSERT_TRUE(host.session);
         const auto inputs = add_buffers(host, 0, 3, 64);
         const auto outputs = add_buffers(host, 1, 2, 64);
@@ -427,7 +427,7 @@ TEST_F(EmuSession, TeardownWithBuffersHeldDropsThemAndFreesUnfetchedEvents)
         for (zvx_base_buffer_handle_t id : outputs)
             host.queue(1, id);
         zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_STOPPED);
-        ASSERT_TRUE(host.readable(EmuHost::WAIT_MS));
+        ASSERT_TRUE(host.readable(DeviceHost::WAIT_MS));
     }
     const zvx_dev_totals totals = zvx_dev_get_totals();
     EXPECT_EQ(totals.buffers_dropped, 5u);
@@ -435,7 +435,7 @@ TEST_F(EmuSession, TeardownWithBuffersHeldDropsThemAndFreesUnfetchedEvents)
     EXPECT_EQ(totals.buffers_left_registered, 5u);
     EXPECT_EQ(totals.devices_closed, 1u);
 
-    EmuHost left_open("video_encoder.vp8");
+    DeviceHost left_open("video_encoder.vp8");
     left_open.queue(0, left_open.add_buffer(0, 64), 64);
     zvx_destroy_emulator();
     EXPECT_EQ(zvx_dev_get_totals().devices_closed, 2u);
@@ -451,7 +451,7 @@ void decode_on_two_threads(uint32_t frames, std::atomic<int> *failures)
     zvx_dev_script script;
     script.stream_width = 32;
     script.stream_height = 16;
-    EmuHost host("video_decoder.avc", script);
+    DeviceHost host("video_decoder.avc", script);
     if (!host.session) {
         ++*failures;
         return;
@@ -481,7 +481,7 @@ void decode_on_two_threads(uint32_t frames, std::atomic<int> *failures)
     uint32_t outputs = 0;
     bool ended = false;
     while (!ended) {
-        const EmuEvent event = host.next();
+        const DeviceEvent event = host.next();
         if (event.code == ZVX_BASE_EVENT_INPUT) {
             std::lock_guard guard(lock);
             free_inputs.push_back(event.buffer().buffer_id);
@@ -512,7 +512,7 @@ void decode_on_two_threads(uint32_t frames, std::atomic<int> *failures)
         ++*failures;
 }
 
-TEST_F(EmuSession, SeveralDevicesDecodeAtOnceFromSeveralThreadsEach)
+TEST_F(DeviceSession, SeveralDevicesDecodeAtOnceFromSeveralThreadsEach)
 {
     std::atomic<int> failures{0};
     std::vector<std::thread> devices;
@@ -525,9 +525,9 @@ TEST_F(EmuSession, SeveralDevicesDecodeAtOnceFromSeveralThreadsEach)
     EXPECT_EQ(zvx_dev_get_totals().devices_opened, 3u);
 }
 
-TEST_F(EmuSession, BadRequestsAreRefusedWithClearErrors)
+TEST_F(DeviceSession, BadRequestsAreRefusedWithClearErrors)
 {
-    EmuHost host("video_decoder.avc");
+    DeviceHost host("video_decoder.avc");
     ASSERT_TRUE(host.session);
     zvx_base_buffer_userspace foreign{};
     foreign.buffer_id = 99;
@@ -548,7 +548,7 @@ TEST_F(EmuSession, BadRequestsAreRefusedWithClearErrors)
     EXPECT_EQ(host.stats().buffers_dropped, 1u);
 
     EXPECT_EQ(zvx_create_session(host.fd, "video_decoder.avc"), OMX_FALSE) << "one session per device";
-    EmuHost unsupported("video_encoder.mpeg2");
+    DeviceHost unsupported("video_encoder.mpeg2");
     EXPECT_FALSE(unsupported.session);
     EXPECT_EQ(unsupported.queue(0, unsupported.add_buffer(0, 64), 64), OMX_ErrorIncorrectStateOperation);
     EXPECT_EQ(zvx_create_session(unsupported.fd, "video_encoder.vp9"), OMX_TRUE);
@@ -558,9 +558,9 @@ TEST_F(EmuSession, BadRequestsAreRefusedWithClearErrors)
     EXPECT_EQ(zvx_get_fw_version(host.fd) >> 8, 2u);
 }
 
-TEST_F(EmuSession, ParametersAndConfigsReadBackWhatWasSetAndUnknownOnesAreUnsupported)
+TEST_F(DeviceSession, ParametersAndConfigsReadBackWhatWasSetAndUnknownOnesAreUnsupported)
 {
-    EmuHost host("video_encoder.avc");
+    DeviceHost host("video_encoder.avc");
     const auto bitrate_index = static_cast<OMX_INDEXTYPE>(OMX_IndexParamVideoBitrate);
     uint32_t bitrate[5] = {20, ZVX_DEV_VERSION_1_2, 1, 2, 64000};
     uint32_t read[5] = {20, ZVX_DEV_VERSION_1_2, 1, 0, 0};
@@ -583,9 +583,9 @@ TEST_F(EmuSession, ParametersAndConfigsReadBackWhatWasSetAndUnknownOnesAreUnsupp
     EXPECT_EQ(zvx_get_parameter(host.fd, OMX_IndexParamPortDefinition, 40, &definition), OMX_ErrorBadParameter);
 }
 
-TEST_F(EmuSession, KernelMemoryFailureRangeFailsTheAllocationsInIt)
+TEST_F(DeviceSession, KernelMemoryFailureRangeFailsTheAllocationsInIt)
 {
-    EmuHost host("video_decoder.avc");
+    DeviceHost host("video_decoder.avc");
     zvx_mem_kernelspace_set_failure_range(1, 1);
     zvx_mem_kernelspace_resfail_enable();
     host.add_buffer(0, 64);
@@ -599,9 +599,9 @@ TEST_F(EmuSession, KernelMemoryFailureRangeFailsTheAllocationsInIt)
     EXPECT_EQ(host.last_error, OMX_ErrorNone);
 }
 
-TEST_F(EmuSession, ReferenceReleaseIsConfirmedWithTheBufferId)
+TEST_F(DeviceSession, ReferenceReleaseIsConfirmedWithTheBufferId)
 {
-    EmuHost host("video_decoder.avc");
+    DeviceHost host("video_decoder.avc");
     ASSERT_TRUE(host.session);
     zvx_notify_ref_frame_release(host.fd, 0xABCDEF0123ull);
     EXPECT_EQ(host.expect(ZVX_BASE_EVENT_REF_FRAME_RELEASED).as<uint64_t>(), 0xABCDEF0123ull);

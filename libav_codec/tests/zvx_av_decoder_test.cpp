@@ -300,7 +300,7 @@ TEST(Decoder, LowDelayGivesEachPictureOfAStreamWithoutReorderingAsItsUnitGoesIn)
     int sent = 0;
     int received = 0;
     for (const std::vector<uint8_t> &unit : zvx_av_test::read_access_units(path)) {
-        ASSERT_TRUE(decoder.send({unit, sent * 40000, true, false}).ok());
+        ASSERT_TRUE(decoder.send({unit, int64_t{sent} * 40000, true, false}).ok());
         ++sent;
         while (decoder.receive())
             ++received;
