@@ -119,6 +119,7 @@ private:
         int in_callback;      /* callbacks with this header in progress */
         bool freeing;         /* FreeBuffer in progress */
         uint64_t accepted_at; /* model time of the last accepted give */
+        uint64_t give_epoch;  /* epoch when the outermost give call under way started */
     };
 
     void violate(zvx_seq_fault fault, std::string text);

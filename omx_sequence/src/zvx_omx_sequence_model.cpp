@@ -501,11 +501,11 @@ void zvx_seq_model::require_back(OMX_U32 port, uint64_t given_before, const std:
 void zvx_seq_model::buffer_registered(const OMX_BUFFERHEADERTYPE *header, OMX_U32 port)
 {
     freed_.erase(header);
-    const auto [where, added] = buffers_.try_emplace(header, buffer{port, 0, 0, 0, 0, 0, false, 0});
+    const auto [where, added] = buffers_.try_emplace(header, buffer{port, 0, 0, 0, 0, 0, false, 0, 0});
     if (!added) {
         violate(zvx_seq_fault::other,
                 zvxp_format("a new buffer came back as header %p, which the client still has", zvxp_address(header)));
-        where->second = buffer{port, 0, 0, 0, 0, 0, false, 0};
+        where->second = buffer{port, 0, 0, 0, 0, 0, false, 0, 0};
     }
 }
 
@@ -546,7 +546,9 @@ void zvx_seq_model::give_starting(const OMX_BUFFERHEADERTYPE *header)
 {
     const auto found = buffers_.find(header);
     if (found != buffers_.end()) {
-        ++found->second.giving;
+        if (found->second.giving++ == 0) {
+            found->second.give_epoch = epoch_;
+        }
     }
 }
 
@@ -573,8 +575,9 @@ void zvx_seq_model::give_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORT
         }
         // A header the client holds, well formed, on an enabled port of an idle, executing or paused
         // component with no command outstanding: nothing allows a refusal.
-        const bool steady = expected_.empty() && enabled_[entry.port] && !settings_changed_[entry.port] &&
-                            !diverged_[entry.port] &&
+        // Judged as of the call's start: a command completing while it runs may have changed the answer.
+        const bool steady = expected_.empty() && entry.give_epoch == epoch_ && enabled_[entry.port] &&
+                            !settings_changed_[entry.port] && !diverged_[entry.port] &&
                             (state_ == OMX_StateIdle || state_ == OMX_StateExecuting || state_ == OMX_StatePause);
         if (steady && well_formed && !held_before && entry.giving == 0 && !entry.freeing &&
             result == OMX_ErrorIncorrectStateOperation) {
