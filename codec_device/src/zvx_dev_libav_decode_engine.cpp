@@ -96,9 +96,9 @@ void LibavDecodeEngine::take_pictures()
         if (!announced_ || *announced_ != format) {
             Announcement announcement;
             announcement.geometry = visible;
-            // The coded picture holds the visible one: its crop lies inside it.
-            announcement.frame = allocation_geometry({static_cast<uint32_t>(std::max(format.coded_width, 0)),
-                                                      static_cast<uint32_t>(std::max(format.coded_height, 0))});
+            // Pictures leave the decoder cropped, and are written so: the frame a client gets is the visible
+            // picture (the coded size stays the decoder's business), which every client shows as it is.
+            announcement.frame = visible;
             announcement.bit_depth = static_cast<uint8_t>(std::clamp(format.bit_depth, 8, 16));
             announcement.buffers_needed = static_cast<uint32_t>(decoder_.frames_held().total());
             announcement.colour = zvxp_colour_of(format.colour);

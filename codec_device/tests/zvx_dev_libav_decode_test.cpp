@@ -142,9 +142,10 @@ TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithT
     std::sort(presentation.begin(), presentation.end());
     EXPECT_EQ(result.timestamps, presentation);
 
+    // The frame is the visible picture, as it is written: the coded 192x112 stays inside the decoder.
     ASSERT_EQ(result.allocations.size(), 1u);
-    EXPECT_EQ(result.allocations[0].planar_alloc_frame_width, 192);
-    EXPECT_EQ(result.allocations[0].planar_alloc_frame_height, 112);
+    EXPECT_EQ(result.allocations[0].planar_alloc_frame_width, 180);
+    EXPECT_EQ(result.allocations[0].planar_alloc_frame_height, 100);
     EXPECT_EQ(result.allocations[0].cropx, 180);
     EXPECT_EQ(result.allocations[0].cropy, 100);
     ASSERT_EQ(result.sequences.size(), 1u);
@@ -156,9 +157,9 @@ TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithT
     EXPECT_EQ(colour.colour_primaries, 1);
     EXPECT_EQ(colour.transfer_characteristics, 1);
     EXPECT_EQ(colour.matrix_coeff, 1);
-    EXPECT_EQ(result.output_definition.nFrameWidth, 192u);
-    EXPECT_EQ(result.output_definition.nFrameHeight, 112u);
-    EXPECT_GE(result.output_definition.nStride, 192u);
+    EXPECT_EQ(result.output_definition.nFrameWidth, 180u);
+    EXPECT_EQ(result.output_definition.nFrameHeight, 100u);
+    EXPECT_GE(result.output_definition.nStride, 180u);
     EXPECT_GE(result.output_definition.nBufferCountMin, result.sequences[0].num_buffers_planar);
 }
 

@@ -93,6 +93,7 @@ private:
      * without output buffers until the stream announces itself). */
     void start_reconfiguration();
     void enable_output();
+    void ask_for_readable_samples();
     void free_output(OMX_BUFFERHEADERTYPE *header);
     void read_output_definition();
     void problem(const std::string &what);

@@ -5,6 +5,7 @@
 
 #include "zvx_dev_picture.h"
 #include "zvx_omx_config.h"
+#include "zvx_omx_extensions.h"
 
 namespace {
 
@@ -375,12 +376,33 @@ void zvx_flow_stream::start_reconfiguration()
 
 void zvx_flow_stream::enable_output()
 {
+    ask_for_readable_samples();
     phase_ = phase::enabling;
     if (client_.send_command(OMX_CommandPortEnable, zvx_flow_client::OUTPUT) != OMX_ErrorNone ||
         client_.allocate_buffers(zvx_flow_client::OUTPUT) != OMX_ErrorNone) {
         problem("the output port could not be enabled with new buffers");
     }
     read_output_definition();
+}
+
+/* A ten-bit stream is offered in a packed layout; this client reads two bytes a sample, semi-planar, the
+ * value in the top bits, and asks for that while the port is disabled. */
+void zvx_flow_stream::ask_for_readable_samples()
+{
+    OMX_PARAM_PORTDEFINITIONTYPE definition =
+        zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(zvx_flow_client::OUTPUT);
+    if (client_.kind() != zvx_flow_kind::decoder ||
+        client_.get_port_definition(zvx_flow_client::OUTPUT, &definition) != OMX_ErrorNone) {
+        return;
+    }
+    const auto format = static_cast<OMX_U32>(definition.format.video.eColorFormat);
+    if (format != QURO_COLOR_FormatYUYAAYVYAA_10b && format != QURO_COLOR_FormatAAYUYAAYVY_10b) {
+        return;
+    }
+    definition.format.video.eColorFormat = static_cast<OMX_COLOR_FORMATTYPE>(QURO_COLOR_FormatYUV420_10b_MS);
+    if (client_.set_port_definition(definition) != OMX_ErrorNone) {
+        problem("the output port refused two-byte ten-bit samples");
+    }
 }
 
 void zvx_flow_stream::free_output(OMX_BUFFERHEADERTYPE *header)

@@ -24,11 +24,9 @@ std::optional<zvx_av::ColourFormat> zvxp_colour_format(OMX_U32 colour_format)
         return zvx_av::ColourFormat::yv12;
     case OMX_COLOR_FormatYUV420Planar16:
         return zvx_av::ColourFormat::i420_10;
-    /* The device writes ten-bit pictures semi-planar, the bits at the top of each word, under the
-     * packed formats' names too. */
+    /* Semi-planar, two bytes a sample, the value in the top bits: what the flow asks for in place of a
+     * packed ten-bit layout. */
     case QURO_COLOR_FormatYUV420_10b_MS:
-    case QURO_COLOR_FormatYUYAAYVYAA_10b:
-    case QURO_COLOR_FormatAAYUYAAYVY_10b:
         return zvx_av::ColourFormat::p010;
     default:
         return std::nullopt;

@@ -42,7 +42,8 @@ OMX_U32 zvxp_align(OMX_U32 x, OMX_U32 y)
     return (x + y - 1) & ~(y - 1);
 }
 
-enum class zvxp_frame_class { yuv420, opaque, rgb32, yuv420_10_bit, yuv422_single_plane, unknown };
+/* yuv420_16_bit: 4:2:0 semi-planar, each sample in two bytes with its value in the top bits. */
+enum class zvxp_frame_class { yuv420, opaque, rgb32, yuv420_10_bit, yuv420_16_bit, yuv422_single_plane, unknown };
 
 zvxp_frame_class zvxp_classify(OMX_COLOR_FORMATTYPE color_format)
 {
@@ -64,6 +65,8 @@ zvxp_frame_class zvxp_classify(OMX_COLOR_FORMATTYPE color_format)
     case QURO_COLOR_FormatYUYAAYVYAA_10b:
     case QURO_COLOR_FormatAAYUYAAYVY_10b:
         return zvxp_frame_class::yuv420_10_bit;
+    case QURO_COLOR_FormatYUV420_10b_MS:
+        return zvxp_frame_class::yuv420_16_bit;
     case QURO_COLOR_FormatYUV422_1P:
     case QURO_COLOR_FormatYVU422_1P:
         return zvxp_frame_class::yuv422_single_plane;
@@ -135,6 +138,10 @@ OMX_U32 common_component_cmd_calc_buffer_size_stride(OMX_U32 width, OMX_U32 heig
     case zvxp_frame_class::yuv420_10_bit:
         size = tcx_enabled ? calc_buffer_size_tcx(width, height, true) : width * height * 2;
         break;
+    case zvxp_frame_class::yuv420_16_bit:
+        size = yuv420 * 2;
+        row_bytes = width * 2;
+        break;
     case zvxp_frame_class::yuv422_single_plane:
         size = width * height * 2;
         break;
@@ -184,7 +191,8 @@ void zvx_omx_describe_color_format(DescribeColorFormatParams *params)
     MediaImage &image = params->sMediaImage;
     const OMX_U32 width = params->nFrameWidth;
     const OMX_U32 height = params->nFrameHeight;
-    params->nStride = std::max(params->nStride, width);
+    const bool two_bytes = zvxp_client_word(params->eColorFormat) == QURO_COLOR_FormatYUV420_10b_MS;
+    params->nStride = std::max(params->nStride, two_bytes ? width * 2 : width);
     params->nSliceHeight = std::max(params->nSliceHeight, height);
     const uint64_t stride = params->nStride;
     const uint64_t luma_bytes = stride * params->nSliceHeight;
@@ -219,6 +227,11 @@ void zvx_omx_describe_color_format(DescribeColorFormatParams *params)
         v = {luma_bytes, 2, luma_row, 2};
         u = {luma_bytes + 1, 2, luma_row, 2};
         break;
+    case QURO_COLOR_FormatYUV420_10b_MS:
+        luma = {0, 2, luma_row, 1};
+        u = {luma_bytes, 4, luma_row, 2};
+        v = {luma_bytes + 2, 4, luma_row, 2};
+        break;
     default:
         zvxp_report_unknown(image);
         return;
@@ -227,7 +240,7 @@ void zvx_omx_describe_color_format(DescribeColorFormatParams *params)
     image.mNumPlanes = MEDIA_IMAGE_MAX_NUM_PLANES;
     image.mWidth = width;
     image.mHeight = height;
-    image.mBitDepth = 8;
+    image.mBitDepth = two_bytes ? 10 : 8;
     zvxp_set_plane(image.mPlane[MEDIA_IMAGE_Y], luma);
     zvxp_set_plane(image.mPlane[MEDIA_IMAGE_U], u);
     zvxp_set_plane(image.mPlane[MEDIA_IMAGE_V], v);

@@ -25,12 +25,15 @@ int32_t zvxp_load(int32_t &field)
 /* While the output port has produced nothing and no flush of it waits, consumed inputs go back only as
  * long as fewer have gone back than outputs were queued, unless the output port holds its minimum: a
  * client that waits for inputs before it queues outputs does not starve the decoder at the start. */
-bool zvxp_may_return_input(struct zvx_omx_common_component *comp, OMX_U32 output_minimum)
+bool zvxp_may_return_input(struct zvx_omx_common_component *comp, OMX_U32 output_minimum, bool output_enabled)
 {
     zvx_omx_port &input = comp->ports[ZVXP_INPUT];
     zvx_omx_port &output = comp->ports[ZVXP_OUTPUT];
     const int32_t outputs_queued = zvxp_load(output.nr_enqueue);
-    return output.buffer_produced || (zvxp_load(output.pFlag) & ZVX_OMX_PORT_FLAG_CLIENT_FLUSH) != 0 ||
+    // A disabled output port (a client that waits for the stream's settings to allocate it) queues
+    // nothing: holding inputs back for it would starve a codec that needs several before its first picture.
+    return !output_enabled || output.buffer_produced ||
+           (zvxp_load(output.pFlag) & ZVX_OMX_PORT_FLAG_CLIENT_FLUSH) != 0 ||
            zvxp_load(input.nr_dequeue) < outputs_queued || outputs_queued >= static_cast<int32_t>(output_minimum);
 }
 
@@ -225,6 +228,7 @@ void zvx_omx_return_orphaned_buffers(struct zvx_omx_common_component *comp)
 void zvx_omx_return_input_buffers(struct zvx_omx_common_component *comp)
 {
     OMX_U32 output_minimum;
+    bool output_enabled;
     {
         zvx_omx_mutex_guard guard(&comp->lock);
         const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&comp->ports[ZVXP_OUTPUT]);
@@ -232,6 +236,7 @@ void zvx_omx_return_input_buffers(struct zvx_omx_common_component *comp)
             return;
         }
         output_minimum = definition->nBufferCountMin;
+        output_enabled = definition->bEnabled != OMX_FALSE;
     }
     zvx_omx_port &input = comp->ports[ZVXP_INPUT];
     // Only the head of the queue goes back: a consumed input waits behind one queued before it. The
@@ -243,7 +248,7 @@ void zvx_omx_return_input_buffers(struct zvx_omx_common_component *comp)
             zvx_omx_port_buffers_lock lock(&input);
             auto *head = input.buffer_list.node.next;
             if (head != &input.buffer_list.node && head->data->priv.owner == ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT &&
-                zvxp_may_return_input(comp, output_minimum)) {
+                zvxp_may_return_input(comp, output_minimum, output_enabled)) {
                 returned = head->data;
                 zvx_list_erase_port_buffers(&input.buffer_list, head);
                 returned->priv.owner = ZVX_OMX_BUFFER_OWNER_CLIENT;

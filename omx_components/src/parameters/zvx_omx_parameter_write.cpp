@@ -28,14 +28,14 @@ namespace {
 constexpr OMX_U32 zvxp_max_frame_dimension = 8192;
 
 // Records to pass to the session once the lock is released: a stored one by index and port, or the
-// client's own when nothing is stored (a one-off request). One set touches at most three.
+// client's own when nothing is stored (a one-off request). One set touches at most six.
 struct zvxp_session_updates {
     struct update {
         OMX_INDEXTYPE index;
         OMX_U32 port;
         const void *record;
     };
-    update items[4];
+    update items[6];
     int count = 0;
 
     void add(OMX_INDEXTYPE index, OMX_U32 port, const void *record = nullptr)
@@ -73,7 +73,11 @@ OMX_ERRORTYPE zvxp_store(struct zvx_omx_common_component *comp, const zvx_omx_pa
 }
 
 // Stride, slice height, buffer size and the records that repeat them, from the frame size and format.
-void zvxp_refresh_frame_port(struct zvx_omx_common_component *comp, OMX_U32 port)
+/* Sizes the frames port for its frame size and colour format, at least at the stride and slice height a
+ * client asked for: a client that lays out its own pictures (an encoder's input) or reads them with its
+ * own alignment gets buffers the session fills or reads at that layout. */
+void zvxp_refresh_frame_port(struct zvx_omx_common_component *comp, OMX_U32 port, OMX_U32 asked_stride = 0,
+                             OMX_U32 asked_slice_height = 0)
 {
     OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&comp->ports[port]);
     if (definition == nullptr)
@@ -81,10 +85,19 @@ void zvxp_refresh_frame_port(struct zvx_omx_common_component *comp, OMX_U32 port
     OMX_VIDEO_PORTDEFINITIONTYPE &video = definition->format.video;
     const bool tcx = zvx_omx_common_component_is_tcx_enabled(comp, port, nullptr, nullptr) != OMX_FALSE;
     OMX_U32 stride = 0;
-    const OMX_U32 size = common_component_cmd_calc_buffer_size_stride(video.nFrameWidth, video.nFrameHeight,
-                                                                      video.eColorFormat, tcx, &stride);
+    OMX_U32 size = common_component_cmd_calc_buffer_size_stride(video.nFrameWidth, video.nFrameHeight,
+                                                                video.eColorFormat, tcx, &stride);
+    const OMX_U32 slice_height = std::max(video.nFrameHeight, asked_slice_height);
+    if (!tcx && stride != 0 && video.nFrameHeight != 0 && (asked_stride > stride || slice_height > video.nFrameHeight) &&
+        asked_stride <= zvxp_max_frame_dimension * 4 && slice_height <= zvxp_max_frame_dimension) {
+        const OMX_U32 grown_stride = std::max(stride, asked_stride);
+        // The same share of bytes per row as the format's own layout, over the grown rows.
+        const uint64_t grown = uint64_t{size} * grown_stride / stride * slice_height / video.nFrameHeight;
+        size = static_cast<OMX_U32>(std::min<uint64_t>(grown, UINT32_MAX / 2));
+        stride = grown_stride;
+    }
     video.nStride = static_cast<OMX_S32>(stride);
-    video.nSliceHeight = video.nFrameHeight;
+    video.nSliceHeight = stride != 0 && !tcx ? slice_height : video.nFrameHeight;
     // In store-metadata mode a buffer holds only the record that names the frame memory.
     definition->nBufferSize = zvx_omx_common_component_is_metadata_in_buffer_enabled(comp, port)
                                   ? zvx_omx_metadata_record_size()
@@ -140,6 +153,37 @@ void zvxp_follow_frame_size(struct zvx_omx_common_component *comp, OMX_U32 port,
 }
 
 // The target bit rate lives in three records; whichever the client sets, the others follow.
+/* The codec records and the intra-period record say the same thing in their own terms: a client may set
+ * any of them, and the session must not read an older value from another. */
+void zvxp_share_key_frame_interval(struct zvx_omx_common_component *comp, OMX_U32 port, OMX_U32 p_frames,
+                                   OMX_U32 b_frames, zvxp_session_updates &updates)
+{
+    if (auto *intra = zvxp_stored<QURO_CONFIG_INTRAPERIODTYPE>(comp, port, OMX_IndexConfigVideoIntraPeriod)) {
+        intra->nPFrames = p_frames;
+        intra->nBFrames = b_frames;
+        updates.add(OMX_IndexConfigVideoIntraPeriod, port);
+    }
+    if (auto *avc = zvxp_stored<OMX_VIDEO_PARAM_AVCTYPE>(comp, port, OMX_IndexParamVideoAvc)) {
+        avc->nPFrames = p_frames;
+        avc->nBFrames = b_frames;
+    }
+}
+
+/* The port's frame rate and the frame-rate configuration, likewise, on every port that keeps them. */
+void zvxp_share_frame_rate(struct zvx_omx_common_component *comp, OMX_U32 frame_rate, zvxp_session_updates &updates)
+{
+    if (frame_rate == 0)
+        return;
+    for (OMX_U32 port = 0; port < ZVX_OMX_PORT_COUNT; ++port) {
+        if (auto *config = zvxp_stored<OMX_CONFIG_FRAMERATETYPE>(comp, port, OMX_IndexConfigVideoFramerate)) {
+            config->xEncodeFramerate = frame_rate;
+            updates.add(OMX_IndexConfigVideoFramerate, port);
+        }
+        if (auto *definition = zvx_omx_port_get_definition(&comp->ports[port]))
+            definition->format.video.xFramerate = frame_rate;
+    }
+}
+
 void zvxp_share_bitrate(struct zvx_omx_common_component *comp, OMX_U32 port, OMX_U32 bitrate)
 {
     if (auto *definition = zvx_omx_port_get_definition(&comp->ports[port]))
@@ -199,12 +243,15 @@ OMX_ERRORTYPE zvxp_set_port_definition(struct zvx_omx_common_component *comp, OM
     OMX_VIDEO_PORTDEFINITIONTYPE &kept = stored->format.video;
     kept.nFrameWidth = video.nFrameWidth;
     kept.nFrameHeight = video.nFrameHeight;
+    if (video.xFramerate != kept.xFramerate)
+        zvxp_share_frame_rate(comp, video.xFramerate, updates);
     kept.xFramerate = video.xFramerate;
     kept.bFlagErrorConcealment = video.bFlagErrorConcealment;
     if (frames) {
         kept.eColorFormat = video.eColorFormat;
         zvxp_select_port_format(comp, port, video.eColorFormat);
-        zvxp_refresh_frame_port(comp, port);
+        zvxp_refresh_frame_port(comp, port, video.nStride > 0 ? static_cast<OMX_U32>(video.nStride) : 0,
+                                video.nSliceHeight);
     } else {
         // A larger bitstream buffer is the client's to ask for; the lower bound follows below.
         stored->nBufferSize = given.nBufferSize;
@@ -299,6 +346,33 @@ OMX_ERRORTYPE zvxp_apply(struct zvx_omx_common_component *comp, const zvx_omx_pa
         break;
     case OMX_IndexConfigVideoBitrate:
         zvxp_share_bitrate(comp, port, static_cast<const OMX_VIDEO_CONFIG_BITRATETYPE *>(record)->nEncodeBitrate);
+        break;
+    case OMX_IndexParamVideoAvc: {
+        const auto &avc = *static_cast<const OMX_VIDEO_PARAM_AVCTYPE *>(record);
+        zvxp_share_key_frame_interval(comp, port, avc.nPFrames, avc.nBFrames, updates);
+        break;
+    }
+    case OMX_IndexParamVideoHevc: {
+        const OMX_U32 interval = static_cast<const OMX_VIDEO_PARAM_HEVCTYPE *>(record)->nKeyFrameInterval;
+        zvxp_share_key_frame_interval(comp, port, interval > 0 ? interval - 1 : 0, 0, updates);
+        break;
+    }
+    case OMX_IndexParamVideoAndroidVp8Encoder: {
+        const OMX_U32 interval = static_cast<const OMX_VIDEO_PARAM_ANDROID_VP8ENCODERTYPE *>(record)->nKeyFrameInterval;
+        zvxp_share_key_frame_interval(comp, port, interval > 0 ? interval - 1 : 0, 0, updates);
+        break;
+    }
+    case OMX_IndexConfigVideoIntraPeriod: {
+        const auto &intra = *static_cast<const QURO_CONFIG_INTRAPERIODTYPE *>(record);
+        if (auto *avc = zvxp_stored<OMX_VIDEO_PARAM_AVCTYPE>(comp, port, OMX_IndexParamVideoAvc)) {
+            avc->nPFrames = intra.nPFrames;
+            avc->nBFrames = intra.nBFrames;
+        }
+        break;
+    }
+    case OMX_IndexConfigVideoFramerate:
+        zvxp_share_frame_rate(comp, static_cast<const OMX_CONFIG_FRAMERATETYPE *>(record)->xEncodeFramerate, updates);
+        updates.add(OMX_IndexParamPortDefinition, zvx_omx_common_component_get_input_port_index(comp));
         break;
     case OMX_IndexParamEnableTCX:
         zvxp_refresh_frame_port(comp, port);
