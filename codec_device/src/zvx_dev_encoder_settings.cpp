@@ -23,13 +23,22 @@ constexpr std::array<const char *, 17> ZVXP_AVC_LEVELS = {"1",   "1b",  "1.1", "
 constexpr std::array<const char *, 13> ZVXP_HEVC_LEVELS = {"1", "2",   "2.1", "3", "3.1", "4",  "4.1",
                                                            "5", "5.1", "5.2", "6", "6.1", "6.2"};
 
+/* The largest picture each level holds: AVC in macroblocks (MaxFS), HEVC in luma samples (MaxLumaPs). */
+constexpr std::array<uint64_t, 17> ZVXP_AVC_LEVEL_MACROBLOCKS = {99,   99,   396,  396,  396,  396,   792,   1620, 1620,
+                                                                 3600, 5120, 8192, 8192, 8704, 22080, 36864, 36864};
+constexpr std::array<uint64_t, 13> ZVXP_HEVC_LEVEL_SAMPLES = {
+    36864, 122880, 245760, 552960, 983040, 2228224, 2228224, 8912896, 8912896, 8912896, 35651584, 35651584, 35651584};
+
+/* A level that cannot hold the picture is not the client's choice but a default it never changed (clients
+ * leave the level alone far more often than they set a low one): the encoder then picks the level itself. */
 template <size_t N>
-const char *zvxp_level_name(const std::array<const char *, N> &names, uint32_t level, int bits_per_level)
+const char *zvxp_level_name(const std::array<const char *, N> &names, const std::array<uint64_t, N> &capacity,
+                            uint64_t picture, uint32_t level, int bits_per_level)
 {
     if (!std::has_single_bit(level))
         return "";
     const size_t at = static_cast<size_t>(std::countr_zero(level) / bits_per_level);
-    return at < names.size() ? names[at] : "";
+    return at < names.size() && picture <= capacity[at] ? names[at] : "";
 }
 
 const char *zvxp_avc_profile(uint32_t profile)
@@ -103,14 +112,18 @@ void zvxp_codec_records(zvx_av::Codec codec, const ParameterStore &parameters, z
             settings.key_frame_interval = zvxp_interval(avc->nPFrames, avc->nBFrames);
             settings.b_frames = static_cast<int>(std::min<OMX_U32>(avc->nBFrames, 16));
             settings.profile = zvxp_avc_profile(avc->eProfile);
-            settings.level = zvxp_level_name(ZVXP_AVC_LEVELS, avc->eLevel, 1);
+            const uint64_t macroblocks = uint64_t{static_cast<uint32_t>(settings.width + 15) / 16} *
+                                         static_cast<uint32_t>(settings.height + 15) / 16;
+            settings.level = zvxp_level_name(ZVXP_AVC_LEVELS, ZVXP_AVC_LEVEL_MACROBLOCKS, macroblocks, avc->eLevel, 1);
         }
         break;
     case zvx_av::Codec::hevc:
         if (const auto hevc = parameters.latest<OMX_VIDEO_PARAM_HEVCTYPE>(OMX_IndexParamVideoHevc)) {
             settings.key_frame_interval = static_cast<int>(std::min<OMX_U32>(hevc->nKeyFrameInterval, INT32_MAX));
             settings.profile = zvxp_hevc_profile(hevc->eProfile);
-            settings.level = zvxp_level_name(ZVXP_HEVC_LEVELS, hevc->eLevel, 2);
+            const uint64_t samples =
+                uint64_t{static_cast<uint32_t>(settings.width)} * static_cast<uint32_t>(settings.height);
+            settings.level = zvxp_level_name(ZVXP_HEVC_LEVELS, ZVXP_HEVC_LEVEL_SAMPLES, samples, hevc->eLevel, 2);
         }
         break;
     case zvx_av::Codec::vp8:
