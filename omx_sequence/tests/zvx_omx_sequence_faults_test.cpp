@@ -346,8 +346,8 @@ TEST_F(SequenceFaultTest, AcceptedCountReadsBack)
         for (const OMX_U32 port : {INPUT, OUTPUT}) {
             OMX_PARAM_PORTDEFINITIONTYPE definition;
             ASSERT_EQ(client_->get_port(port, &definition), OMX_ErrorNone);
-            for (const OMX_U32 count : {definition.nBufferCountMin - 1, definition.nBufferCountMin + 3, 32u, 1000u,
-                                        definition.nBufferCountMin}) {
+            for (const OMX_U32 count : {definition.nBufferCountMin - 1, definition.nBufferCountMin + 3, OMX_U32{32},
+                                        OMX_U32{1000}, definition.nBufferCountMin}) {
                 definition.nBufferCountActual = count;
                 client_->set_port(definition);
             }
