@@ -21,3 +21,5 @@ done
 scripts/measure_clients.sh
 # The client pipelines: 1080p decodes and encodes through the core beside FFmpeg's and GStreamer's own.
 bench/zvx_client_pipelines.sh
+# Start, seek, small-picture and scale latency through the core beside GStreamer's and FFmpeg's own.
+bench/zvx_latency_pipelines.sh
