@@ -90,8 +90,8 @@ start_seek() {
     local lines="$work/start-seek.$decoder"
     figure[$decoder.first]=$(awk '$2 == "run" && $3 == "1:" { print $5 }' "$lines" | median)
     figure[$decoder.start]=$(awk '$2 == "run" && $3 != "1:" { print $5 }' "$lines" | median)
-    figure[$decoder.seek]=$(awk '$2 == "run" { for (i = 8; i < NF; ++i) print $i }' "$lines" | median)
-    figure[$decoder.p90]=$(awk '$2 == "run" { for (i = 8; i < NF; ++i) print $i }' "$lines" | sort -g |
+    figure[$decoder.seek]=$(awk '$2 == "run" { for (i = 8; i <= NF && $i != "ms;"; ++i) print $i }' "$lines" | median)
+    figure[$decoder.p90]=$(awk '$2 == "run" { for (i = 8; i <= NF && $i != "ms;"; ++i) print $i }' "$lines" | sort -g |
       awk '{ v[NR] = $1 } END { print v[int(0.9 * (NR - 1)) + 1] }')
     printf '%-11s %15s %16s %15s %13s\n' $decoder "${figure[$decoder.first]}" "${figure[$decoder.start]}" \
       "${figure[$decoder.seek]}" "${figure[$decoder.p90]}"

@@ -95,6 +95,8 @@ std::vector<int> zvxp_targets(const std::string &list)
 struct zvxp_run {
     int64_t start_ns = -1;
     std::vector<int64_t> seeks_ns;
+    /* The timestamp of the first picture after each seek: a decoder that drops the key frame shows here. */
+    std::vector<GstClockTime> seek_pts;
 };
 
 /* One pipeline from NULL to PLAYING, through every seek, and back to NULL; false when a picture failed
@@ -135,8 +137,10 @@ bool zvxp_play(const std::string &launch_line, const std::vector<int> &targets, 
                                static_cast<double>(first.pts) / GST_SECOND);
             whole = false;
         }
-        if (whole)
+        if (whole) {
             run.seeks_ns.push_back(seek_ns);
+            run.seek_pts.push_back(first.pts);
+        }
     }
     gst_element_set_state(pipeline, GST_STATE_NULL);
     gst_object_unref(pad);
@@ -182,7 +186,10 @@ int main(int argc, char **argv)
                     zvxp_ms(static_cast<double>(run.start_ns)));
         for (const int64_t seek : run.seeks_ns)
             std::printf(" %.2f", zvxp_ms(static_cast<double>(seek)));
-        std::printf(" ms\n");
+        std::printf(" ms; first pictures at");
+        for (const GstClockTime pts : run.seek_pts)
+            std::printf(" %.3f", pts == GST_CLOCK_TIME_NONE ? -1.0 : static_cast<double>(pts) / GST_SECOND);
+        std::printf(" s\n");
         if (i == 0)
             first_start = run.start_ns;
         else
