@@ -5,6 +5,7 @@
 // volume component doing the same. Run it pinned to one CPU (taskset -c 0) and unpinned.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstring>
@@ -33,6 +34,17 @@ constexpr uint32_t ZVXP_SIDE = 64;
 /* What one coded frame takes in an input buffer; the pattern engine reads only its length. */
 constexpr OMX_U32 ZVXP_CODED_FRAME_BYTES = 1024;
 constexpr OMX_U32 ZVXP_PORTS = 2;
+
+/* Where one state cycle's time went, as the client sees it: its own AllocateBuffer and FreeBuffer calls,
+ * and each wait for a command's completion (after the last buffer call, for Idle and Loaded). */
+struct zvxp_cycle_phases {
+    int64_t allocate_ns = 0;
+    int64_t idle_after_allocate_ns = 0;
+    int64_t executing_ns = 0;
+    int64_t back_to_idle_ns = 0;
+    int64_t free_ns = 0;
+    int64_t loaded_after_free_ns = 0;
+};
 
 template <typename Condition> void zvxp_spin_until(Condition done)
 {
@@ -69,15 +81,44 @@ public:
     bool ready() const { return ready_; }
 
     /* Nanoseconds from SendCommand(Idle), through Idle with every port's buffers, Executing and Idle,
-     * until EventHandler hears that Loaded completed with them freed; -1 when refused. */
-    int64_t cycle_ns()
+     * until EventHandler hears that Loaded completed with them freed; -1 when refused. Each phase's share
+     * is left in `phases`. */
+    int64_t cycle_ns(zvxp_cycle_phases &phases)
     {
         const int64_t started_at = zvx_bench_now_ns();
-        if (!change_state(OMX_StateIdle, [&] { return allocate(0) && allocate(1); }) ||
-            !change_state(OMX_StateExecuting) || !stop()) {
+        int64_t allocated_at = 0;
+        int64_t freed_at = 0;
+        if (!change_state(OMX_StateIdle, [&] {
+                const bool allocated = allocate(0) && allocate(1);
+                allocated_at = zvx_bench_now_ns();
+                return allocated;
+            })) {
             return -1;
         }
-        return completed_at_ns_.load(std::memory_order_acquire) - started_at;
+        const int64_t idle_at = completed_at_ns_.load(std::memory_order_acquire);
+        if (!change_state(OMX_StateExecuting)) {
+            return -1;
+        }
+        const int64_t executing_at = completed_at_ns_.load(std::memory_order_acquire);
+        if (!change_state(OMX_StateIdle)) {
+            return -1;
+        }
+        const int64_t back_at = completed_at_ns_.load(std::memory_order_acquire);
+        if (!change_state(OMX_StateLoaded, [&] {
+                const bool freed = free_all();
+                freed_at = zvx_bench_now_ns();
+                return freed;
+            })) {
+            return -1;
+        }
+        const int64_t loaded_at = completed_at_ns_.load(std::memory_order_acquire);
+        phases.allocate_ns = allocated_at - started_at;
+        phases.idle_after_allocate_ns = idle_at - allocated_at;
+        phases.executing_ns = executing_at - idle_at;
+        phases.back_to_idle_ns = back_at - executing_at;
+        phases.free_ns = freed_at - back_at;
+        phases.loaded_after_free_ns = loaded_at - freed_at;
+        return loaded_at - started_at;
     }
 
     /* From Executing or Pause back to Loaded, every buffer given back on the way and freed. */
@@ -308,6 +349,27 @@ void zvxp_report(benchmark::State &state, std::vector<int64_t> &latencies_ns, bo
     zvx_bench_report_latencies(state, latencies_ns);
 }
 
+/* The median of each phase, in microseconds: where a typical cycle's time goes. */
+void zvxp_report_phases(benchmark::State &state, const std::vector<zvxp_cycle_phases> &phases)
+{
+    const auto median_us = [&](int64_t zvxp_cycle_phases::*phase) {
+        std::vector<int64_t> samples;
+        samples.reserve(phases.size());
+        for (const zvxp_cycle_phases &cycle : phases) {
+            samples.push_back(cycle.*phase);
+        }
+        std::nth_element(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2),
+                         samples.end());
+        return samples.empty() ? 0.0 : static_cast<double>(samples[samples.size() / 2]) / 1000.0;
+    };
+    state.counters["allocate_us"] = median_us(&zvxp_cycle_phases::allocate_ns);
+    state.counters["idle_wait_us"] = median_us(&zvxp_cycle_phases::idle_after_allocate_ns);
+    state.counters["executing_us"] = median_us(&zvxp_cycle_phases::executing_ns);
+    state.counters["back_to_idle_us"] = median_us(&zvxp_cycle_phases::back_to_idle_ns);
+    state.counters["free_us"] = median_us(&zvxp_cycle_phases::free_ns);
+    state.counters["loaded_wait_us"] = median_us(&zvxp_cycle_phases::loaded_after_free_ns);
+}
+
 void BM_PipePollFloor(benchmark::State &state)
 {
     zvx_bench_pipe_poll_floor(state);
@@ -318,17 +380,24 @@ void BM_StateCycle(benchmark::State &state)
     zvxp_decoder decoder;
     std::vector<int64_t> latencies_ns;
     latencies_ns.reserve(ZVXP_CYCLES);
+    std::vector<zvxp_cycle_phases> phases;
+    phases.reserve(ZVXP_CYCLES);
     bool failed = !decoder.ready();
     for (auto _ : state) {
-        const int64_t cycle = failed ? -1 : decoder.cycle_ns();
+        zvxp_cycle_phases cycle_phases;
+        const int64_t cycle = failed ? -1 : decoder.cycle_ns(cycle_phases);
         if (cycle < 0) {
             failed = true;
             break;
         }
         latencies_ns.push_back(cycle);
+        phases.push_back(cycle_phases);
     }
     state.counters["buffers_per_port"] = ZVXP_DECODER_MINIMUM_BUFFERS;
     zvxp_report(state, latencies_ns, failed);
+    if (!failed) {
+        zvxp_report_phases(state, phases);
+    }
 }
 
 void zvxp_round_trips(benchmark::State &state, OMX_U32 timed_port)

@@ -15,7 +15,7 @@ packages+=(gstreamer1.0-tools gstreamer1.0-omx-generic gstreamer1.0-plugins-base
            gstreamer1.0-plugins-ugly gstreamer1.0-plugins-bad gstreamer1.0-libav ffmpeg)
 for group in "$@"; do
   case "$group" in
-    bench) packages+=(libomxil-bellagio0 libomxil-bellagio0-components-base time) ;;
+    bench) packages+=(libomxil-bellagio0 libomxil-bellagio0-components-base time libgstreamer1.0-dev) ;;
     *) echo "setup: unknown package group '$group'" >&2; exit 2 ;;
   esac
 done
