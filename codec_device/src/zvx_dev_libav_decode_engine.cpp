@@ -37,11 +37,9 @@ std::optional<ColourDescription> zvxp_colour_of(const zvx_av::ColourAspects &asp
 
 LibavDecodeEngine::LibavDecodeEngine(zvx_av::Codec codec)
 {
-    // Frame threads hold a picture back per thread: a client that lends a few input buffers before it
-    // enables its output port would see none of them back before the first picture is announced.
-    zvx_av::DecoderSettings settings;
-    settings.low_delay = true;
-    const zvx_av::Status opened = decoder_.open(codec, settings);
+    // Frame and slice threads, as desktop players decode: the component gives consumed inputs back while
+    // a client waits for the first picture to enable its output port.
+    const zvx_av::Status opened = decoder_.open(codec, zvx_av::DecoderSettings{});
     decoder_open_ = opened.ok();
     note(opened, "opening the decoder");
 }

@@ -31,9 +31,6 @@ enum class InputFraming : uint8_t {
 
 struct DecoderSettings {
     int thread_count = 0; /* 0: as many as the machine has */
-    /* Each picture comes out as soon as its access unit and the stream's reordering allow, as from a
-     * hardware decoder: slice threads only, none of the picture-per-thread delay of frame threads. */
-    bool low_delay = false;
     InputFraming framing = InputFraming::automatic;
     /* Codec configuration known before the stream (a container's extradata). */
     std::vector<uint8_t> codec_config;

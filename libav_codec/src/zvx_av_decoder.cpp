@@ -99,7 +99,7 @@ Status Decoder::start()
     if (!context)
         return Status(AVERROR(ENOMEM));
     context->thread_count = settings_.thread_count;
-    context->thread_type = settings_.low_delay ? FF_THREAD_SLICE : FF_THREAD_FRAME | FF_THREAD_SLICE;
+    context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     // The crop is reported with each picture and applied exactly when it is received: libav's own
     // cropping keeps the left edge aligned and so may leave part of it.
     context->apply_cropping = 0;

@@ -287,28 +287,6 @@ TEST(Decoder, FirstAccessUnitFlaggedAsConfigurationStillGivesItsPicture)
     }
 }
 
-TEST(Decoder, LowDelayGivesEachPictureOfAStreamWithoutReorderingAsItsUnitGoesIn)
-{
-    zvx_av_test::TempFolder folder;
-    const std::string path = folder.file("s.h264");
-    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 8, "-c:v libx264 -bf 0"));
-    zvx_av::Decoder decoder;
-    zvx_av::DecoderSettings settings;
-    settings.low_delay = true;
-    settings.thread_count = 4;
-    ASSERT_TRUE(decoder.open(Codec::avc, settings).ok());
-    int sent = 0;
-    int received = 0;
-    for (const std::vector<uint8_t> &unit : zvx_av_test::read_access_units(path)) {
-        ASSERT_TRUE(decoder.send({unit, int64_t{sent} * 40000, true, false}).ok());
-        ++sent;
-        while (decoder.receive())
-            ++received;
-        EXPECT_EQ(received, sent) << "after access unit " << sent;
-    }
-    EXPECT_EQ(decoder.frames_held().thread_delay, 0);
-}
-
 TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextData)
 {
     const EncodedStream first = encode_pattern(Codec::avc, 6);
