@@ -103,8 +103,10 @@ protected:
     {
         const std::filesystem::path output = dir_ / "output.txt";
         // The command's own status, also when the signal ended it; a command that outlives the signal
-        // by ten seconds is killed.
-        const std::string line = "timeout --preserve-status -k 10 -s " + std::string(signal) + " " +
+        // by ten seconds is killed. In the foreground the signal goes to the command once: sent to its
+        // process group as well, a second SIGINT could land after GLib restored the default action and
+        // kill a client that was shutting down cleanly.
+        const std::string line = "timeout --foreground --preserve-status -k 10 -s " + std::string(signal) + " " +
                                  std::to_string(seconds) + " " + command + " >" + output.string() + " 2>&1";
         const int status = std::system(line.c_str());
         std::ifstream file(output);

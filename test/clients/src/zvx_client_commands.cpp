@@ -69,8 +69,9 @@ CommandResult run_command(const std::string &command, int seconds, const char *s
 {
     const TempFolder folder;
     const std::string output = folder.file("output.txt");
-    // The command's own status, also when the signal ended it.
-    const std::string line = "timeout --preserve-status -k 10 -s " + std::string(signal) + " " +
+    // The command's own status, also when the signal ended it. In the foreground the signal reaches the
+    // command once, not a second time through its process group.
+    const std::string line = "timeout --foreground --preserve-status -k 10 -s " + std::string(signal) + " " +
                              std::to_string(seconds) + " " + command + " >" + output + " 2>&1 </dev/null";
     const int status = std::system(line.c_str()); // NOLINT(cert-env33-c): clients run as programs
     std::ifstream file(output);
