@@ -21,6 +21,9 @@ struct zvx_omx_common_cproc_invoker {
     bool running_current;  /* command thread: inside the current command's function */
     bool current_answered; /* command thread: it has sent the client its answer */
     uint32_t answers_due;  /* command thread: answers it sends before it counts as answered */
+    /* Command thread: CLOCK_MONOTONIC time at which the current command, not done, runs again unless a
+     * wake-up runs it first; 0 when only a wake-up does. */
+    int64_t retry_at_ns;
 };
 
 /* true: the command is finished and its record is freed; false: run it again later. */
@@ -58,6 +61,11 @@ void zvx_omx_common_cproc_mark_command_thread(const struct zvx_omx_common_compon
  * of the record when it returns true. */
 bool zvx_omx_common_cproc_continue_with(struct zvx_omx_common_component *comp,
                                         struct zvx_omx_common_cproc_command_data *command);
+
+/* From a client command about to report itself not done: it runs again at the latest delay_ns from now
+ * (earlier on any wake-up). True when a time set by an earlier call has passed, so that the command
+ * waited as long as it asked. Off the command thread it does nothing and returns false. */
+bool zvx_omx_common_cproc_retry_within(struct zvx_omx_common_component *comp, int64_t delay_ns);
 
 /* Before every OMX_EventCmdComplete or OMX_EventError: when the current client command sends it, that
  * command is answered, and a command the client sends from now on takes effect at once. */

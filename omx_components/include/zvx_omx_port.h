@@ -90,6 +90,9 @@ typedef enum zvx_omx_port_transition {
 #define ZVX_OMX_PORT_FLAG_CLIENT_FLUSH 0x1
 
 /* Guards follow the rule in zvx_omx_common_component.h; "comp lock" is the component's `lock`. */
+/* Freed buffer memory a port keeps for reuse; more is given back at once. */
+#define ZVX_OMX_PORT_SPARE_BLOCKS 16
+
 typedef struct zvx_omx_port {
     struct zvx_map config_and_params;  /* comp lock */
     int32_t nr_pending_flushes;        /* command thread: session flushes not yet reported done */
@@ -112,6 +115,11 @@ typedef struct zvx_omx_port {
     uint32_t frees_pending;         /* comp lock: buffers a FreeBuffer has taken, not yet erased; they no longer
                                        count towards bPopulated */
     bool had_buffers;               /* comp lock: a buffer was registered once, so a freed header may come back */
+    /* comp lock: memory of buffers the component allocated and the client freed, all of spare_size bytes,
+     * kept for the next AllocateBuffer of that size: a cycle through Loaded then maps and unmaps nothing. */
+    void *spare_blocks[ZVX_OMX_PORT_SPARE_BLOCKS];
+    uint32_t spare_count;
+    uint32_t spare_size;
     /* Held from taking a client's buffer to handing it to the session, and around a flush request of the
      * port: a flush never overtakes a buffer already taken. Taken before the comp lock. */
     pthread_mutex_t send_lock;
@@ -127,9 +135,17 @@ OMX_ERRORTYPE zvx_omx_port_init(zvx_omx_port *port);
 /* Frees whatever the tables still hold. */
 void zvx_omx_port_destroy(zvx_omx_port *port);
 /* bPopulated as the client sees the port: true once it holds the nBufferCountActual in force, from the
- * first buffer registered to the last one freed and whenever that count changes. Caller holds the
- * component's lock. */
-void zvx_omx_port_update_populated(zvx_omx_port *port);
+ * first buffer registered to the last one freed and whenever that count changes. True when a command
+ * waiting for the port may now go on: bPopulated changed, the port holds its minimum count, or it is
+ * empty. Caller holds the component's lock. */
+bool zvx_omx_port_update_populated(zvx_omx_port *port);
+/* A kept block of exactly size bytes, or null; kept blocks of another size are given back. Caller holds
+ * the component's lock. */
+void *zvx_omx_port_take_spare_block(zvx_omx_port *port, uint32_t size);
+/* Keeps a block the component allocated with zvx_mem_valloc; false when the port keeps no more (blocks
+ * of another size are given back first), and the caller frees it, best after dropping the lock. Caller
+ * holds the component's lock. */
+bool zvx_omx_port_keep_spare_block(zvx_omx_port *port, void *block, uint32_t size);
 /* Whether any buffer is registered on the port. Caller holds the component's lock. */
 bool zvxp_omx_port_has_buffers(zvx_omx_port *port);
 /* The port's OMX_IndexParamPortDefinition setting; null if the store has none. */

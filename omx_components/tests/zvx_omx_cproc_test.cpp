@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstring>
 #include <mutex>
-#include <sys/ioctl.h>
 #include <unistd.h>
 #include <vector>
 
@@ -14,6 +13,7 @@
 #include "zvx_omx_common_component_commands.h"
 #include "zvx_omx_common_cproc.h"
 #include "zvx_session_interface.h"
+#include "zvx_util_slist_ts.h"
 
 namespace {
 
@@ -183,20 +183,21 @@ TEST_F(CommandProcessor, UnfinishedCommandRunsAgainBehindLaterOnesUntilDone)
     EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2, 3, 1, 1}));
 }
 
-// Pending wake-up words: one per queued command that the thread has not yet taken.
-int pending_wake_ups(const zvx_omx_common_component *comp)
+// Commands waiting in the component's own queue. Only the command thread may walk it: it alone frees nodes.
+int queued_commands(zvx_omx_common_component *comp)
 {
-    int bytes = 0;
-    if (ioctl(comp->cproc_invoker.pipe_fd[0], FIONREAD, &bytes) != 0) {
-        return -1;
+    int count = 0;
+    for (zvxu_slist_data *node = std::atomic_ref(comp->cproc_queue.head->next).load(); node != nullptr;
+         node = std::atomic_ref(node->next).load()) {
+        ++count;
     }
-    return bytes / static_cast<int>(sizeof(uint32_t));
+    return count;
 }
 
 // Holds the thread until the exit command is queued behind commands 1 and 2.
 bool wait_for_exit_command(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *)
 {
-    while (pending_wake_ups(comp) < 3) {
+    while (queued_commands(comp) < 3) {
         usleep(100);
     }
     return true;

@@ -123,8 +123,20 @@ void zvxp_give_up_reservation(struct zvx_omx_common_component *comp, OMX_U32 por
     --comp->ports[port].registrations_pending;
 }
 
-struct zvx_omx_common_bufferheadertype *zvxp_new_header(OMX_U32 port, OMX_PTR app_private, OMX_U32 size,
-                                                        OMX_U8 *client_memory, const zvxp_port_facts &facts)
+/* Memory for a buffer the component allocates: a block the port kept, else a new one. */
+void *zvxp_buffer_memory(struct zvx_omx_common_component *comp, OMX_U32 port, OMX_U32 size)
+{
+    void *block;
+    {
+        zvx_omx_mutex_guard guard(&comp->lock);
+        block = zvx_omx_port_take_spare_block(&comp->ports[port], size);
+    }
+    return block != nullptr ? block : zvx_mem_valloc(size);
+}
+
+struct zvx_omx_common_bufferheadertype *zvxp_new_header(struct zvx_omx_common_component *comp, OMX_U32 port,
+                                                        OMX_PTR app_private, OMX_U32 size, OMX_U8 *client_memory,
+                                                        const zvxp_port_facts &facts)
 {
     auto *header = static_cast<struct zvx_omx_common_bufferheadertype *>(
         zvx_mem_calloc(1, sizeof(struct zvx_omx_common_bufferheadertype)));
@@ -132,7 +144,7 @@ struct zvx_omx_common_bufferheadertype *zvxp_new_header(OMX_U32 port, OMX_PTR ap
         return nullptr;
     }
     if (client_memory == nullptr) {
-        header->priv.alloc_buffer = zvx_mem_valloc(size);
+        header->priv.alloc_buffer = zvxp_buffer_memory(comp, port, size);
         if (header->priv.alloc_buffer == nullptr) {
             zvx_mem_free(header);
             return nullptr;
@@ -174,7 +186,8 @@ OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE *
     if (error != OMX_ErrorNone) {
         return error;
     }
-    struct zvx_omx_common_bufferheadertype *header = zvxp_new_header(port, app_private, size, client_memory, facts);
+    struct zvx_omx_common_bufferheadertype *header =
+        zvxp_new_header(comp, port, app_private, size, client_memory, facts);
     if (header == nullptr) {
         zvxp_give_up_reservation(comp, port);
         ZVX_LOG(&zvx_log_omx_if, ZVX_LOG_ERROR, "Memory allocation failed. (%s:%d)");
@@ -192,6 +205,7 @@ OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE *
         }
     }
     bool entered;
+    bool may_unblock = false;
     {
         zvx_omx_mutex_guard guard(&comp->lock);
         struct zvx_omx_port &owner = comp->ports[port];
@@ -199,8 +213,11 @@ OMX_ERRORTYPE zvxp_register_buffer(OMX_HANDLETYPE handle, OMX_BUFFERHEADERTYPE *
         entered = zvx_map_insert(&owner.registered_buffers, header, header);
         if (entered) {
             owner.had_buffers = true;
-            zvx_omx_port_update_populated(&owner);
+            may_unblock = zvx_omx_port_update_populated(&owner);
         }
+    }
+    if (may_unblock) {
+        zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
     }
     if (!entered) {
         if (!facts.metadata) {
@@ -305,6 +322,8 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
     }
     struct zvx_omx_port &port = comp->ports[nPortIndex];
     bool emptied;
+    bool may_unblock;
+    void *released = nullptr;
     {
         zvx_omx_mutex_guard guard(&comp->lock);
         {
@@ -312,10 +331,20 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
             zvx_list_remove_value_port_buffers(&port.buffer_list, header);
             zvx_list_remove_value_omxbufferhdrptr(&port.tracked_buffers, header);
         }
+        // The memory is kept for the next allocation or given back after the lock is dropped: unmapping
+        // it here would hold up the command thread and every other client call.
+        if (!zvx_omx_port_keep_spare_block(&port, header->priv.alloc_buffer, header->priv.buffer_size)) {
+            released = header->priv.alloc_buffer;
+        }
+        header->priv.alloc_buffer = nullptr;
         zvx_map_erase(&port.registered_buffers, header);
         --port.frees_pending;
-        zvx_omx_port_update_populated(&port);
+        may_unblock = zvx_omx_port_update_populated(&port);
         emptied = zvx_map_size(&port.registered_buffers) == 0;
+    }
+    zvx_mem_free(released);
+    if (may_unblock) {
+        zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
     }
     // The frame memory named by metadata is known to the session only while the port has buffers.
     if (emptied) {

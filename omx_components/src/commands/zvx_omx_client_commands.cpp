@@ -67,22 +67,14 @@ uint32_t zvxp_answers_due(const struct zvx_omx_common_cproc_command_data *comman
     return 1;
 }
 
-/* The head of the line is done, answered (unless it has been already): the next one, if any, starts on
- * the next wake-up. */
+/* The head of the line is done, answered (unless it has been already). */
 void zvxp_finish(struct zvx_omx_common_component *comp, bool answered_already)
 {
-    bool more;
-    {
-        zvx_omx_mutex_guard guard(&comp->commands_lock);
-        if (!answered_already) {
-            --comp->commands_pending;
-        }
-        --comp->commands_unfinished;
-        more = comp->commands_unfinished != 0;
+    zvx_omx_mutex_guard guard(&comp->commands_lock);
+    if (!answered_already) {
+        --comp->commands_pending;
     }
-    if (more) {
-        zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
-    }
+    --comp->commands_unfinished;
 }
 
 } // namespace
@@ -161,17 +153,17 @@ bool zvx_omx_client_commands_complete_inline(struct zvx_omx_common_component *co
     return true;
 }
 
-bool zvx_omx_client_commands_advance(struct zvx_omx_common_component *comp)
+zvx_omx_client_step zvx_omx_client_commands_advance(struct zvx_omx_common_component *comp)
 {
     struct zvx_omx_common_cproc_invoker &invoker = comp->cproc_invoker;
     if (invoker.current == nullptr) {
         zvx_omx_mutex_guard guard(&comp->commands_lock);
         if (comp->inline_command) {
-            return false;
+            return zvx_omx_client_step::none;
         }
         invoker.current = zvx_omx_common_cproc_command_queue_dequeue(&comp->client_commands);
         if (invoker.current == nullptr) {
-            return false;
+            return zvx_omx_client_step::none;
         }
         invoker.current_answered = false;
         invoker.answers_due = zvxp_answers_due(invoker.current);
@@ -186,22 +178,23 @@ bool zvx_omx_client_commands_advance(struct zvx_omx_common_component *comp)
         zvx_mem_free(command);
         invoker.current = invoker.continuation;
         invoker.continuation = nullptr;
-        zvx_omx_common_cproc_invoker_signal(&invoker);
-        return true;
+        invoker.retry_at_ns = 0;
+        return zvx_omx_client_step::progressed;
     }
     if (!done) {
-        zvx_omx_common_cproc_invoker_signal(&invoker);
-        return true;
+        return zvx_omx_client_step::waiting;
     }
     zvx_mem_free(command);
     invoker.current = nullptr;
+    invoker.retry_at_ns = 0;
     zvxp_finish(comp, invoker.current_answered);
-    return true;
+    return zvx_omx_client_step::progressed;
 }
 
 void zvx_omx_client_commands_run_ready(struct zvx_omx_common_component *comp)
 {
-    while (zvx_omx_client_commands_advance(comp) && comp->cproc_invoker.current == nullptr) {
+    while (zvx_omx_client_commands_advance(comp) == zvx_omx_client_step::progressed &&
+           comp->cproc_invoker.current == nullptr) {
     }
 }
 

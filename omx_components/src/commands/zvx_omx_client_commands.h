@@ -10,6 +10,7 @@
 
 #include <OMX_Core.h>
 #include <stddef.h>
+#include <stdint.h>
 
 #include "zvx_omx_common_cproc.h"
 
@@ -26,9 +27,14 @@ OMX_ERRORTYPE zvx_omx_client_commands_send(struct zvx_omx_common_component *comp
 bool zvx_omx_client_commands_complete_inline(struct zvx_omx_common_component *comp,
                                              struct zvx_omx_common_cproc_command_data *const *commands, size_t count);
 
-/* Command thread: one step of the client command at the head, starting the next one if none runs; false
- * when there was none to run. */
-bool zvx_omx_client_commands_advance(struct zvx_omx_common_component *comp);
+enum class zvx_omx_client_step : uint8_t {
+    none,       /* no client command to run */
+    progressed, /* one finished, or went on as its delayed step: the next step may run at once */
+    waiting,    /* it is not done and waits for something to change */
+};
+
+/* Command thread: one step of the client command at the head, starting the next one if none runs. */
+zvx_omx_client_step zvx_omx_client_commands_advance(struct zvx_omx_common_component *comp);
 
 /* Command thread, as it is asked to stop: the client's commands sent before run while each completes at
  * once; the first that would wait, and everything behind it, is dropped unanswered. */

@@ -1,10 +1,12 @@
-// The command thread: per wake-up one queued command and one session event, never two at once.
+// The command thread: per pass one command and one session event, never two at once.
 #include "zvx_omx_common_component_commands.h"
 
+#include <algorithm>
 #include <atomic>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <time.h>
 #include <unistd.h>
 
 #include "buffers/zvx_omx_buffer_returns.h"
@@ -18,9 +20,7 @@
 
 namespace {
 
-/* Until the first wake-up the thread polls in short rounds, so that an exit flag set without a
- * wake-up word (the fallback of invoker_exit) is still noticed. */
-constexpr int ZVXP_STARTUP_POLL_MS = 1;
+constexpr int64_t ZVXP_STARTUP_POLL_NS = 1000000;
 constexpr OMX_U32 ZVXP_EVENT_TIMEOUT = 10;
 
 bool zvxp_make_fd_nonblocking(int fd)
@@ -65,20 +65,59 @@ bool zvxp_run_internal_command(struct zvx_omx_common_component *comp)
     return true;
 }
 
-/* One wake-up's work: a queued command of the component's own or a step of the client's commands, the
- * two taking turns, so that neither waits behind the other when both are waiting for something. */
-void zvxp_run_one_command(struct zvx_omx_common_component *comp, bool &client_turn)
+/* What the command thread knows it has to do; its own, so plain fields. */
+struct zvxp_work {
+    bool internal_due; /* the component's own queue may hold a command */
+    bool client_due;   /* a client command may be able to take a step */
+    bool waited_once;  /* the client command at the head said it waits since it was last woken */
+    bool client_turn;  /* whose turn it is when both are due */
+};
+
+/* Something a parked client command may wait for has happened. */
+void zvxp_wake_client(zvxp_work &work)
 {
-    uint32_t word;
-    const ssize_t got = read(comp->cproc_invoker.pipe_fd[0], &word, sizeof(word));
-    (void)got;
-    client_turn = !client_turn;
-    if (client_turn && zvx_omx_client_commands_advance(comp)) {
-        return;
+    work.client_due = true;
+    work.waited_once = false;
+}
+
+/* Runs a client step; true when one ran. A command that waits is parked: it runs again on the next
+ * wake-up, a device event or its retry time, never in a loop of its own. After each wake-up it is tried
+ * once more at once, since what it waits for may have changed while it ran, and some steps finish on
+ * the run after the one that saw them ready. */
+bool zvxp_step_client(struct zvx_omx_common_component *comp, zvxp_work &work)
+{
+    switch (zvx_omx_client_commands_advance(comp)) {
+    case zvx_omx_client_step::none:
+        work.client_due = false;
+        return false;
+    case zvx_omx_client_step::progressed:
+        work.waited_once = false;
+        return true;
+    case zvx_omx_client_step::waiting:
+        work.client_due = !work.waited_once;
+        work.waited_once = true;
+        return true;
     }
-    if (!zvxp_run_internal_command(comp) && !client_turn) {
-        zvx_omx_client_commands_advance(comp);
+    return false;
+}
+
+/* One command per pass: a queued command of the component's own or a step of the client's commands,
+ * the two taking turns, so that neither waits behind the other when both are waiting for something. */
+bool zvxp_run_one_command(struct zvx_omx_common_component *comp, zvxp_work &work)
+{
+    work.client_turn = !work.client_turn;
+    if (work.client_turn && work.client_due && zvxp_step_client(comp, work)) {
+        return true;
     }
+    if (work.internal_due) {
+        if (zvxp_run_internal_command(comp)) {
+            // The component's own command may be what a parked client command waits for.
+            zvxp_wake_client(work);
+            return true;
+        }
+        work.internal_due = false;
+    }
+    return !work.client_turn && work.client_due && zvxp_step_client(comp, work);
 }
 
 void zvxp_handle_one_event(struct zvx_omx_common_component *comp)
@@ -99,28 +138,80 @@ void zvxp_settle(struct zvx_omx_common_component *comp)
     }
 }
 
+int64_t zvxp_monotonic_ns()
+{
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+}
+
+/* How long the next poll may sleep: not at all with work due, until the parked command's retry time if
+ * it has one, else until woken. Before the first wake-up the thread polls in short rounds, so that an
+ * exit flag set without a wake-up word (the fallback of invoker_exit) is still noticed. */
+struct timespec *zvxp_poll_timeout(const zvxp_work &work, const struct zvx_omx_common_cproc_invoker &invoker,
+                                   bool woken, struct timespec &timeout)
+{
+    int64_t wait_ns = -1;
+    if (work.internal_due || work.client_due) {
+        wait_ns = 0;
+    } else if (invoker.retry_at_ns != 0) {
+        wait_ns = std::max<int64_t>(invoker.retry_at_ns - zvxp_monotonic_ns(), 0);
+    }
+    if (!woken && (wait_ns < 0 || wait_ns > ZVXP_STARTUP_POLL_NS)) {
+        wait_ns = ZVXP_STARTUP_POLL_NS;
+    }
+    if (wait_ns < 0) {
+        return nullptr;
+    }
+    timeout = {static_cast<time_t>(wait_ns / 1000000000), static_cast<long>(wait_ns % 1000000000)};
+    return &timeout;
+}
+
+/* Every word written so far: the thread works from what it knows is due, not from a count of words. */
+void zvxp_drain_wake_words(int fd)
+{
+    uint32_t words[64];
+    while (read(fd, words, sizeof(words)) == static_cast<ssize_t>(sizeof(words))) {
+    }
+}
+
 void *zvxp_invoker_thread(void *arg)
 {
     auto *comp = static_cast<struct zvx_omx_common_component *>(arg);
     zvx_omx_common_cproc_mark_command_thread(comp);
     struct zvx_omx_common_cproc_invoker &invoker = comp->cproc_invoker;
     zvxp_make_fd_nonblocking(invoker.pipe_fd[0]);
-    int timeout_ms = ZVXP_STARTUP_POLL_MS;
     /* A descriptor that poll reports invalid would wake the thread forever; stop watching it. */
     bool device_pollable = comp->driver_fd >= 0;
-    bool client_turn = false;
+    bool woken = false;
+    zvxp_work work = {};
     do {
         /* Without a session the device has no events for us, and a readable device would spin. */
         const bool watch_device = device_pollable && std::atomic_ref(comp->session_created).load();
         struct pollfd fds[2] = {{invoker.pipe_fd[0], POLLIN, 0}, {comp->driver_fd, POLLIN, 0}};
-        const int ready = poll(fds, watch_device ? 2 : 1, timeout_ms);
-        if (ready <= 0) {
+        struct timespec timeout;
+        const int ready = ppoll(fds, watch_device ? 2 : 1, zvxp_poll_timeout(work, invoker, woken, timeout), nullptr);
+        if (ready < 0) {
             continue;
         }
-        timeout_ms = -1;
         if ((fds[0].revents & POLLIN) != 0) {
-            zvxp_run_one_command(comp, client_turn);
+            woken = true;
+            zvxp_drain_wake_words(invoker.pipe_fd[0]);
+            work.internal_due = true;
+            zvxp_wake_client(work);
+        }
+        const int64_t retry_at = invoker.retry_at_ns;
+        const bool retry_due = retry_at != 0 && zvxp_monotonic_ns() >= retry_at;
+        if (retry_due) {
+            // This pass is the client's: the time it waited for has come.
+            zvxp_wake_client(work);
+            work.client_turn = false;
+        }
+        if (zvxp_run_one_command(comp, work)) {
             zvxp_settle(comp);
+        }
+        if (retry_due && invoker.retry_at_ns == retry_at) {
+            invoker.retry_at_ns = 0; /* nothing took it up: no time to wait for any more */
         }
         if (watch_device) {
             if ((fds[1].revents & POLLNVAL) != 0) {
@@ -128,6 +219,8 @@ void *zvxp_invoker_thread(void *arg)
             } else if ((fds[1].revents & POLLIN) != 0 && std::atomic_ref(comp->session_created).load()) {
                 zvxp_handle_one_event(comp);
                 zvxp_settle(comp);
+                // A parked client command may wait for what the event changed.
+                zvxp_wake_client(work);
             }
         }
     } while (zvxp_exit_flag(invoker).load() != 1);

@@ -2,6 +2,7 @@
 // alone takes commands off (commands/zvx_omx_common_cproc_invoker.cpp).
 #include "zvx_omx_common_cproc.h"
 
+#include <time.h>
 #include <unistd.h>
 
 #include "zvx_omx_common_component.h"
@@ -63,6 +64,7 @@ void zvx_omx_common_cproc_invoker_init(struct zvx_omx_common_cproc_invoker *invo
     invoker->running_current = false;
     invoker->current_answered = false;
     invoker->answers_due = 0;
+    invoker->retry_at_ns = 0;
 }
 
 bool zvx_omx_common_cproc_on_command_thread(const struct zvx_omx_common_component *comp)
@@ -110,6 +112,25 @@ bool zvx_omx_common_cproc_continue_with(struct zvx_omx_common_component *comp,
         return true;
     }
     return zvx_omx_common_component_queue_command(comp, command);
+}
+
+bool zvx_omx_common_cproc_retry_within(struct zvx_omx_common_component *comp, int64_t delay_ns)
+{
+    if (comp == nullptr || !zvx_omx_common_cproc_on_command_thread(comp)) {
+        return false;
+    }
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const int64_t now_ns = static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+    int64_t &retry_at = comp->cproc_invoker.retry_at_ns;
+    if (retry_at != 0 && now_ns >= retry_at) {
+        retry_at = 0;
+        return true;
+    }
+    if (retry_at == 0) {
+        retry_at = now_ns + delay_ns;
+    }
+    return false;
 }
 
 void zvx_omx_common_cproc_answering(struct zvx_omx_common_component *comp)

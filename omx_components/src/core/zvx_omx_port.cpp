@@ -14,6 +14,17 @@ void zvx_omx_port_free_registered_buffer(zvx_map_pointer header)
     zvx_mem_free(buffer);
 }
 
+namespace {
+
+void zvxp_release_spare_blocks(zvx_omx_port *port)
+{
+    while (port->spare_count != 0) {
+        zvx_mem_free(port->spare_blocks[--port->spare_count]);
+    }
+}
+
+} // namespace
+
 void zvx_omx_port_free_mapped_buffer(zvx_map_pointer mapped_buffer)
 {
     auto *mapping = static_cast<struct zvx_omx_common_mapped_buffer *>(mapped_buffer);
@@ -55,6 +66,32 @@ void zvx_omx_port_destroy(zvx_omx_port *port)
     zvxu_semaphore_destroy(&port->buffer_sem);
     pthread_mutex_destroy(&port->send_lock);
     port->hdr = nullptr;
+    zvxp_release_spare_blocks(port);
+}
+
+void *zvx_omx_port_take_spare_block(zvx_omx_port *port, uint32_t size)
+{
+    if (port->spare_size != size) {
+        zvxp_release_spare_blocks(port);
+        return nullptr;
+    }
+    return port->spare_count == 0 ? nullptr : port->spare_blocks[--port->spare_count];
+}
+
+bool zvx_omx_port_keep_spare_block(zvx_omx_port *port, void *block, uint32_t size)
+{
+    if (block == nullptr) {
+        return false;
+    }
+    if (port->spare_size != size) {
+        zvxp_release_spare_blocks(port);
+        port->spare_size = size;
+    }
+    if (port->spare_count == ZVX_OMX_PORT_SPARE_BLOCKS) {
+        return false;
+    }
+    port->spare_blocks[port->spare_count++] = block;
+    return true;
 }
 
 OMX_PARAM_PORTDEFINITIONTYPE *zvx_omx_port_get_definition(zvx_omx_port *port)
@@ -68,11 +105,15 @@ bool zvxp_omx_port_has_buffers(zvx_omx_port *port)
     return zvx_map_size(&port->registered_buffers) != 0;
 }
 
-void zvx_omx_port_update_populated(zvx_omx_port *port)
+bool zvx_omx_port_update_populated(zvx_omx_port *port)
 {
     OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(port);
-    if (definition != nullptr) {
-        const size_t registered = zvx_map_size(&port->registered_buffers) - port->frees_pending;
-        definition->bPopulated = registered != 0 && registered >= definition->nBufferCountActual ? OMX_TRUE : OMX_FALSE;
+    if (definition == nullptr) {
+        return false;
     }
+    const OMX_BOOL was = definition->bPopulated;
+    const size_t held = zvx_map_size(&port->registered_buffers);
+    const size_t registered = held - port->frees_pending;
+    definition->bPopulated = registered != 0 && registered >= definition->nBufferCountActual ? OMX_TRUE : OMX_FALSE;
+    return definition->bPopulated != was || held == 0 || held == definition->nBufferCountMin;
 }

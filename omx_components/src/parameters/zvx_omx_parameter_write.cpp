@@ -88,8 +88,9 @@ void zvxp_refresh_frame_port(struct zvx_omx_common_component *comp, OMX_U32 port
     OMX_U32 size = common_component_cmd_calc_buffer_size_stride(video.nFrameWidth, video.nFrameHeight,
                                                                 video.eColorFormat, tcx, &stride);
     const OMX_U32 slice_height = std::max(video.nFrameHeight, asked_slice_height);
-    if (!tcx && stride != 0 && video.nFrameHeight != 0 && (asked_stride > stride || slice_height > video.nFrameHeight) &&
-        asked_stride <= zvxp_max_frame_dimension * 4 && slice_height <= zvxp_max_frame_dimension) {
+    if (!tcx && stride != 0 && video.nFrameHeight != 0 &&
+        (asked_stride > stride || slice_height > video.nFrameHeight) && asked_stride <= zvxp_max_frame_dimension * 4 &&
+        slice_height <= zvxp_max_frame_dimension) {
         const OMX_U32 grown_stride = std::max(stride, asked_stride);
         // The same share of bytes per row as the format's own layout, over the grown rows.
         const uint64_t grown = uint64_t{size} * grown_stride / stride * slice_height / video.nFrameHeight;
@@ -239,7 +240,9 @@ OMX_ERRORTYPE zvxp_set_port_definition(struct zvx_omx_common_component *comp, OM
     // Only what a client may choose is taken; direction, domain, minimum count, population, the
     // coding (the role's) and the client's pointers stay as the component has them.
     stored->nBufferCountActual = given.nBufferCountActual;
-    zvx_omx_port_update_populated(&comp->ports[port]);
+    if (zvx_omx_port_update_populated(&comp->ports[port])) {
+        zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
+    }
     OMX_VIDEO_PORTDEFINITIONTYPE &kept = stored->format.video;
     kept.nFrameWidth = video.nFrameWidth;
     kept.nFrameHeight = video.nFrameHeight;

@@ -1,7 +1,6 @@
 // OMX_CommandStateSet on the command thread: the transition table, the readiness checks, the
 // hardware state asked of the session, and the delayed completion that waits for it.
 #include <atomic>
-#include <time.h>
 
 #include "core/zvx_omx_client.h"
 #include "state/zvx_omx_state.h"
@@ -85,6 +84,10 @@ constexpr zvxp_transition ZVXP_RESUME = {zvxp_rule::change, nullptr, zvxp_sessio
                                          ZVX_BASE_HW_STATE_RUNNING};
 constexpr zvxp_transition ZVXP_IDLE_TO_LOADED = {zvxp_rule::change, zvxp_ready_idle_to_loaded,
                                                  zvxp_session_step::request, ZVX_BASE_HW_STATE_STOPPED};
+
+/* How often a failed readiness check would be retried without a wake-up: the timer slack that a short
+ * sleep really takes. ZVX_OMX_STATE_CHANGE_ATTEMPTS of them make the budget, 250 ms. */
+constexpr int64_t ZVXP_RETRY_INTERVAL_NS = 50000;
 
 constexpr int ZVXP_STATE_COUNT = OMX_StateWaitForResources + 1;
 
@@ -183,9 +186,15 @@ bool zvxp_change_state(struct zvx_omx_common_component *comp, const zvx_omx_clie
         return true;
     case zvxp_rule::change:
         if (transition.ready != nullptr && !transition.ready(comp)) {
-            const struct timespec retry_pause = {0, 1000};
-            clock_nanosleep(CLOCK_MONOTONIC, 0, &retry_pause, nullptr);
-            if (--command.remaining_attempts > 0) {
+            // Parked, not polled: the buffer call that can make the ports ready wakes the command thread.
+            // The attempts left last as long as they would at one check per retry interval.
+            const int64_t budget_ns = static_cast<int64_t>(command.remaining_attempts) * ZVXP_RETRY_INTERVAL_NS;
+            if (zvx_omx_common_cproc_retry_within(comp, budget_ns)) {
+                command.remaining_attempts = 0;
+            } else {
+                --command.remaining_attempts;
+            }
+            if (command.remaining_attempts > 0) {
                 return false;
             }
             zvxp_report_insufficient_resources(comp, client, target);
