@@ -73,11 +73,14 @@ struct zvxp_work {
     bool client_turn;  /* whose turn it is when both are due */
 };
 
-/* Something a parked client command may wait for has happened. */
-void zvxp_wake_client(zvxp_work &work)
+/* Something a parked client command may wait for has happened. A command sent since brings its own
+ * wake-up word, so with none parked there is nothing to do. */
+void zvxp_wake_client(const struct zvx_omx_common_cproc_invoker &invoker, zvxp_work &work)
 {
-    work.client_due = true;
-    work.waited_once = false;
+    if (invoker.current != nullptr) {
+        work.client_due = true;
+        work.waited_once = false;
+    }
 }
 
 /* Runs a client step; true when one ran. A command that waits is parked: it runs again on the next
@@ -112,7 +115,7 @@ bool zvxp_run_one_command(struct zvx_omx_common_component *comp, zvxp_work &work
     if (work.internal_due) {
         if (zvxp_run_internal_command(comp)) {
             // The component's own command may be what a parked client command waits for.
-            zvxp_wake_client(work);
+            zvxp_wake_client(comp->cproc_invoker, work);
             return true;
         }
         work.internal_due = false;
@@ -198,13 +201,14 @@ void *zvxp_invoker_thread(void *arg)
             woken = true;
             zvxp_drain_wake_words(invoker.pipe_fd[0]);
             work.internal_due = true;
-            zvxp_wake_client(work);
+            work.client_due = true;
+            work.waited_once = false;
         }
         const int64_t retry_at = invoker.retry_at_ns;
         const bool retry_due = retry_at != 0 && zvxp_monotonic_ns() >= retry_at;
         if (retry_due) {
             // This pass is the client's: the time it waited for has come.
-            zvxp_wake_client(work);
+            zvxp_wake_client(invoker, work);
             work.client_turn = false;
         }
         if (zvxp_run_one_command(comp, work)) {
@@ -220,7 +224,7 @@ void *zvxp_invoker_thread(void *arg)
                 zvxp_handle_one_event(comp);
                 zvxp_settle(comp);
                 // A parked client command may wait for what the event changed.
-                zvxp_wake_client(work);
+                zvxp_wake_client(invoker, work);
             }
         }
     } while (zvxp_exit_flag(invoker).load() != 1);
