@@ -62,12 +62,14 @@ void Device::close()
     work_cv_.notify_all();
     if (worker_.joinable())
         worker_.join();
-    std::lock_guard guard(mutex_);
-    end_session();
-    totals_.buffers_left_registered += registered_.size();
-    registered_.clear();
-    events_.close();
-    closed_ = true;
+    {
+        std::lock_guard guard(mutex_);
+        end_session();
+        totals_.buffers_left_registered += registered_.size();
+        registered_.clear();
+        events_.close();
+        closed_ = true;
+    }
     event_cv_.notify_all();
 }
 
@@ -91,14 +93,16 @@ bool Device::create_session(const char *role)
 
 bool Device::activate_session(const char *role, void **protected_buffer)
 {
-    std::lock_guard guard(mutex_);
-    if (!session_created_ || role == nullptr || role_ != role)
-        return false;
+    {
+        std::lock_guard guard(mutex_);
+        if (!session_created_ || role == nullptr || role_ != role)
+            return false;
+        session_active_ = true;
+    }
+    work_cv_.notify_one();
     /* The device has no protected memory to hand out. */
     if (protected_buffer != nullptr)
         *protected_buffer = nullptr;
-    session_active_ = true;
-    work_cv_.notify_one();
     return true;
 }
 
@@ -172,10 +176,12 @@ bool Device::inject_fault(const zvx_dev_fault &fault)
 
 bool Device::post_request(Request request)
 {
-    std::lock_guard guard(mutex_);
-    if (!session_active_)
-        return false;
-    requests_.push_back(std::move(request));
+    {
+        std::lock_guard guard(mutex_);
+        if (!session_active_)
+            return false;
+        requests_.push_back(std::move(request));
+    }
     work_cv_.notify_one();
     return true;
 }
@@ -294,31 +300,35 @@ void Device::unregister_buffer(zvx_base_buffer_handle_t buffer_id)
 
 OMX_ERRORTYPE Device::queue_buffer(uint32_t port, const zvx_base_buffer_details &details)
 {
-    std::lock_guard guard(mutex_);
-    if (!session_active_)
-        return OMX_ErrorIncorrectStateOperation;
-    const auto found = registered_.find(details.buffer_id);
-    if (found == registered_.end())
-        return OMX_ErrorBadParameter;
-    RegisteredBuffer &buffer = found->second;
-    if (buffer.port != port)
-        return OMX_ErrorBadPortIndex;
-    if (buffer.queued)
-        return OMX_ErrorIncorrectStateOperation;
-    buffer.queued = true;
-    queued_[port].push_back(details);
-    if (port == INPUT_PORT)
-        ++inputs_queued_;
+    {
+        std::lock_guard guard(mutex_);
+        if (!session_active_)
+            return OMX_ErrorIncorrectStateOperation;
+        const auto found = registered_.find(details.buffer_id);
+        if (found == registered_.end())
+            return OMX_ErrorBadParameter;
+        RegisteredBuffer &buffer = found->second;
+        if (buffer.port != port)
+            return OMX_ErrorBadPortIndex;
+        if (buffer.queued)
+            return OMX_ErrorIncorrectStateOperation;
+        buffer.queued = true;
+        queued_[port].push_back(details);
+        if (port == INPUT_PORT)
+            ++inputs_queued_;
+    }
     work_cv_.notify_one();
     return OMX_ErrorNone;
 }
 
 void Device::set_script(const zvx_dev_script &script)
 {
-    std::lock_guard guard(mutex_);
-    script_ = script;
-    if (engine_ != nullptr)
-        engine_->script_changed();
+    {
+        std::lock_guard guard(mutex_);
+        script_ = script;
+        if (engine_ != nullptr)
+            engine_->script_changed();
+    }
     work_cv_.notify_one();
 }
 
