@@ -37,6 +37,19 @@ Device::~Device()
     close();
 }
 
+Device::EngineLock::EngineLock(Device &device) : device_(device), lock_(device.mutex_)
+{
+    ++device_.engine_waiters_;
+    device_.idle_cv_.wait(lock_, [this] { return !device_.busy_; });
+}
+
+Device::EngineLock::~EngineLock()
+{
+    --device_.engine_waiters_;
+    lock_.unlock();
+    device_.work_cv_.notify_one();
+}
+
 bool Device::open()
 {
     if (!events_.open())
@@ -108,7 +121,7 @@ bool Device::activate_session(const char *role, void **protected_buffer)
 
 void Device::destroy_session()
 {
-    std::lock_guard guard(mutex_);
+    const EngineLock lock(*this);
     if (!session_created_)
         return;
     end_session();
@@ -236,7 +249,7 @@ OMX_ERRORTYPE Device::get_parameter(uint32_t index, uint32_t size, void *record)
 
 OMX_ERRORTYPE Device::set_parameter(uint32_t index, uint32_t size, const void *record)
 {
-    std::lock_guard guard(mutex_);
+    const EngineLock lock(*this);
     if (closed_)
         return OMX_ErrorHardware;
     const OMX_ERRORTYPE stored = parameters_.set(index, size, record);
@@ -283,7 +296,7 @@ OMX_ERRORTYPE Device::register_buffer(uint32_t port, const zvx_base_buffer_users
 
 void Device::unregister_buffer(zvx_base_buffer_handle_t buffer_id)
 {
-    std::lock_guard guard(mutex_);
+    const EngineLock lock(*this);
     const auto found = registered_.find(buffer_id);
     if (found == registered_.end())
         return;
@@ -321,15 +334,13 @@ OMX_ERRORTYPE Device::queue_buffer(uint32_t port, const zvx_base_buffer_details 
     return OMX_ErrorNone;
 }
 
+/* The lock's release wakes the worker for the new delays. */
 void Device::set_script(const zvx_dev_script &script)
 {
-    {
-        std::lock_guard guard(mutex_);
-        script_ = script;
-        if (engine_ != nullptr)
-            engine_->script_changed();
-    }
-    work_cv_.notify_one();
+    const EngineLock lock(*this);
+    script_ = script;
+    if (engine_ != nullptr)
+        engine_->script_changed();
 }
 
 zvx_dev_stats Device::stats()
