@@ -34,6 +34,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -81,6 +82,12 @@ struct zvx_dev_delays {
     uint32_t flush_us = 0;
 };
 
+/* Where the pattern engine is while the device runs it unlocked. */
+enum class zvx_dev_engine_step : uint8_t {
+    consume, /* taking an input picture in */
+    write,   /* writing a picture or bitstream into an output buffer */
+};
+
 /* The codec behind a device. */
 enum class zvx_dev_engine : uint8_t {
     /* Pictures and bitstreams of a pattern (zvx_dev_picture.h), sized and timed by the script. */
@@ -117,6 +124,9 @@ struct zvx_dev_script {
     uint32_t shuffle_seed = 1;
     /* zvx_init fails as if the device node did not open. */
     bool fail_open = false;
+    /* Called by the pattern engine on the device's worker in each step above, with the input picture's
+     * number: a test holds the device in the middle of its work here. */
+    std::function<void(zvx_dev_engine_step step, uint32_t picture)> inside_engine;
 };
 
 inline constexpr size_t ZVX_DEV_EVENT_CODES = ZVX_BASE_EVENT_FW_TRACE_BUFFERS + 1;

@@ -37,6 +37,19 @@ Device::~Device()
     close();
 }
 
+Device::EngineLock::EngineLock(Device &device) : device_(device), lock_(device.mutex_)
+{
+    ++device_.engine_waiters_;
+    device_.idle_cv_.wait(lock_, [this] { return !device_.busy_; });
+}
+
+Device::EngineLock::~EngineLock()
+{
+    --device_.engine_waiters_;
+    lock_.unlock();
+    device_.work_cv_.notify_one();
+}
+
 bool Device::open()
 {
     if (!events_.open())
@@ -62,12 +75,14 @@ void Device::close()
     work_cv_.notify_all();
     if (worker_.joinable())
         worker_.join();
-    std::lock_guard guard(mutex_);
-    end_session();
-    totals_.buffers_left_registered += registered_.size();
-    registered_.clear();
-    events_.close();
-    closed_ = true;
+    {
+        std::lock_guard guard(mutex_);
+        end_session();
+        totals_.buffers_left_registered += registered_.size();
+        registered_.clear();
+        events_.close();
+        closed_ = true;
+    }
     event_cv_.notify_all();
 }
 
@@ -91,20 +106,22 @@ bool Device::create_session(const char *role)
 
 bool Device::activate_session(const char *role, void **protected_buffer)
 {
-    std::lock_guard guard(mutex_);
-    if (!session_created_ || role == nullptr || role_ != role)
-        return false;
+    {
+        std::lock_guard guard(mutex_);
+        if (!session_created_ || role == nullptr || role_ != role)
+            return false;
+        session_active_ = true;
+    }
+    work_cv_.notify_one();
     /* The device has no protected memory to hand out. */
     if (protected_buffer != nullptr)
         *protected_buffer = nullptr;
-    session_active_ = true;
-    work_cv_.notify_one();
     return true;
 }
 
 void Device::destroy_session()
 {
-    std::lock_guard guard(mutex_);
+    const EngineLock lock(*this);
     if (!session_created_)
         return;
     end_session();
@@ -172,10 +189,12 @@ bool Device::inject_fault(const zvx_dev_fault &fault)
 
 bool Device::post_request(Request request)
 {
-    std::lock_guard guard(mutex_);
-    if (!session_active_)
-        return false;
-    requests_.push_back(std::move(request));
+    {
+        std::lock_guard guard(mutex_);
+        if (!session_active_)
+            return false;
+        requests_.push_back(std::move(request));
+    }
     work_cv_.notify_one();
     return true;
 }
@@ -230,7 +249,7 @@ OMX_ERRORTYPE Device::get_parameter(uint32_t index, uint32_t size, void *record)
 
 OMX_ERRORTYPE Device::set_parameter(uint32_t index, uint32_t size, const void *record)
 {
-    std::lock_guard guard(mutex_);
+    const EngineLock lock(*this);
     if (closed_)
         return OMX_ErrorHardware;
     const OMX_ERRORTYPE stored = parameters_.set(index, size, record);
@@ -277,7 +296,7 @@ OMX_ERRORTYPE Device::register_buffer(uint32_t port, const zvx_base_buffer_users
 
 void Device::unregister_buffer(zvx_base_buffer_handle_t buffer_id)
 {
-    std::lock_guard guard(mutex_);
+    const EngineLock lock(*this);
     const auto found = registered_.find(buffer_id);
     if (found == registered_.end())
         return;
@@ -294,32 +313,34 @@ void Device::unregister_buffer(zvx_base_buffer_handle_t buffer_id)
 
 OMX_ERRORTYPE Device::queue_buffer(uint32_t port, const zvx_base_buffer_details &details)
 {
-    std::lock_guard guard(mutex_);
-    if (!session_active_)
-        return OMX_ErrorIncorrectStateOperation;
-    const auto found = registered_.find(details.buffer_id);
-    if (found == registered_.end())
-        return OMX_ErrorBadParameter;
-    RegisteredBuffer &buffer = found->second;
-    if (buffer.port != port)
-        return OMX_ErrorBadPortIndex;
-    if (buffer.queued)
-        return OMX_ErrorIncorrectStateOperation;
-    buffer.queued = true;
-    queued_[port].push_back(details);
-    if (port == INPUT_PORT)
-        ++inputs_queued_;
+    {
+        std::lock_guard guard(mutex_);
+        if (!session_active_)
+            return OMX_ErrorIncorrectStateOperation;
+        const auto found = registered_.find(details.buffer_id);
+        if (found == registered_.end())
+            return OMX_ErrorBadParameter;
+        RegisteredBuffer &buffer = found->second;
+        if (buffer.port != port)
+            return OMX_ErrorBadPortIndex;
+        if (buffer.queued)
+            return OMX_ErrorIncorrectStateOperation;
+        buffer.queued = true;
+        queued_[port].push_back(details);
+        if (port == INPUT_PORT)
+            ++inputs_queued_;
+    }
     work_cv_.notify_one();
     return OMX_ErrorNone;
 }
 
+/* The lock's release wakes the worker for the new delays. */
 void Device::set_script(const zvx_dev_script &script)
 {
-    std::lock_guard guard(mutex_);
+    const EngineLock lock(*this);
     script_ = script;
     if (engine_ != nullptr)
         engine_->script_changed();
-    work_cv_.notify_one();
 }
 
 zvx_dev_stats Device::stats()

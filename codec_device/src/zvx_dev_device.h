@@ -82,32 +82,60 @@ private:
     using Request = std::variant<StateRequest, FlushRequest, RefReleaseRequest, zvx_dev_fault>;
     enum class Operation { none, request, announce, reject_stale, output, input };
     using Clock = std::chrono::steady_clock;
-    using QueuedIterator = std::deque<zvx_base_buffer_details>::iterator;
+    using Lock = std::unique_lock<std::mutex>;
 
-    /* Worker side (zvx_dev_device_worker.cpp); everything runs with mutex_ held. */
+    /* The worker's lock given up for one engine step (a consume, a write into a client's buffer). */
+    class EngineStep {
+    public:
+        EngineStep(Device &device, Lock &lock);
+        EngineStep(const EngineStep &) = delete;
+        EngineStep &operator=(const EngineStep &) = delete;
+        ~EngineStep();
+
+    private:
+        Device &device_;
+        Lock &lock_;
+    };
+
+    /* The device's lock, taken once no engine step runs: for host calls that change what a step uses
+     * (the engine, the script, the parameters, the buffers). */
+    class EngineLock {
+    public:
+        explicit EngineLock(Device &device);
+        EngineLock(const EngineLock &) = delete;
+        EngineLock &operator=(const EngineLock &) = delete;
+        ~EngineLock();
+
+    private:
+        Device &device_;
+        Lock lock_;
+    };
+
+    /* Worker side (zvx_dev_device_worker.cpp): mutex_ held through `lock` except in an EngineStep. */
     void run();
     Operation next_operation();
     uint32_t delay_of(Operation operation) const;
-    void perform(Operation operation);
+    void perform(Operation operation, Lock &lock);
     void answer_request(const Request &request);
     void answer_state_change(int32_t state);
     void flush(uint32_t flags);
     void fire(const zvx_dev_fault &fault);
     void announce(const Announcement &announcement);
-    void consume_input();
-    void produce_output();
-    void produce_picture(const QueuedIterator &output, Picture &picture);
-    void produce_bitstream(const QueuedIterator &output, Picture &picture);
+    void consume_input(Lock &lock);
+    void produce_output(Lock &lock);
+    void produce_picture(Lock &lock, const zvx_base_buffer_details &output, const Picture &picture);
+    void produce_bitstream(Lock &lock, const zvx_base_buffer_details &output, Picture &picture);
     void report_stream_errors();
     void deliver_records_set_before(uint64_t input);
-    void reject_output(const QueuedIterator &output);
-    void return_buffer(uint32_t port, const QueuedIterator &queued, const zvx_base_buffer_userspace &returned);
+    void reject_output(const zvx_base_buffer_details &output);
+    void return_buffer(uint32_t port, zvx_base_buffer_handle_t buffer_id, const zvx_base_buffer_userspace &returned);
     zvx_base_buffer_userspace returned_descriptor(const zvx_base_buffer_details &details) const;
-    std::optional<QueuedIterator> find_output(bool stale);
+    std::optional<zvx_base_buffer_details> find_output(bool stale) const;
     void send(uint16_t code, const void *payload, uint16_t size);
     void send_buffer_return(uint16_t code, const zvx_base_buffer_userspace &descriptor);
     void release_shuffled();
     void push_event(EventPtr event);
+    void wake_event_waiters(Lock &lock);
 
     /* Hands the worker a request of an active session; false, and nothing queued, without one. */
     bool post_request(Request request);
@@ -120,9 +148,16 @@ private:
     Totals &totals_;
     int descriptor_ = -1;              /* written by open() before the worker starts, read-only after */
     std::thread worker_;               /* started by open(), joined by close() */
+    bool events_pushed_ = false;       /* worker thread only: get_event waiters are still to be woken */
     std::mutex mutex_;                 /* guards every field below */
     std::condition_variable work_cv_;  /* the worker waits for something to do */
     std::condition_variable event_cv_; /* get_event waits for an event */
+    std::condition_variable idle_cv_;  /* an EngineLock waits for busy_ to clear */
+    /* The worker is in an engine step, unlocked: the engine, script_, parameters_ and the buffers it
+     * reads and writes must stay as they are. */
+    bool busy_ = false;
+    /* EngineLocks waiting: the worker starts nothing until they are done, or they could wait for ever. */
+    uint32_t engine_waiters_ = 0;
     bool stopping_ = false;
     bool closed_ = false;
     zvx_dev_script script_;

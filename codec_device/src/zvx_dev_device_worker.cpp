@@ -28,13 +28,31 @@ uint8_t zvxp_clamp8(uint32_t value)
 
 } // namespace
 
+Device::EngineStep::EngineStep(Device &device, Lock &lock) : device_(device), lock_(lock)
+{
+    device_.busy_ = true;
+    lock_.unlock();
+}
+
+Device::EngineStep::~EngineStep()
+{
+    lock_.lock();
+    device_.busy_ = false;
+    if (device_.engine_waiters_ > 0)
+        device_.idle_cv_.notify_all();
+}
+
 void Device::run()
 {
-    std::unique_lock lock(mutex_);
+    Lock lock(mutex_);
     while (!stopping_) {
-        const Operation operation = next_operation();
+        const Operation operation = engine_waiters_ > 0 ? Operation::none : next_operation();
         if (operation == Operation::none) {
             release_shuffled();
+            if (events_pushed_) {
+                wake_event_waiters(lock);
+                continue;
+            }
             ready_at_.reset();
             work_cv_.wait(lock);
             continue;
@@ -51,8 +69,19 @@ void Device::run()
             }
         }
         ready_at_.reset();
-        perform(operation);
+        perform(operation, lock);
+        if (events_pushed_)
+            wake_event_waiters(lock);
     }
+}
+
+/* Woken once the lock is free, so that they do not wake only to wait for it. */
+void Device::wake_event_waiters(Lock &lock)
+{
+    events_pushed_ = false;
+    lock.unlock();
+    event_cv_.notify_all();
+    lock.lock();
 }
 
 Device::Operation Device::next_operation()
@@ -95,7 +124,7 @@ uint32_t Device::delay_of(Operation operation) const
     }
 }
 
-void Device::perform(Operation operation)
+void Device::perform(Operation operation, Lock &lock)
 {
     switch (operation) {
     case Operation::request: {
@@ -114,10 +143,10 @@ void Device::perform(Operation operation)
         reject_output(*find_output(true));
         break;
     case Operation::output:
-        produce_output();
+        produce_output(lock);
         break;
     case Operation::input:
-        consume_input();
+        consume_input(lock);
         break;
     case Operation::none:
         break;
@@ -169,13 +198,13 @@ void Device::flush(uint32_t flags)
         std::swap(ports[0], ports[1]);
     for (const uint32_t port : ports) {
         while (!queued_[port].empty()) {
-            const QueuedIterator held = queued_[port].begin();
-            zvx_base_buffer_userspace returned = returned_descriptor(*held);
+            const zvx_base_buffer_details held = queued_[port].front();
+            zvx_base_buffer_userspace returned = returned_descriptor(held);
             if (port == OUTPUT_PORT) {
                 returned.filled_len = 0;
                 returned.flags = 0;
             }
-            return_buffer(port, held, returned);
+            return_buffer(port, held.buffer_id, returned);
         }
         if (port == INPUT_PORT) {
             inputs_consumed_ = inputs_queued_;
@@ -260,26 +289,31 @@ void Device::announce(const Announcement &announcement)
     reject_stale_ = announcement.report == zvx_dev_report::vp9_allocation;
 }
 
-void Device::consume_input()
+/* The input stays queued while the engine reads it unlocked: the host can neither take it back nor
+ * queue it again meanwhile. */
+void Device::consume_input(Lock &lock)
 {
-    const QueuedIterator input = queued_[INPUT_PORT].begin();
-    const zvx_base_buffer_userspace &source = registered_.at(input->buffer_id).descriptor;
-    const bool has_picture = input->filled_len > 0;
+    const zvx_base_buffer_details input = queued_[INPUT_PORT].front();
+    const zvx_base_buffer_userspace &source = registered_.at(input.buffer_id).descriptor;
+    const bool has_picture = input.filled_len > 0;
     EngineInput taken;
-    taken.data = {reinterpret_cast<const uint8_t *>(source.handle), std::min(input->filled_len, source.size)};
-    taken.timestamp = input->timestamp;
-    taken.flags = input->flags;
+    taken.data = {reinterpret_cast<const uint8_t *>(source.handle), std::min(input.filled_len, source.size)};
+    taken.timestamp = input.timestamp;
+    taken.flags = input.flags;
     taken.number = next_picture_;
     deliver_records_set_before(inputs_consumed_++);
-    engine_->consume(taken);
+    {
+        const EngineStep step(*this, lock);
+        engine_->consume(taken);
+    }
     report_stream_errors();
     std::optional<uint32_t> number;
     if (has_picture)
         number = next_picture_++;
 
-    zvx_base_buffer_userspace returned = returned_descriptor(*input);
+    zvx_base_buffer_userspace returned = returned_descriptor(input);
     returned.filled_len = 0;
-    return_buffer(INPUT_PORT, input, returned);
+    return_buffer(INPUT_PORT, input.buffer_id, returned);
 
     if (!number)
         return;
@@ -308,9 +342,11 @@ void Device::report_stream_errors()
         fire({zvx_dev_fault_kind::error_event, 0, 1, error->error_code, error->message});
 }
 
-void Device::produce_output()
+/* The engine's front item and the output buffer stay put while a write runs unlocked: only the
+ * worker takes items, a flush is the worker's own, and unregistering or ending the session waits. */
+void Device::produce_output(Lock &lock)
 {
-    const QueuedIterator output = *find_output(false);
+    const zvx_base_buffer_details output = *find_output(false);
     Picture &picture = std::get<Picture>(*engine_->front());
     if (rejects_pending_ > 0) {
         --rejects_pending_;
@@ -318,38 +354,42 @@ void Device::produce_output()
         return;
     }
     if (picture.empty) {
-        zvx_base_buffer_userspace returned = returned_descriptor(*output);
+        zvx_base_buffer_userspace returned = returned_descriptor(output);
         returned.filled_len = 0;
         returned.flags = OMX_BUFFERFLAG_EOS;
         returned.timestamp = picture.timestamp;
         engine_->pop_front();
-        return_buffer(OUTPUT_PORT, output, returned);
+        return_buffer(OUTPUT_PORT, output.buffer_id, returned);
         return;
     }
     if (decoder_)
-        produce_picture(output, picture);
+        produce_picture(lock, output, picture);
     else
-        produce_bitstream(output, picture);
+        produce_bitstream(lock, output, picture);
 }
 
-void Device::produce_picture(const QueuedIterator &output, Picture &picture)
+void Device::produce_picture(Lock &lock, const zvx_base_buffer_details &output, const Picture &picture)
 {
     /* The host's own stride and slice height, not the ones the stream would ask for: each buffer's as
      * it was registered, which outlive a port definition the host changed without telling the session. */
     const zvx_dev_port_definition definition = answer_port_definition(parameters_, OUTPUT_PORT, StreamFacts{});
-    const zvx_base_buffer_userspace &target = registered_.at(output->buffer_id).descriptor;
+    const zvx_base_buffer_userspace &target = registered_.at(output.buffer_id).descriptor;
     PictureTarget layout;
     layout.memory = {reinterpret_cast<uint8_t *>(target.handle), target.size};
     layout.color_format = definition.eColorFormat;
     layout.stride = target.stride != 0 ? target.stride : definition.nStride;
     layout.slice_height = target.height != 0 ? target.height : definition.nSliceHeight;
-    const std::optional<WrittenPicture> written = engine_->write_picture(picture, layout);
+    std::optional<WrittenPicture> written;
+    {
+        const EngineStep step(*this, lock);
+        written = engine_->write_picture(picture, layout);
+    }
     if (!written) {
         reject_output(output);
         return;
     }
 
-    zvx_base_buffer_userspace returned = returned_descriptor(*output);
+    zvx_base_buffer_userspace returned = returned_descriptor(output);
     returned.timestamp = picture.timestamp;
     returned.filled_len = written->filled_bytes;
     returned.flags = OMX_BUFFERFLAG_ENDOFFRAME | (picture.eos ? OMX_BUFFERFLAG_EOS : 0);
@@ -363,19 +403,23 @@ void Device::produce_picture(const QueuedIterator &output, Picture &picture)
     returned.pic_index = picture.number;
     engine_->pop_front();
     ++pictures_output_;
-    return_buffer(OUTPUT_PORT, output, returned);
+    return_buffer(OUTPUT_PORT, output.buffer_id, returned);
 }
 
-void Device::produce_bitstream(const QueuedIterator &output, Picture &picture)
+void Device::produce_bitstream(Lock &lock, const zvx_base_buffer_details &output, Picture &picture)
 {
-    const zvx_base_buffer_userspace &target = registered_.at(output->buffer_id).descriptor;
+    const zvx_base_buffer_userspace &target = registered_.at(output.buffer_id).descriptor;
     const uint32_t length = engine_->bitstream_length(picture);
     const uint32_t chunk = std::min(length - picture.bytes_sent, target.size);
-    engine_->write_bitstream(picture, picture.bytes_sent, {reinterpret_cast<uint8_t *>(target.handle), chunk});
+    const std::span<uint8_t> memory(reinterpret_cast<uint8_t *>(target.handle), chunk);
+    {
+        const EngineStep step(*this, lock);
+        engine_->write_bitstream(picture, picture.bytes_sent, memory);
+    }
     picture.bytes_sent += chunk;
     const bool complete = picture.bytes_sent == length;
 
-    zvx_base_buffer_userspace returned = returned_descriptor(*output);
+    zvx_base_buffer_userspace returned = returned_descriptor(output);
     returned.timestamp = picture.timestamp;
     returned.filled_len = chunk;
     returned.flags = (picture.key ? OMX_BUFFERFLAG_SYNCFRAME : 0) | (complete ? OMX_BUFFERFLAG_ENDOFFRAME : 0) |
@@ -387,16 +431,16 @@ void Device::produce_bitstream(const QueuedIterator &output, Picture &picture)
             ++pictures_output_;
         engine_->pop_front();
     }
-    return_buffer(OUTPUT_PORT, output, returned);
+    return_buffer(OUTPUT_PORT, output.buffer_id, returned);
 }
 
-void Device::reject_output(const QueuedIterator &output)
+void Device::reject_output(const zvx_base_buffer_details &output)
 {
-    zvx_base_buffer_userspace returned = returned_descriptor(*output);
+    zvx_base_buffer_userspace returned = returned_descriptor(output);
     returned.filled_len = 0;
     returned.flags = 0;
     returned.zvx_flags |= ZVX_DEV_ZVX_FLAG_REJECTED;
-    return_buffer(OUTPUT_PORT, output, returned);
+    return_buffer(OUTPUT_PORT, output.buffer_id, returned);
 }
 
 zvx_base_buffer_userspace Device::returned_descriptor(const zvx_base_buffer_details &details) const
@@ -410,22 +454,29 @@ zvx_base_buffer_userspace Device::returned_descriptor(const zvx_base_buffer_deta
     return returned;
 }
 
-void Device::return_buffer(uint32_t port, const QueuedIterator &queued, const zvx_base_buffer_userspace &returned)
+/* By id: a buffer the host queued meanwhile moved the others in the deque. */
+void Device::return_buffer(uint32_t port, zvx_base_buffer_handle_t buffer_id, const zvx_base_buffer_userspace &returned)
 {
-    registered_.at(queued->buffer_id).queued = false;
-    queued_[port].erase(queued);
+    auto &queued = queued_[port];
+    const auto held = std::find_if(queued.begin(), queued.end(), [buffer_id](const zvx_base_buffer_details &details) {
+        return details.buffer_id == buffer_id;
+    });
+    if (held == queued.end())
+        return;
+    registered_.at(buffer_id).queued = false;
+    queued.erase(held);
     send_buffer_return(port == INPUT_PORT ? ZVX_BASE_EVENT_INPUT : ZVX_BASE_EVENT_OUTPUT, returned);
 }
 
-std::optional<Device::QueuedIterator> Device::find_output(bool stale)
+std::optional<zvx_base_buffer_details> Device::find_output(bool stale) const
 {
-    auto &outputs = queued_[OUTPUT_PORT];
+    const auto &outputs = queued_[OUTPUT_PORT];
     const auto found = std::find_if(outputs.begin(), outputs.end(), [&](const zvx_base_buffer_details &details) {
         return registered_.at(details.buffer_id).stale == stale;
     });
     if (found == outputs.end())
         return std::nullopt;
-    return found;
+    return *found;
 }
 
 void Device::send(uint16_t code, const void *payload, uint16_t size)
@@ -468,7 +519,7 @@ void Device::push_event(EventPtr event)
     events_.push(std::move(event));
     ++events_sent_[code];
     ++totals_.events_sent[code];
-    event_cv_.notify_all();
+    events_pushed_ = true;
 }
 
 } // namespace zvx_dev

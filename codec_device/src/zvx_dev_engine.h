@@ -44,7 +44,8 @@ struct StreamError {
 };
 
 /* The codec a device drives: input buffers in, stream items out in output order. Only the device's
- * worker calls it, with the device's lock held. */
+ * worker calls it; consume, write_picture and write_bitstream without the device's lock, while the
+ * host can change nothing they read. */
 class Engine {
 public:
     Engine() = default;
@@ -77,7 +78,8 @@ public:
     virtual std::optional<StreamError> take_error() { return std::nullopt; }
 };
 
-/* What an engine reads of its device; both outlive it and are guarded by the device's lock. */
+/* What an engine reads of its device; both outlive it, and the device changes neither while its
+ * worker is in the engine. */
 struct EngineSetting {
     const zvx_dev_script &script;
     const ParameterStore &parameters;

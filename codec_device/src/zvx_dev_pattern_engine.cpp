@@ -21,6 +21,12 @@ void PatternEngine::script_changed()
         decode_geometry_ = {setting_.script.stream_width, setting_.script.stream_height};
 }
 
+void PatternEngine::step(zvx_dev_engine_step where, uint32_t picture) const
+{
+    if (setting_.script.inside_engine)
+        setting_.script.inside_engine(where, picture);
+}
+
 Geometry PatternEngine::geometry_of_next_picture(uint32_t number, zvx_dev_report *report)
 {
     const zvx_dev_script &script = setting_.script;
@@ -50,6 +56,7 @@ void PatternEngine::consume(const EngineInput &input)
 {
     const bool has_picture = !input.data.empty();
     if (has_picture) {
+        step(zvx_dev_engine_step::consume, input.number);
         Picture picture;
         picture.number = input.number;
         picture.timestamp = input.timestamp;
@@ -70,6 +77,7 @@ std::optional<WrittenPicture> PatternEngine::write_picture(const Picture &pictur
         zvx_dev_layout_picture(target.color_format, frame.width, frame.height, target.stride, target.slice_height);
     if (layout.total_bytes > target.memory.size())
         return std::nullopt;
+    step(zvx_dev_engine_step::write, picture.number);
     zvx_dev_write_picture(target.memory.data(), layout, picture.number);
     return WrittenPicture{layout.total_bytes, layout.planes[0].stride, frame};
 }
@@ -81,6 +89,7 @@ uint32_t PatternEngine::bitstream_length(const Picture &picture) const
 
 void PatternEngine::write_bitstream(const Picture &picture, uint32_t position, std::span<uint8_t> memory) const
 {
+    step(zvx_dev_engine_step::write, picture.number);
     zvx_dev_write_bitstream(memory.data(), position, static_cast<uint32_t>(memory.size()), picture.number);
 }
 

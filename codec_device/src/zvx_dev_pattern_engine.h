@@ -23,6 +23,7 @@ public:
     void script_changed() override;
 
 private:
+    void step(zvx_dev_engine_step where, uint32_t picture) const;
     Geometry geometry_of_next_picture(uint32_t number, zvx_dev_report *report);
 
     EngineSetting setting_;
