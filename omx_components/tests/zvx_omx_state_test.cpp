@@ -110,7 +110,12 @@ TEST_F(Commands, EnableOutsideLoadedWaitsUntilThePortIsPopulated)
 {
     drive_to(OMX_StateIdle);
     send(OMX_CommandPortEnable, 0);
-    OMX_PARAM_PORTDEFINITIONTYPE definition = *zvx_omx_port_get_definition(&comp_->ports[0]);
+    OMX_PARAM_PORTDEFINITIONTYPE definition;
+    {
+        // The command thread may be writing the stored record as the enable starts.
+        zvx_omx_mutex_guard guard(&comp_->lock);
+        definition = *zvx_omx_port_get_definition(&comp_->ports[0]);
+    }
     EXPECT_EQ(definition.bEnabled, OMX_TRUE);
     zvx_sync(comp_);
     zvx_sync(comp_);
