@@ -43,11 +43,16 @@ Device::EngineLock::EngineLock(Device &device) : device_(device), lock_(device.m
     device_.idle_cv_.wait(lock_, [this] { return !device_.busy_; });
 }
 
+/* The worker is woken only if it put work off for this lock: a wake-up per buffer freed would cost it
+ * a context switch for nothing. */
 Device::EngineLock::~EngineLock()
 {
-    --device_.engine_waiters_;
+    const bool resume_worker = --device_.engine_waiters_ == 0 && device_.deferred_for_host_;
+    if (resume_worker)
+        device_.deferred_for_host_ = false;
     lock_.unlock();
-    device_.work_cv_.notify_one();
+    if (resume_worker)
+        device_.work_cv_.notify_one();
 }
 
 bool Device::open()
@@ -334,13 +339,16 @@ OMX_ERRORTYPE Device::queue_buffer(uint32_t port, const zvx_base_buffer_details 
     return OMX_ErrorNone;
 }
 
-/* The lock's release wakes the worker for the new delays. */
+/* The worker is woken for the new delays and faults. */
 void Device::set_script(const zvx_dev_script &script)
 {
-    const EngineLock lock(*this);
-    script_ = script;
-    if (engine_ != nullptr)
-        engine_->script_changed();
+    {
+        const EngineLock lock(*this);
+        script_ = script;
+        if (engine_ != nullptr)
+            engine_->script_changed();
+    }
+    work_cv_.notify_one();
 }
 
 zvx_dev_stats Device::stats()

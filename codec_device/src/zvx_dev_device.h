@@ -158,6 +158,8 @@ private:
     bool busy_ = false;
     /* EngineLocks waiting: the worker starts nothing until they are done, or they could wait for ever. */
     uint32_t engine_waiters_ = 0;
+    /* The worker put an operation off for an EngineLock, and waits to be woken when the last one ends. */
+    bool deferred_for_host_ = false;
     bool stopping_ = false;
     bool closed_ = false;
     zvx_dev_script script_;

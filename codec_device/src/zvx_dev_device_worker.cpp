@@ -46,6 +46,8 @@ void Device::run()
 {
     Lock lock(mutex_);
     while (!stopping_) {
+        if (engine_waiters_ > 0)
+            deferred_for_host_ = true;
         const Operation operation = engine_waiters_ > 0 ? Operation::none : next_operation();
         if (operation == Operation::none) {
             release_shuffled();
