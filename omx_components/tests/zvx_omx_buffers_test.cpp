@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <cstring>
 #include <cstdlib>
 #include <map>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -154,6 +157,12 @@ protected:
         return counted;
     }
 
+    size_t spare_blocks(OMX_U32 port)
+    {
+        zvx_omx_mutex_guard guard(&comp_->lock);
+        return comp_->ports[port].spare_count;
+    }
+
     static std::map<OMX_BUFFERHEADERTYPE *, int> once_each(const headers &buffers)
     {
         std::map<OMX_BUFFERHEADERTYPE *, int> expected;
@@ -192,6 +201,42 @@ TEST_F(Buffers, RegistrationOnlyOnTheWayToIdleOrOnAPortBeingEnabled)
     send(OMX_CommandPortEnable, 1);
     outputs_ = allocate(1, definition(1).nBufferCountActual);
     expect_events({zvx_complete(OMX_CommandPortEnable, 1)});
+}
+
+/* The memory of buffers the component allocated outlives FreeBuffer for the next AllocateBuffer of the
+ * same size; a new size gives it all back (a leak would fail the sanitizer and valgrind runs). */
+TEST_F(Buffers, FreedMemoryServesTheNextAllocationOfItsSize)
+{
+    start_executing();
+    const auto memory_of = [](const headers &buffers) {
+        std::set<OMX_U8 *> memory;
+        for (OMX_BUFFERHEADERTYPE *header : buffers) {
+            memory.insert(header->pBuffer);
+        }
+        return memory;
+    };
+    const std::set<OMX_U8 *> first = memory_of(outputs_);
+    for (const OMX_U32 extra : {0u, 4096u}) {
+        send(OMX_CommandPortDisable, 1);
+        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+        zvx_answer_flush(comp_, 1);
+        free_all(1, outputs_);
+        EXPECT_EQ(spare_blocks(1), outputs_.size());
+        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+        expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+        send(OMX_CommandPortEnable, 1);
+        const OMX_PARAM_PORTDEFINITIONTYPE output = definition(1);
+        outputs_.assign(output.nBufferCountActual, nullptr);
+        for (OMX_BUFFERHEADERTYPE *&header : outputs_) {
+            ASSERT_EQ(omx_->AllocateBuffer(omx_, &header, 1, nullptr, output.nBufferSize + extra), OMX_ErrorNone);
+            std::memset(header->pBuffer, 0xa5, header->nAllocLen);
+        }
+        expect_events({zvx_complete(OMX_CommandPortEnable, 1)});
+        EXPECT_EQ(spare_blocks(1), 0u);
+        if (extra == 0) {
+            EXPECT_EQ(memory_of(outputs_), first);
+        }
+    }
 }
 
 TEST_F(Buffers, RegistrationRefusesBadArgumentsSizesAndCounts)

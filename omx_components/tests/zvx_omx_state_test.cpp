@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
+#include <pthread.h>
+#include <time.h>
 #include <thread>
 #include <utility>
 
@@ -147,11 +150,49 @@ TEST_F(Commands, DisableWithSessionStopsFlushesWaitsForFreedBuffersAndRestarts)
     EXPECT_EQ(zvx_omx_state_port_transition(comp_, 0), ZVX_OMX_PORT_STABLE);
 }
 
-TEST_F(Commands, IdleShortOfBuffersEndsInInsufficientResourcesWhenTheRetriesRunOut)
+int64_t zvxp_thread_cpu_ns(pthread_t thread)
 {
+    clockid_t clock;
+    struct timespec used = {};
+    if (pthread_getcpuclockid(thread, &clock) != 0 || clock_gettime(clock, &used) != 0) {
+        return -1;
+    }
+    return static_cast<int64_t>(used.tv_sec) * 1000000000 + used.tv_nsec;
+}
+
+// The wait for buffers is a parked command, not a loop: the command thread sleeps through it and wakes
+// at the end of the budget, which still runs its quarter of a second.
+TEST_F(Commands, IdleShortOfBuffersWaitsAsleepAndEndsInInsufficientResourcesWhenTheBudgetRunsOut)
+{
+    const pthread_t command_thread = comp_->cproc_invoker.invoker_thread;
+    const int64_t cpu_before = zvxp_thread_cpu_ns(command_thread);
+    const auto sent = std::chrono::steady_clock::now();
     send(OMX_CommandStateSet, OMX_StateIdle);
     EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_error(OMX_ErrorInsufficientResources, OMX_StateIdle)});
+    EXPECT_GE(std::chrono::steady_clock::now() - sent, std::chrono::milliseconds(200));
+    EXPECT_LT(zvxp_thread_cpu_ns(command_thread) - cpu_before, 20000000) << "the command thread polled";
     EXPECT_EQ(state(), OMX_StateLoaded);
+}
+
+// The last buffer wakes the parked change: left to its retry time, Idle would come only as the budget
+// ran out, a quarter of a second after the change was sent.
+TEST_F(Commands, IdleWaitingForBuffersCompletesWhenTheLastOneArrives)
+{
+    send(OMX_CommandPortDisable, 1);
+    expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+    const auto sent = std::chrono::steady_clock::now();
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    for (int round = 0; round < 5; ++round) {
+        zvx_sync(comp_);
+    }
+    std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, definition(0).nBufferCountActual);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+    EXPECT_LT(std::chrono::steady_clock::now() - sent, std::chrono::milliseconds(200)) << "no buffer woke it";
+    send(OMX_CommandStateSet, OMX_StateLoaded);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+    free_all(0, buffers);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
 }
 
 int zvxp_destroyed_sessions;
