@@ -77,11 +77,13 @@ void Device::run()
     }
 }
 
-/* Woken once the lock is free, so that they do not wake only to wait for it. */
+/* The host is woken, through the descriptor and the condition, once the lock is free, so that it does
+ * not wake only to wait for it. */
 void Device::wake_event_waiters(Lock &lock)
 {
     events_pushed_ = false;
     lock.unlock();
+    events_.publish();
     event_cv_.notify_all();
     lock.lock();
 }

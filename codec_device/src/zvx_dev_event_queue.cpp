@@ -51,8 +51,18 @@ void EventQueue::push(EventPtr event)
     if (event == nullptr)
         return;
     events_.push_back(std::move(event));
-    if (events_.size() == 1)
-        set_readable(true);
+    waiting_.store(events_.size());
+}
+
+/* The count is read under descriptor_mutex_: a pop that empties the queue meanwhile clears what this
+ * writes, or finds nothing to clear and this then finds nothing waiting. */
+void EventQueue::publish()
+{
+    const std::lock_guard guard(descriptor_mutex_);
+    if (fd_ == -1 || readable_ || waiting_.load() == 0)
+        return;
+    eventfd_write(fd_, 1);
+    readable_ = true;
 }
 
 EventPtr EventQueue::pop()
@@ -61,8 +71,9 @@ EventPtr EventQueue::pop()
         return nullptr;
     EventPtr event = std::move(events_.front());
     events_.pop_front();
+    waiting_.store(events_.size());
     if (events_.empty())
-        set_readable(false);
+        clear_readable();
     return event;
 }
 
@@ -70,22 +81,19 @@ size_t EventQueue::discard_all()
 {
     const size_t count = events_.size();
     events_.clear();
-    if (count > 0)
-        set_readable(false);
+    waiting_.store(0);
+    clear_readable();
     return count;
 }
 
-/* The counter is non-zero exactly while events wait: one write on the first, one read on the last. */
-// NOLINTNEXTLINE(readability-make-member-function-const): it changes what the queue's descriptor reports
-void EventQueue::set_readable(bool readable)
+void EventQueue::clear_readable()
 {
-    if (fd_ == -1)
+    const std::lock_guard guard(descriptor_mutex_);
+    if (fd_ == -1 || !readable_)
         return;
-    eventfd_t value = 1;
-    if (readable)
-        eventfd_write(fd_, value);
-    else
-        eventfd_read(fd_, &value);
+    eventfd_t value;
+    eventfd_read(fd_, &value);
+    readable_ = false;
 }
 
 } // namespace zvx_dev

@@ -1,10 +1,12 @@
 #ifndef ZVX_DEV_EVENT_QUEUE_H
 #define ZVX_DEV_EVENT_QUEUE_H
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <mutex>
 
 #include "zvx_session_interface.h"
 
@@ -18,8 +20,10 @@ using EventPtr = std::unique_ptr<zvx_base_event_header, EventFree>;
 /* Header and payload in one zvx_mem_malloc block, as the host frees it; null when memory runs out. */
 EventPtr make_event(uint16_t code, const void *payload, uint16_t size);
 
-/* Events waiting for the host, and the descriptor that is readable exactly while there are any.
- * Not locked: its device's lock guards it. */
+/* Events waiting for the host, and the descriptor that is readable while there are any. The events are
+ * guarded by their device's lock. A push makes the descriptor readable only at publish(), which the
+ * worker calls once it has dropped that lock: the host it wakes then does not find the lock still held.
+ * The last event taken makes it unreadable again. */
 class EventQueue {
 public:
     EventQueue() = default;
@@ -33,6 +37,8 @@ public:
     int descriptor() const { return fd_; }
 
     void push(EventPtr event);
+    /* Makes the descriptor readable if events wait; the device's lock need not be held. */
+    void publish();
     /* Null when empty. */
     EventPtr pop();
     size_t size() const { return events_.size(); }
@@ -40,10 +46,13 @@ public:
     size_t discard_all();
 
 private:
-    void set_readable(bool readable);
+    void clear_readable();
 
-    int fd_ = -1;
-    std::deque<EventPtr> events_;
+    int fd_ = -1;                    /* set by open() before any publish(), closed after the last */
+    std::deque<EventPtr> events_;    /* the device's lock */
+    std::atomic<size_t> waiting_{0}; /* events_.size(), for publish() */
+    std::mutex descriptor_mutex_;    /* orders the descriptor's writes and reads with readable_ */
+    bool readable_ = false;          /* descriptor_mutex_ */
 };
 
 } // namespace zvx_dev
