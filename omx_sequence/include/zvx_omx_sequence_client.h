@@ -17,6 +17,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -145,6 +146,10 @@ private:
     bool quiet_ = true;
     size_t reported_ = 0; /* violations already in the trace */
     int reacting_ = 0;    /* callbacks calling into the handle now */
+    /* Returned headers that their callback queues again itself: not the player's to use meanwhile. */
+    std::set<OMX_BUFFERHEADERTYPE *> requeuing_;
+    /* Headers the player is passing as they are, perhaps held by the component: no callback fills them in. */
+    std::set<OMX_BUFFERHEADERTYPE *> passing_as_is_;
     char name_[32] = {};
 };
 

@@ -299,10 +299,19 @@ OMX_ERRORTYPE zvx_seq_client::give_as_is(OMX_U32 port, OMX_BUFFERHEADERTYPE *hea
 {
     {
         std::lock_guard lock(mutex_);
+        // A callback filling it in to queue it again is this client writing it: the component reading it
+        // meanwhile would be the client's own race, not the component's.
+        if (requeuing_.contains(header)) {
+            return OMX_ErrorNone;
+        }
+        passing_as_is_.insert(header);
         trace_.add("%s(%s) as it is", port == INPUT ? "EmptyThisBuffer" : "FillThisBuffer", name_of(header));
     }
     // Its fields are not read here: the component may be writing them.
-    return give(port, header, false);
+    const OMX_ERRORTYPE error = give(port, header, false);
+    std::lock_guard lock(mutex_);
+    passing_as_is_.erase(header);
+    return error;
 }
 
 OMX_ERRORTYPE zvx_seq_client::give(OMX_U32 port, OMX_BUFFERHEADERTYPE *header, bool well_formed)
@@ -340,7 +349,7 @@ std::vector<OMX_BUFFERHEADERTYPE *> zvx_seq_client::held(OMX_U32 port)
     std::lock_guard lock(mutex_);
     std::vector<OMX_BUFFERHEADERTYPE *> found;
     for (const zvx_seq_buffer &buffer : buffers_) {
-        if (buffer.port == port && !model_.held_by_component(buffer.header)) {
+        if (buffer.port == port && !model_.held_by_component(buffer.header) && !requeuing_.contains(buffer.header)) {
             found.push_back(buffer.header);
         }
     }
@@ -493,8 +502,12 @@ void zvx_seq_client::buffer_done(OMX_U32 port, OMX_BUFFERHEADERTYPE *header)
         model_.buffer_done_entered(header, port);
         report_new();
         const uint32_t percent = port == INPUT ? reactions_.requeue_input_percent : reactions_.requeue_output_percent;
-        requeue = !quiet_ && known && model_.violations().size() == before && reaction_random_.chance(percent);
-        reacting_ += requeue ? 1 : 0;
+        requeue = !quiet_ && known && model_.violations().size() == before && !passing_as_is_.contains(header) &&
+                  reaction_random_.chance(percent);
+        if (requeue) {
+            ++reacting_;
+            requeuing_.insert(header);
+        }
         changed_.notify_all();
     }
     if (requeue) {
@@ -510,6 +523,7 @@ void zvx_seq_client::buffer_done(OMX_U32 port, OMX_BUFFERHEADERTYPE *header)
     std::lock_guard lock(mutex_);
     model_.buffer_done_left(header);
     if (requeue) {
+        requeuing_.erase(header);
         --reacting_;
         changed_.notify_all();
     }
