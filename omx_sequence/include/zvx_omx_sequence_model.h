@@ -100,6 +100,10 @@ public:
     bool port_enabled(OMX_U32 port) const { return port < PORT_COUNT && enabled_[port]; }
     /* Headers registered on the port and not being freed. */
     size_t client_count(OMX_U32 port) const;
+    /* The same, less buffers registered after a command sent later that lets the port take them (a
+     * StateSet(Idle) after a StateSet(Loaded), a PortEnable after a PortDisable): a command takes effect
+     * as it starts, which may be before the client has heard the answer to the one ahead. */
+    size_t client_count_owed(OMX_U32 port, const zvx_seq_expected &command) const;
     /* Buffers on the port the component holds or is being given. */
     size_t with_component(OMX_U32 port) const;
     bool held_by_component(const OMX_BUFFERHEADERTYPE *header) const;
@@ -112,14 +116,15 @@ public:
 private:
     struct buffer {
         OMX_U32 port;
-        int outstanding;      /* accepted gives not yet returned */
-        int giving;           /* give calls in progress */
-        int early_returns;    /* returns that came before the give call they belong to returned */
-        int early_depth;      /* give calls under way when the last early return came: it is theirs */
-        int in_callback;      /* callbacks with this header in progress */
-        bool freeing;         /* FreeBuffer in progress */
-        uint64_t accepted_at; /* model time of the last accepted give */
-        uint64_t give_epoch;  /* epoch when the outermost give call under way started */
+        int outstanding;        /* accepted gives not yet returned */
+        int giving;             /* give calls in progress */
+        int early_returns;      /* returns that came before the give call they belong to returned */
+        int early_depth;        /* give calls under way when the last early return came: it is theirs */
+        int in_callback;        /* callbacks with this header in progress */
+        bool freeing;           /* FreeBuffer in progress */
+        uint64_t accepted_at;   /* model time of the last accepted give */
+        uint64_t give_epoch;    /* epoch when the outermost give call under way started */
+        uint64_t registered_at; /* model time when AllocateBuffer or UseBuffer returned it */
     };
 
     void violate(zvx_seq_fault fault, std::string text);

@@ -257,6 +257,22 @@ size_t zvx_seq_model::client_count(OMX_U32 port) const
     }));
 }
 
+size_t zvx_seq_model::client_count_owed(OMX_U32 port, const zvx_seq_expected &command) const
+{
+    uint64_t taken_from = UINT64_MAX;
+    for (const zvx_seq_expected &later : expected_) {
+        const bool lets_in = command.command == OMX_CommandStateSet
+                                 ? later.command == OMX_CommandStateSet && later.param == OMX_StateIdle
+                                 : later.command == OMX_CommandPortEnable && later.param == port;
+        if (lets_in && later.sent_at > command.sent_at) {
+            taken_from = std::min(taken_from, later.sent_at);
+        }
+    }
+    return static_cast<size_t>(std::count_if(buffers_.begin(), buffers_.end(), [&](const auto &entry) {
+        return entry.second.port == port && !entry.second.freeing && entry.second.registered_at < taken_from;
+    }));
+}
+
 size_t zvx_seq_model::with_component(OMX_U32 port) const
 {
     return static_cast<size_t>(std::count_if(buffers_.begin(), buffers_.end(), [port](const auto &entry) {
@@ -374,10 +390,9 @@ void zvx_seq_model::completed_state(OMX_U32 target, const zvx_seq_expected &comm
         for (OMX_U32 port = 0; port < PORT_COUNT; ++port) {
             require_back(port, clock_ + 1, what);
             forget_requirement(port);
-            if (client_count(port) != 0) {
-                violate(zvx_seq_fault::other,
-                        zvxp_format("%s while the client still has %zu buffer(s) on port %u", what.c_str(),
-                                    client_count(port), static_cast<unsigned>(port)));
+            if (const size_t owed = client_count_owed(port, command); owed != 0) {
+                violate(zvx_seq_fault::other, zvxp_format("%s while the client still has %zu buffer(s) on port %u",
+                                                          what.c_str(), owed, static_cast<unsigned>(port)));
             }
         }
         break;
@@ -403,9 +418,9 @@ void zvx_seq_model::completed_port_command(const zvx_seq_expected &command)
     case OMX_CommandPortDisable:
         // A disabled port holds nothing, whenever it was given.
         require_back(port, clock_ + 1, what);
-        if (client_count(port) != 0) {
+        if (const size_t owed = client_count_owed(port, command); owed != 0) {
             violate(zvx_seq_fault::other,
-                    zvxp_format("%s while the client still has %zu buffer(s) on it", what.c_str(), client_count(port)));
+                    zvxp_format("%s while the client still has %zu buffer(s) on it", what.c_str(), owed));
         }
         enabled_[port] = false;
         settings_changed_[port] = false;
@@ -501,11 +516,11 @@ void zvx_seq_model::require_back(OMX_U32 port, uint64_t given_before, const std:
 void zvx_seq_model::buffer_registered(const OMX_BUFFERHEADERTYPE *header, OMX_U32 port)
 {
     freed_.erase(header);
-    const auto [where, added] = buffers_.try_emplace(header, buffer{port, 0, 0, 0, 0, 0, false, 0, 0});
+    const auto [where, added] = buffers_.try_emplace(header, buffer{port, 0, 0, 0, 0, 0, false, 0, 0, clock_});
     if (!added) {
         violate(zvx_seq_fault::other,
                 zvxp_format("a new buffer came back as header %p, which the client still has", zvxp_address(header)));
-        where->second = buffer{port, 0, 0, 0, 0, 0, false, 0, 0};
+        where->second = buffer{port, 0, 0, 0, 0, 0, false, 0, 0, clock_};
     }
 }
 

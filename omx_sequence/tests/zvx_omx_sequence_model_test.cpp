@@ -245,6 +245,29 @@ TEST_F(ModelTest, BuffersMustBeBackBeforeIdleFlushAndDisable)
     EXPECT_TRUE(idle.counts(zvx_seq_fault::lost_buffer)) << "Idle with an input held";
 }
 
+/* Buffers still registered when Loaded or a disable completes are flagged, unless a command sent later
+ * that takes them (Idle, the port's enable) had started by the time they were allocated. */
+TEST_F(ModelTest, BuffersAllocatedForTheNextCommandDoNotCountAgainstTheOneAhead)
+{
+    execute();
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    model.free_starting(&input);
+    model.free_finished(&input, OMX_ErrorNone);
+    complete(OMX_CommandStateSet, OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateLoaded);
+    model.free_starting(&output);
+    model.free_finished(&output, OMX_ErrorNone);
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    model.buffer_registered(&input, 0);
+    complete(OMX_CommandStateSet, OMX_StateLoaded);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+
+    send(OMX_CommandPortDisable, 1);
+    model.buffer_registered(&output, 1);
+    complete(OMX_CommandPortDisable, 1);
+    EXPECT_TRUE(flags(model, zvx_seq_fault::other)) << "a buffer allocated before any enable was sent";
+}
+
 TEST_F(ModelTest, BufferGivenAfterTheFlushWasSentMayStay)
 {
     execute();

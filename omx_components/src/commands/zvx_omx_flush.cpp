@@ -147,6 +147,9 @@ bool common_component_cmd_flush_buffers_in_executing_state(struct zvx_omx_common
         if (!zvxp_codec_config_pending(comp, flush)) {
             flush.state = CHANGING_STATE_TO_STOPPED;
             zvx_enqueue_state_change_helper(comp, ZVX_BASE_HW_STATE_STOPPED);
+        } else {
+            // The configuration's return wakes it; its time-out must too.
+            zvx_omx_common_cproc_retry_within(comp, static_cast<int64_t>(flush.timeout) * 1000000);
         }
         return false;
     case CHANGING_STATE_TO_STOPPED:
