@@ -352,6 +352,23 @@ TEST_F(Buffers, FreedHeaderQueuedAgainIsUnknown)
     }
 }
 
+/* An input port that never had a buffer does not make a freed output header safe to read: the header is
+ * refused unread (the sanitizer builds fail on a read of the freed memory). */
+TEST_F(Buffers, FreedOutputQueuedAsInputIsRefusedUnread)
+{
+    send(OMX_CommandPortDisable, 0);
+    expect_events({zvx_complete(OMX_CommandPortDisable, 0)});
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    const headers outputs = allocate(1, definition(1).nBufferCountActual);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+    send(OMX_CommandStateSet, OMX_StateLoaded);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+    free_all(1, outputs);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, outputs.front()), OMX_ErrorBadParameter);
+}
+
 TEST_F(Buffers, HeaderSizeVersionPortAndLengthsAreChecked)
 {
     start_executing();

@@ -60,14 +60,14 @@ OMX_ERRORTYPE zvxp_refuse(const zvxp_direction &direction, OMX_ERRORTYPE error, 
 }
 
 /* An encoder client may end a stream it never started with an empty end-of-stream buffer of its own. In
- * Loaded, on an input port that has never had a buffer (so the address cannot be a header this
- * component freed), such a header carries nothing to anyone: the call succeeds, and nothing of it beyond
- * its public part is read or kept. Caller holds the lock. */
+ * Loaded, in a component that has never had a buffer on either port (so the address cannot be a header
+ * it freed, an output's included), such a header carries nothing to anyone: the call succeeds, and
+ * nothing of it beyond its public part is read or kept. Caller holds the lock. */
 bool zvxp_is_empty_stream_end(struct zvx_omx_common_component *comp, const zvxp_direction &direction,
                               const OMX_BUFFERHEADERTYPE *pub)
 {
-    return direction.keeps_client_order && zvx_omx_state_get(comp) == OMX_StateLoaded &&
-           !comp->ports[direction.port].had_buffers && pub->nInputPortIndex == direction.port && pub->nFilledLen == 0 &&
+    return direction.keeps_client_order && zvx_omx_state_get(comp) == OMX_StateLoaded && !comp->ports[0].had_buffers &&
+           !comp->ports[1].had_buffers && pub->nInputPortIndex == direction.port && pub->nFilledLen == 0 &&
            (pub->nFlags & OMX_BUFFERFLAG_EOS) != 0;
 }
 
