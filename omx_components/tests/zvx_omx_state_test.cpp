@@ -195,6 +195,25 @@ TEST_F(Commands, IdleWaitingForBuffersCompletesWhenTheLastOneArrives)
     expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
 }
 
+// Buffers taken for an Idle that ran out of its budget are the client's to free: Loaded, even by way
+// of WaitForResources, completes only once they are.
+TEST_F(Commands, LoadedAfterAFailedIdleWaitsForItsBuffersToBeFreed)
+{
+    send(OMX_CommandPortDisable, 1);
+    expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, definition(0).nBufferCountActual - 1);
+    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_error(OMX_ErrorInsufficientResources, OMX_StateIdle)});
+    change_state(OMX_StateWaitForResources);
+    send(OMX_CommandStateSet, OMX_StateLoaded);
+    for (int round = 0; round < 5; ++round) {
+        zvx_sync(comp_);
+    }
+    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "Loaded with buffers still registered";
+    free_all(0, buffers);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
+}
+
 int zvxp_destroyed_sessions;
 
 /* What a GStreamer pipeline does from start to teardown, buffers allocated after the command. */

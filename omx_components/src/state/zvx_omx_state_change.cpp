@@ -84,6 +84,9 @@ constexpr zvxp_transition ZVXP_RESUME = {zvxp_rule::change, nullptr, zvxp_sessio
                                          ZVX_BASE_HW_STATE_RUNNING};
 constexpr zvxp_transition ZVXP_IDLE_TO_LOADED = {zvxp_rule::change, zvxp_ready_idle_to_loaded,
                                                  zvxp_session_step::request, ZVX_BASE_HW_STATE_STOPPED};
+/* Buffers taken for an Idle that failed stay until the client frees them: Loaded waits for that. */
+constexpr zvxp_transition ZVXP_WAITING_TO_LOADED = {zvxp_rule::change, zvxp_ready_idle_to_loaded,
+                                                    zvxp_session_step::none, ZVX_BASE_HW_STATE_STOPPED};
 
 /* How often a failed readiness check would be retried without a wake-up: the timer slack that a short
  * sleep really takes. ZVX_OMX_STATE_CHANGE_ATTEMPTS of them make the budget, 250 ms. */
@@ -99,7 +102,7 @@ constexpr zvxp_transition ZVXP_TRANSITIONS[ZVXP_STATE_COUNT][ZVXP_STATE_COUNT] =
     {ZVXP_INVALIDATE, ZVXP_IDLE_TO_LOADED, ZVXP_SAME, ZVXP_RESUME, ZVXP_AT_ONCE, ZVXP_INCORRECT},
     {ZVXP_INVALIDATE, ZVXP_INCORRECT, ZVXP_STOP, ZVXP_SAME, ZVXP_STOP, ZVXP_INCORRECT},
     {ZVXP_INVALIDATE, ZVXP_INCORRECT, ZVXP_STOP, ZVXP_RUN, ZVXP_SAME, ZVXP_INCORRECT},
-    {ZVXP_INVALIDATE, ZVXP_AT_ONCE, ZVXP_START_SESSION, ZVXP_INCORRECT, ZVXP_INCORRECT, ZVXP_SAME},
+    {ZVXP_INVALIDATE, ZVXP_WAITING_TO_LOADED, ZVXP_START_SESSION, ZVXP_INCORRECT, ZVXP_INCORRECT, ZVXP_SAME},
 };
 
 /* A state outside the table, on either side, is no transition at all. */
