@@ -51,7 +51,8 @@ void zvxp_serve(zvx_seq_client &client, const zvx_seq_expected &head)
         if (head.param == OMX_StateIdle && loaded) {
             zvxp_populate(client, zvx_seq_client::INPUT);
             zvxp_populate(client, zvx_seq_client::OUTPUT);
-        } else if (head.param == OMX_StateLoaded && state == OMX_StateIdle) {
+        } else if (head.param == OMX_StateLoaded && (state == OMX_StateIdle || state == OMX_StateWaitForResources)) {
+            // From WaitForResources too: what an Idle that failed left allocated is the client's to free.
             zvxp_free_held(client, zvx_seq_client::INPUT);
             zvxp_free_held(client, zvx_seq_client::OUTPUT);
         }
