@@ -11,6 +11,7 @@
 # is missing is left out, and the script says so.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/zvx_gstomx.sh
 
 runs=${1:-3}
 frames=300
@@ -42,17 +43,7 @@ ffmpeg -nostdin -v error -f lavfi -i "testsrc2=size=1920x1080:rate=30" -frames:v
   -c:v libx264 -preset veryfast -bf 3 -b:v $bitrate "$stream"
 source_pictures=(-f lavfi -i "testsrc2=size=1920x1080:rate=30" -frames:v $frames -pix_fmt yuv420p)
 
-cat >"$work/gstomx.conf" <<CONF
-[omxh264dec]
-type-name=GstOMXH264Dec
-core-name=$core
-component-name=OMX.DHQ.video.k7nn.decoder
-component-role=video_decoder.avc
-rank=257
-in-port-index=0
-out-port-index=1
-CONF
-export GST_OMX_CONFIG_DIR="$work" GST_REGISTRY="$work/registry.bin"
+zvx_point_gstreamer_at_core "$work" "$core"
 ((has_gst)) && gst-inspect-1.0 omxh264dec >/dev/null
 
 # The command line of each side, by name.

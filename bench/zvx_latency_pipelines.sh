@@ -15,6 +15,7 @@
 # script says so. Usage: bench/zvx_latency_pipelines.sh [RUNS] [SECTION...] (start-seek, small, scale).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/zvx_gstomx.sh
 
 runs=${1:-5}
 shift || true
@@ -57,17 +58,7 @@ small_frames=3000
 ffmpeg -nostdin -v error -f lavfi -i "testsrc2=size=176x144:rate=30" -frames:v $small_frames -c:v libx264 \
   -preset veryfast "$small"
 
-cat >"$work/gstomx.conf" <<CONF
-[omxh264dec]
-type-name=GstOMXH264Dec
-core-name=$core
-component-name=OMX.DHQ.video.k7nn.decoder
-component-role=video_decoder.avc
-rank=257
-in-port-index=0
-out-port-index=1
-CONF
-export GST_OMX_CONFIG_DIR="$work" GST_REGISTRY="$work/registry.bin"
+zvx_point_gstreamer_at_core "$work" "$core"
 ((has_gst)) && gst-inspect-1.0 omxh264dec >/dev/null
 
 limit="timeout -k 10 300"

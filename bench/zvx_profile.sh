@@ -9,6 +9,7 @@
 # Usage: bench/zvx_profile.sh [OUT]
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/zvx_gstomx.sh
 
 out=${1:-$(mktemp -d "${TMPDIR:-/tmp}/zvx_profile_XXXXXX")}
 mkdir -p "$out"
@@ -51,17 +52,7 @@ if command -v perf >/dev/null && perf stat -e cpu-clock true >/dev/null 2>&1; th
     stream="$out/720p.mp4"
     ffmpeg -nostdin -v error -y -f lavfi -i "testsrc2=size=1280x720:rate=30" -frames:v 300 -c:v libx264 \
       -preset veryfast -g 30 "$stream"
-    cat >"$out/gstomx.conf" <<CONF
-[omxh264dec]
-type-name=GstOMXH264Dec
-core-name=$PWD/build/lp64-release/omx_core/libzvx_omxcore.so
-component-name=OMX.DHQ.video.k7nn.decoder
-component-role=video_decoder.avc
-rank=257
-in-port-index=0
-out-port-index=1
-CONF
-    export GST_OMX_CONFIG_DIR="$out" GST_REGISTRY="$out/registry.bin"
+    zvx_point_gstreamer_at_core "$out" "$PWD/build/lp64-release/omx_core/libzvx_omxcore.so"
     gst-inspect-1.0 omxh264dec >/dev/null 2>&1 || true
     perf record -q -e cpu-clock -F 1000 --call-graph dwarf,16384 -o "$out/gst_decode.perf.data" \
       gst-launch-1.0 -q filesrc location="$stream" ! qtdemux ! h264parse ! omxh264dec ! fakesink >/dev/null 2>&1 || true

@@ -6,6 +6,7 @@
 # Prints the median wall time of each over RUNS runs (default 5, alternating) and frames per second.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/zvx_gstomx.sh
 export ZVX_DEVICE_ENGINE=pattern
 
 runs=${1:-5}
@@ -17,17 +18,7 @@ core="$PWD/build/lp64-release/omx_core/libzvx_omxcore.so"
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/zvx_measure_XXXXXX")
 trap 'rm -rf "$work"' EXIT
-cat >"$work/gstomx.conf" <<EOF
-[omxh264dec]
-type-name=GstOMXH264Dec
-core-name=$core
-component-name=OMX.DHQ.video.k7nn.decoder
-component-role=video_decoder.avc
-rank=257
-in-port-index=0
-out-port-index=1
-EOF
-export GST_OMX_CONFIG_DIR="$work" GST_REGISTRY="$work/registry.bin"
+zvx_point_gstreamer_at_core "$work" "$core"
 gst-inspect-1.0 omxh264dec >/dev/null
 gst-launch-1.0 -q videotestsrc num-buffers=$frames ! video/x-raw,format=I420,width=320,height=240,framerate=30/1 \
   ! x264enc ! h264parse ! video/x-h264,stream-format=byte-stream ! filesink location="$work/stream.h264"
