@@ -5,6 +5,7 @@
 #include <map>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "zvx_dev_host.h"
 #include "zvx_dev_picture.h"
@@ -80,15 +81,27 @@ std::map<zvx_base_buffer_handle_t, std::vector<zvx_base_buffer_userspace>> retur
     return returns;
 }
 
+/* Registers `count` inputs and runs the session until the worker is held decoding the first; empty when
+ * the hold never came. */
+std::vector<zvx_base_buffer_handle_t> hold_first_decode(DeviceHost &host, EngineGate &gate, size_t count)
+{
+    std::vector<zvx_base_buffer_handle_t> inputs;
+    for (size_t i = 0; i < count; ++i)
+        inputs.push_back(host.add_buffer(0, 8));
+    host.run();
+    host.queue(0, inputs[0], 8);
+    if (!gate.wait_until_held())
+        inputs.clear();
+    return inputs;
+}
+
 TEST_F(DeviceWorker, HostCallsThatQueueOrReadGoThroughWhileTheEngineDecodes)
 {
     EngineGate gate(zvx_dev_engine_step::consume, 0);
     DeviceHost host("video_decoder.avc", gate.script());
     ASSERT_TRUE(host.session);
-    const zvx_base_buffer_handle_t inputs[] = {host.add_buffer(0, 8), host.add_buffer(0, 8)};
-    host.run();
-    host.queue(0, inputs[0], 8);
-    ASSERT_TRUE(gate.wait_until_held());
+    const std::vector<zvx_base_buffer_handle_t> inputs = hold_first_decode(host, gate, 2);
+    ASSERT_EQ(inputs.size(), 2u);
 
     EXPECT_EQ(host.queue(0, inputs[1], 8), OMX_ErrorNone);
     EXPECT_EQ(host.queue(1, host.add_buffer(1, 32 * 16 * 2)), OMX_ErrorNone);
@@ -111,11 +124,9 @@ TEST_F(DeviceWorker, FlushAskedDuringADecodeReturnsEveryBufferOnce)
     EngineGate gate(zvx_dev_engine_step::consume, 0);
     DeviceHost host("video_decoder.avc", gate.script());
     ASSERT_TRUE(host.session);
-    const zvx_base_buffer_handle_t inputs[] = {host.add_buffer(0, 8), host.add_buffer(0, 8), host.add_buffer(0, 8)};
+    const std::vector<zvx_base_buffer_handle_t> inputs = hold_first_decode(host, gate, 3);
+    ASSERT_EQ(inputs.size(), 3u);
     const zvx_base_buffer_handle_t outputs[] = {host.add_buffer(1, 32 * 16 * 2), host.add_buffer(1, 32 * 16 * 2)};
-    host.run();
-    host.queue(0, inputs[0], 8);
-    ASSERT_TRUE(gate.wait_until_held());
     host.queue(0, inputs[1], 8);
     host.queue(1, outputs[0]);
     zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_ALL_PORTS);
@@ -167,10 +178,8 @@ TEST_F(DeviceWorker, UnregisterAndDestroyDuringADecodeAccountForEveryBufferOnce)
     EngineGate gate(zvx_dev_engine_step::consume, 0);
     DeviceHost host("video_decoder.avc", gate.script());
     ASSERT_TRUE(host.session);
-    const zvx_base_buffer_handle_t inputs[] = {host.add_buffer(0, 8), host.add_buffer(0, 8)};
-    host.run();
-    host.queue(0, inputs[0], 8);
-    ASSERT_TRUE(gate.wait_until_held());
+    const std::vector<zvx_base_buffer_handle_t> inputs = hold_first_decode(host, gate, 2);
+    ASSERT_EQ(inputs.size(), 2u);
     host.queue(0, inputs[1], 8);
     host.queue(1, host.add_buffer(1, 32 * 16 * 2));
     zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_PENDING);
