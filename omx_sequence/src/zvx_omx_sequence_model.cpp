@@ -581,9 +581,11 @@ void zvx_seq_model::give_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORT
     const bool held_before = entry.outstanding > 0;
     // A call made from inside the callback of an early return (calls nest) does not own that return.
     const bool owns_early_return = entry.early_returns > 0 && entry.giving <= entry.early_depth;
+    // Gives of one header from two threads overlap: a refused one leaves the return to the other.
+    const bool sole_give = entry.giving == 1;
     --entry.giving;
     if (result != OMX_ErrorNone) {
-        if (owns_early_return) {
+        if (owns_early_return && sole_give) {
             --entry.early_returns;
             violate(zvx_seq_fault::doubled_buffer,
                     zvxp_format("buffer %p came back from a call that refused it", zvxp_address(header)));

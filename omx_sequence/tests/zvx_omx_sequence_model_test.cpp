@@ -206,6 +206,16 @@ TEST_F(ModelTest, ReturnBeforeTheGiveReturnsIsNoDouble)
     EXPECT_TRUE(model.violations().empty()) << listed(model);
     EXPECT_FALSE(model.held_by_component(&output));
 
+    // The client's thread and a callback give the header at once: one is taken and returned at once, the
+    // other is refused as already queued, whichever of them finishes first.
+    model.give_starting(&output);
+    model.give_starting(&output);
+    returned(&output, 1);
+    model.give_finished(&output, OMX_ErrorIncorrectStateOperation, true);
+    model.give_finished(&output, OMX_ErrorNone, true);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    EXPECT_FALSE(model.held_by_component(&output));
+
     model.give_starting(&output);
     returned(&output, 1);
     model.give_finished(&output, OMX_ErrorIncorrectStateOperation, true);
