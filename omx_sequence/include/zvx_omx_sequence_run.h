@@ -23,8 +23,6 @@ struct zvx_seq_run_options {
     double seconds = 0;
     zvx_seq_kinds kinds = zvx_seq_kinds::both;
     bool trace_live = false;
-    /* Print the trace of each failing sequence, not only its violations. */
-    bool print_traces = false;
     zvx_seq_settle_options settle;
 };
 

@@ -13,14 +13,14 @@ namespace {
 
 constexpr const char *ZVXP_USAGE =
     "usage: zvx_omx_sequence [--seed=N] [--sequences=N] [--seconds=S] [--kind=decoder|encoder|both]\n"
-    "                        [--trace] [--print-traces] [--step-ms=MS]\n"
+    "                        [--trace] [--step-ms=MS]\n"
     "  --seed=N         first sequence's seed (default 1); sequence i plays seed N+i\n"
     "  --sequences=N    how many sequences (default 100 when --seconds is not given)\n"
     "  --seconds=S      stop starting sequences after S seconds\n"
     "  --kind=K         decoder, encoder, or both (default: even seeds decode, odd seeds encode)\n"
     "  --trace          print each call and callback as it happens\n"
-    "  --print-traces   print the trace of every failing sequence (always for --sequences=1)\n"
     "  --step-ms=MS     how long the settle phase waits for one command's answer (default 5000)\n"
+    "A failing sequence's trace is printed after its violations, unless --trace printed it as it ran.\n"
     "The component's log is quiet (panic only) unless ZVX_LOG_CONFIGURE configures it.\n";
 
 /* The core binds its log when it is loaded, from ZVX_LOG_CONFIGURE: a program that wants it quieter
@@ -73,8 +73,6 @@ bool zvxp_parse(int argc, char **argv, zvx_seq_run_options *options)
             options->kinds = zvx_seq_kinds::both;
         } else if (argument == "--trace") {
             options->trace_live = true;
-        } else if (argument == "--print-traces") {
-            options->print_traces = true;
         } else {
             (void)std::fprintf(stderr, "zvx_omx_sequence: bad option %s\n%s", argv[i], ZVXP_USAGE);
             return false;

@@ -131,8 +131,6 @@ zvx_seq_run_summary zvx_seq_run(const zvx_seq_run_options &options, FILE *out)
     const auto elapsed = [&start] {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     };
-    // A single sequence is being looked into: its trace is worth printing.
-    const bool print_traces = options.print_traces || options.sequences == 1;
     {
         zvxp_watchdog watchdog(out);
         for (uint64_t index = 0; options.sequences == 0 || index < options.sequences; ++index) {
@@ -151,7 +149,8 @@ zvx_seq_run_summary zvx_seq_run(const zvx_seq_run_options &options, FILE *out)
             if (outcome.failed()) {
                 summary.failing_seeds.push_back(outcome.seed);
                 zvxp_count(outcome, summary);
-                zvxp_report(outcome, print_traces && !options.trace_live, out);
+                // A failure may not come again under other timing: its trace is printed while it is at hand.
+                zvxp_report(outcome, !options.trace_live, out);
             }
         }
     }
