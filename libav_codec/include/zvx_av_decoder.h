@@ -30,7 +30,7 @@ enum class InputFraming : uint8_t {
 };
 
 struct DecoderSettings {
-    int thread_count = 0; /* 0: as many as the machine has */
+    int thread_count = 0; /* 0: one a core */
     InputFraming framing = InputFraming::automatic;
     /* Codec configuration known before the stream (a container's extradata). */
     std::vector<uint8_t> codec_config;

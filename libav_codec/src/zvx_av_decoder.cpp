@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
+extern "C" {
+#include <libavutil/cpu.h>
+}
+
 namespace zvx_av {
 
 namespace {
@@ -98,7 +102,9 @@ Status Decoder::start()
     CodecContextPtr context(avcodec_alloc_context3(decoder_));
     if (!context)
         return Status(AVERROR(ENOMEM));
-    context->thread_count = settings_.thread_count;
+    // One thread a core, as desktop players decode: libavcodec's own default adds one, and with it one more
+    // picture in flight before the first comes out, after a start or a flush.
+    context->thread_count = settings_.thread_count != 0 ? settings_.thread_count : av_cpu_count();
     context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     // The crop is reported with each picture and applied exactly when it is received: libav's own
     // cropping keeps the left edge aligned and so may leave part of it.
