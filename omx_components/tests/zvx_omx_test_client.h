@@ -12,10 +12,12 @@
 #include <cstring>
 #include <functional>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "zvx_blackbox.h"
 #include "zvx_mem.h"
+#include "zvx_omx_config.h"
 #include "zvx_omx_decoder_component.h"
 #include "zvx_omx_event.h"
 
@@ -218,6 +220,19 @@ inline void zvx_sync(zvx_omx_common_component *comp)
     ASSERT_EQ(synced.load(), 1);
 }
 
+/* Runs body(index) on count threads at once and waits for them all. */
+template <typename Body> void zvx_on_threads(int count, Body body)
+{
+    std::vector<std::thread> threads;
+    threads.reserve(static_cast<size_t>(count));
+    for (int index = 0; index < count; ++index) {
+        threads.emplace_back(body, index);
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+}
+
 /* A decoder in Loaded behind its handle, with the recording client; every event a test causes must be
  * taken by the test. */
 class zvx_decoder_test : public ::testing::Test {
@@ -290,6 +305,31 @@ protected:
         expect_events({zvx_complete(OMX_CommandStateSet, target)});
     }
 
+    /* Output disabled on the way to Idle, as GStreamer does. */
+    void disable_output()
+    {
+        send(OMX_CommandPortDisable, 1);
+        expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+    }
+
+    /* Idle from Loaded with count input buffers and the output disabled; returns the inputs. */
+    std::vector<OMX_BUFFERHEADERTYPE *> idle_with_inputs(size_t count)
+    {
+        send(OMX_CommandStateSet, OMX_StateIdle);
+        std::vector<OMX_BUFFERHEADERTYPE *> inputs = allocate(0, count);
+        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+        expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+        return inputs;
+    }
+
+    /* Lets the command thread run what it has queued, rounds times over. */
+    void settle(int rounds)
+    {
+        for (int round = 0; round < rounds; ++round) {
+            zvx_sync(comp_);
+        }
+    }
+
     /* Both ports disabled, so that Idle needs no buffers, then along the shortest path. */
     void drive_to(OMX_STATETYPE target)
     {
@@ -311,12 +351,7 @@ protected:
 
     OMX_PARAM_PORTDEFINITIONTYPE definition(OMX_U32 port)
     {
-        OMX_PARAM_PORTDEFINITIONTYPE record = {};
-        record.nSize = sizeof(record);
-        record.nVersion.s.nVersionMajor = 1;
-        record.nVersion.s.nVersionMinor = 1;
-        record.nVersion.s.nRevision = 2;
-        record.nPortIndex = port;
+        auto record = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
         EXPECT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &record), OMX_ErrorNone);
         return record;
     }
