@@ -10,6 +10,7 @@
 #include <mutex>
 #include <vector>
 
+#include "zvx_omx_config.h"
 #include "zvx_omx_decoder_component.h"
 #include "zvx_omx_encoder_component.h"
 #include "zvx_codec_device.h"
@@ -145,11 +146,7 @@ protected:
 
     std::vector<OMX_BUFFERHEADERTYPE *> allocate(OMX_U32 port)
     {
-        OMX_PARAM_PORTDEFINITIONTYPE definition = {};
-        definition.nSize = sizeof(definition);
-        definition.nVersion.s.nVersionMajor = 1;
-        definition.nVersion.s.nVersionMinor = 1;
-        definition.nPortIndex = port;
+        auto definition = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
         EXPECT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &definition), OMX_ErrorNone);
         std::vector<OMX_BUFFERHEADERTYPE *> headers(definition.nBufferCountActual);
         for (OMX_BUFFERHEADERTYPE *&header : headers) {
@@ -184,6 +181,28 @@ protected:
         complete(OMX_CommandStateSet, OMX_StateIdle);
         send(OMX_CommandStateSet, OMX_StateExecuting);
         complete(OMX_CommandStateSet, OMX_StateExecuting);
+    }
+
+    /* Refills outputs and gives inputs back as the component returns them, pictures in all (queued given
+     * already) of length bytes (0: the whole buffer), then the end of stream; until the output ends. */
+    void stream_to_the_end(int queued, int pictures, OMX_TICKS interval, OMX_U32 length, OMX_U32 flags)
+    {
+        bool ended = false;
+        const seen_event end_of_stream = {OMX_EventBufferFlag, 1, OMX_BUFFERFLAG_EOS};
+        const auto deadline = std::chrono::steady_clock::now() + 10s;
+        while (!log_.returns_until(end_of_stream)) {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the stream never ended";
+            for (OMX_BUFFERHEADERTYPE *header : log_.take_returned()) {
+                if (header->nInputPortIndex == 1) {
+                    fill(header);
+                } else if (queued < pictures) {
+                    empty(header, length != 0 ? length : header->nAllocLen, flags, queued++ * interval);
+                } else if (!ended) {
+                    empty(header, 0, OMX_BUFFERFLAG_EOS, queued * interval);
+                    ended = true;
+                }
+            }
+        }
     }
 
     client_log log_;
@@ -239,26 +258,9 @@ TEST_F(EmulatedBuffers, StreamToTheEndThenFlushIdleAndLoadedWithEveryBufferBack)
         fill(header);
     }
 
-    int queued = 3;
-    bool ended = false;
-    const seen_event end_of_stream = {OMX_EventBufferFlag, 1, OMX_BUFFERFLAG_EOS};
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (!log_.returns_until(end_of_stream)) {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the stream never ended";
-        for (OMX_BUFFERHEADERTYPE *header : log_.take_returned()) {
-            if (header->nInputPortIndex == 1) {
-                fill(header);
-            } else if (queued < pictures) {
-                empty(header, 100, OMX_BUFFERFLAG_ENDOFFRAME, queued++ * interval);
-            } else if (!ended) {
-                empty(header, 0, OMX_BUFFERFLAG_EOS, queued * interval);
-                ended = true;
-            }
-        }
-    }
-    const std::vector<client_log::output> returned = log_.returned();
+    ASSERT_NO_FATAL_FAILURE(stream_to_the_end(3, pictures, interval, 100, OMX_BUFFERFLAG_ENDOFFRAME));
     int pictures_out = 0;
-    for (const client_log::output &output : returned) {
+    for (const client_log::output &output : log_.returned()) {
         if (output.filled_len != 0) {
             EXPECT_EQ(output.timestamp, pictures_out++ * interval) << "in presentation order";
         }
@@ -317,22 +319,8 @@ TEST_F(EmulatedEncoder, OutputBuffersKeptThroughTheSettingsEventAreFilledToTheEn
     for (OMX_BUFFERHEADERTYPE *header : inputs_) {
         empty(header, header->nAllocLen, 0, queued++ * interval);
     }
-    bool ended = false;
-    const seen_event end_of_stream = {OMX_EventBufferFlag, 1, OMX_BUFFERFLAG_EOS};
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (!log_.returns_until(end_of_stream)) {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the encoder stopped filling the kept buffers";
-        for (OMX_BUFFERHEADERTYPE *header : log_.take_returned()) {
-            if (header->nInputPortIndex == 1) {
-                fill(header);
-            } else if (queued < pictures) {
-                empty(header, header->nAllocLen, 0, queued++ * interval);
-            } else if (!ended) {
-                empty(header, 0, OMX_BUFFERFLAG_EOS, queued * interval);
-                ended = true;
-            }
-        }
-    }
+    ASSERT_NO_FATAL_FAILURE(stream_to_the_end(queued, pictures, interval, 0, 0))
+        << "the encoder stopped filling the kept buffers";
     int pictures_out = 0;
     for (const client_log::output &output : log_.returned()) {
         if (output.filled_len != 0 && (output.flags & OMX_BUFFERFLAG_CODECCONFIG) == 0 &&
