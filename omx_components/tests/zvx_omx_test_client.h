@@ -220,6 +220,48 @@ inline void zvx_sync(zvx_omx_common_component *comp)
     ASSERT_EQ(synced.load(), 1);
 }
 
+/* The session's event as the command thread gets it, allocated to its exact size so that a read past its
+ * end is caught by the sanitizers. */
+inline void zvx_dispatch(zvx_omx_common_component *comp, uint16_t code, const void *payload, uint16_t size)
+{
+    auto *event = static_cast<zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + size));
+    event->code = code;
+    event->size = size;
+    if (size != 0) {
+        std::memcpy(event->data, payload, size);
+    }
+    zvxp_omx_handle_event(comp, event);
+    zvx_mem_free(event);
+}
+
+/* A decoder's common part with its settings and the recording client but no command thread: the test
+ * dispatches the session's events on its own. */
+class zvx_dispatch_test : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        bb_reset_cb();
+        zvx_omx_common_component_set_type(&comp_, ZVX_OMX_DECODER);
+        OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
+        ASSERT_EQ(zvx_omx_common_component_init(&handle_, &comp_, &client_, &callbacks), OMX_ErrorNone);
+        ASSERT_EQ(zvx_omx_config_decoder(&comp_.ports[0].config_and_params, &comp_.ports[1].config_and_params),
+                  OMX_ErrorNone);
+        omx_ = &handle_.omx;
+    }
+    void TearDown() override { zvx_omx_common_component_destroy(&comp_); }
+
+    void dispatch(uint16_t code, const void *payload, uint16_t size) { zvx_dispatch(&comp_, code, payload, size); }
+    template <typename Payload> void dispatch(uint16_t code, const Payload &payload)
+    {
+        zvx_dispatch(&comp_, code, &payload, sizeof(payload));
+    }
+
+    zvx_test_client client_;
+    zvx_omx_common_component comp_;
+    zvx_omx_component handle_;
+    OMX_COMPONENTTYPE *omx_ = nullptr;
+};
+
 /* Runs body(index) on count threads at once and waits for them all. */
 template <typename Body> void zvx_on_threads(int count, Body body)
 {
