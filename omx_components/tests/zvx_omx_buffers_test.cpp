@@ -37,16 +37,6 @@ struct zvxp_flush_answer {
     zvx_base_buffer_userspace returned[16];
 };
 
-template <typename Payload> void zvxp_dispatch(zvx_omx_common_component *comp, uint16_t code, const Payload &payload)
-{
-    auto *event = static_cast<zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + sizeof(payload)));
-    event->code = code;
-    event->size = sizeof(payload);
-    std::memcpy(event->data, &payload, sizeof(payload));
-    zvxp_omx_handle_event(comp, event);
-    zvx_mem_free(event);
-}
-
 bool zvxp_run_flush_answer(zvx_omx_common_component *comp, zvx_omx_common_cproc_command_data *command)
 {
     auto *answer = reinterpret_cast<zvxp_flush_answer *>(command);
@@ -54,7 +44,8 @@ bool zvxp_run_flush_answer(zvx_omx_common_component *comp, zvx_omx_common_cproc_
         return false;
     }
     for (size_t i = 0; i < answer->count; ++i) {
-        zvxp_dispatch(comp, answer->port == 0 ? ZVX_BASE_EVENT_INPUT : ZVX_BASE_EVENT_OUTPUT, answer->returned[i]);
+        zvx_dispatch(comp, answer->port == 0 ? ZVX_BASE_EVENT_INPUT : ZVX_BASE_EVENT_OUTPUT, &answer->returned[i],
+                     sizeof(answer->returned[i]));
     }
     const zvx_base_event_header flushed = {
         static_cast<uint16_t>(answer->port == 0 ? ZVX_BASE_EVENT_INPUT_FLUSHED : ZVX_BASE_EVENT_OUTPUT_FLUSHED), 0};
