@@ -248,7 +248,11 @@ protected:
                   OMX_ErrorNone);
         omx_ = &handle_.omx;
     }
-    void TearDown() override { zvx_omx_common_component_destroy(&comp_); }
+    void TearDown() override
+    {
+        zvx_omx_common_component_destroy(&comp_);
+        bb_reset_cb();
+    }
 
     void dispatch(uint16_t code, const void *payload, uint16_t size) { zvx_dispatch(&comp_, code, payload, size); }
     template <typename Payload> void dispatch(uint16_t code, const Payload &payload)
