@@ -120,7 +120,7 @@ bool same_bytes(const OMX_PARAM_PORTDEFINITIONTYPE &a, const OMX_PARAM_PORTDEFIN
     return std::memcmp(&a, &b, sizeof(a)) == 0;
 }
 
-TEST_F(DecoderParameters, MissingHandleRecordOrPrivatePartIsABadParameter)
+TEST_F(DecoderParameters, MissingHandleOrRecordIsABadParameter)
 {
     auto record = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
     EXPECT_EQ(omx_->GetParameter(nullptr, OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
@@ -128,10 +128,6 @@ TEST_F(DecoderParameters, MissingHandleRecordOrPrivatePartIsABadParameter)
     EXPECT_EQ(get(OMX_IndexParamPortDefinition, nullptr), OMX_ErrorBadParameter);
     EXPECT_EQ(set(OMX_IndexParamPortDefinition, nullptr), OMX_ErrorBadParameter);
     EXPECT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigCommonOutputCrop, nullptr), OMX_ErrorBadParameter);
-    handle_.omx.pComponentPrivate = nullptr;
-    EXPECT_EQ(get(OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
-    EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
-    handle_.omx.pComponentPrivate = component_.get();
 }
 
 // The record is exactly as long as its nSize says, so anything read past it is an out-of-bounds read.
