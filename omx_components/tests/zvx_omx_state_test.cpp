@@ -198,30 +198,6 @@ TEST_F(Commands, LoadedAfterAFailedIdleWaitsForItsBuffersToBeFreed)
     expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
 }
 
-int zvxp_destroyed_sessions;
-
-/* What a GStreamer pipeline does from start to teardown, buffers allocated after the command. */
-TEST_F(Commands, ClientLifecycleFromLoadedToExecutingAndBack)
-{
-    zvxp_destroyed_sessions = 0;
-    bb_cb.bbcb_destroy_session = [](int) { ++zvxp_destroyed_sessions; };
-    disable_output();
-    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = idle_with_inputs(5);
-    change_state(OMX_StateExecuting);
-    for (OMX_U32 port : {0u, 1u}) {
-        send(OMX_CommandFlush, port);
-        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
-        zvx_answer_flush(comp_, port);
-        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
-        expect_events({zvx_complete(OMX_CommandFlush, port)});
-    }
-    change_state(OMX_StateIdle);
-    send(OMX_CommandStateSet, OMX_StateLoaded);
-    free_all(0, buffers);
-    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
-    EXPECT_EQ(zvxp_destroyed_sessions, 1);
-}
-
 TEST_F(Commands, HungSessionMakesTheComponentInvalidAndEndsAFlushWaitingForIt)
 {
     drive_to(OMX_StatePause);
