@@ -34,6 +34,29 @@ std::vector<zvx_base_buffer_handle_t> add_buffers(DeviceHost &host, uint32_t por
     return ids;
 }
 
+/* New buffers queued as soon as they are registered: inputs full, outputs empty. */
+std::vector<zvx_base_buffer_handle_t> queue_new(DeviceHost &host, uint32_t port, uint32_t count, uint32_t size)
+{
+    const std::vector<zvx_base_buffer_handle_t> ids = add_buffers(host, port, count, size);
+    for (zvx_base_buffer_handle_t id : ids)
+        EXPECT_EQ(host.queue(port, id, port == 0 ? size : 0), OMX_ErrorNone);
+    return ids;
+}
+
+void expect_events(DeviceHost &host, std::initializer_list<uint16_t> codes)
+{
+    for (uint16_t code : codes)
+        host.expect(code);
+}
+
+zvx_dev_script stream_of(uint32_t width, uint32_t height)
+{
+    zvx_dev_script script;
+    script.stream_width = width;
+    script.stream_height = height;
+    return script;
+}
+
 TEST_F(DeviceSession, DeviceNodeOpensOnlyWhileTheDevicesRunAndEachOpenIsItsOwnDevice)
 {
     zvx_destroy_emulator();
@@ -81,16 +104,13 @@ TEST_F(DeviceSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPres
 {
     DeviceHost host("video_decoder.avc");
     ASSERT_TRUE(host.session);
-    zvx_dev_script script;
-    script.stream_width = 60;
-    script.stream_height = 40;
+    zvx_dev_script script = stream_of(60, 40);
     script.reorder_depth = 2;
     ASSERT_TRUE(zvx_dev_set_script(host.fd, script)) << "an open session takes a new stream before its first picture";
     host.set_port(1, 64, 48, YUV420_PLANAR, 6);
     const zvx_dev_picture_layout layout = zvx_dev_layout_picture(YUV420_PLANAR, 64, 48, 64, 48);
     const auto inputs = add_buffers(host, 0, 4, 16);
-    for (zvx_base_buffer_handle_t id : add_buffers(host, 1, 4, layout.total_bytes))
-        ASSERT_EQ(host.queue(1, id), OMX_ErrorNone);
+    queue_new(host, 1, 4, layout.total_bytes);
     host.run();
 
     const uint64_t decode_order[] = {0, 66, 33, 100};
@@ -148,9 +168,7 @@ TEST_F(DeviceSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPres
 
 TEST_F(DeviceSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersAreFilled)
 {
-    zvx_dev_script script;
-    script.stream_width = 32;
-    script.stream_height = 32;
+    zvx_dev_script script = stream_of(32, 32);
     script.resolution_changes.push_back({2, 48, 32});
     DeviceHost host("video_decoder.hevc", script);
     ASSERT_TRUE(host.session);
@@ -158,16 +176,11 @@ TEST_F(DeviceSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersA
     const zvx_dev_picture_layout small = zvx_dev_layout_picture(YUV420_PLANAR, 32, 32, 32, 32);
     const zvx_dev_picture_layout large = zvx_dev_layout_picture(YUV420_PLANAR, 48, 32, 32, 32);
     host.run();
-    const auto inputs = add_buffers(host, 0, 3, 8);
-    for (zvx_base_buffer_handle_t id : inputs)
-        host.queue(0, id, 8);
-    for (uint16_t code : {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS,
-                          ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_INPUT})
-        host.expect(code);
+    queue_new(host, 0, 3, 8);
+    expect_events(host, {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS,
+                         ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_INPUT});
 
-    const auto old_buffers = add_buffers(host, 1, 2, small.total_bytes);
-    for (zvx_base_buffer_handle_t id : old_buffers)
-        host.queue(1, id);
+    const auto old_buffers = queue_new(host, 1, 2, small.total_bytes);
     for (uint32_t picture = 0; picture < 2; ++picture)
         EXPECT_TRUE(zvx_dev_picture_matches(host.data(old_buffers[picture]),
                                             host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().filled_len, small, picture));
@@ -192,16 +205,12 @@ TEST_F(DeviceSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersA
 
 TEST_F(DeviceSession, PictureTakesTheStrideAndRowsItsBufferWasRegisteredWith)
 {
-    zvx_dev_script script;
-    script.stream_width = 32;
-    script.stream_height = 32;
-    DeviceHost host("video_decoder.avc", script);
+    DeviceHost host("video_decoder.avc", stream_of(32, 32));
     ASSERT_TRUE(host.session);
     host.set_port(1, 32, 32, YUV420_PLANAR);
     host.run();
     host.queue(0, host.add_buffer(0, 8), 8, OMX_BUFFERFLAG_EOS);
-    for (uint16_t code : {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS})
-        host.expect(code);
+    expect_events(host, {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS});
 
     const zvx_dev_picture_layout padded = zvx_dev_layout_picture(YUV420_PLANAR, 32, 32, 48, 40);
     const zvx_base_buffer_handle_t output = host.add_buffer(1, padded.total_bytes, 48, 40);
@@ -217,11 +226,9 @@ TEST_F(DeviceSession, FlushReturnsEveryHeldBufferOfEachPortBeforeItsFlushedEvent
     DeviceHost host("video_decoder.mpeg2");
     ASSERT_TRUE(host.session);
     const auto inputs = add_buffers(host, 0, 3, 64);
-    const auto outputs = add_buffers(host, 1, 2, 64);
     for (uint32_t i = 0; i < 3; ++i)
         host.queue(0, inputs[i], 10 * (i + 1), 0, i);
-    for (zvx_base_buffer_handle_t id : outputs)
-        host.queue(1, id);
+    const auto outputs = queue_new(host, 1, 2, 64);
     EXPECT_EQ(host.stats().held_buffers, (std::array<uint32_t, 2>{3, 2})) << "a stopped device holds what it gets";
 
     zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_QUICK);
@@ -244,12 +251,9 @@ TEST_F(DeviceSession, InputFlushDropsPicturesNotYetOutput)
     DeviceHost host("video_decoder.vp8");
     ASSERT_TRUE(host.session);
     host.run();
-    const auto inputs = add_buffers(host, 0, 2, 8);
-    for (zvx_base_buffer_handle_t id : inputs)
-        host.queue(0, id, 8);
-    for (uint16_t code :
-         {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS, ZVX_BASE_EVENT_INPUT})
-        host.expect(code);
+    const auto inputs = queue_new(host, 0, 2, 8);
+    expect_events(host, {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS,
+                         ZVX_BASE_EVENT_INPUT});
     zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_INPUT_PORT);
     host.expect(ZVX_BASE_EVENT_INPUT_FLUSHED);
     host.queue(1, host.add_buffer(1, 320 * 240 * 2));
@@ -266,9 +270,7 @@ TEST_F(DeviceSession, EncodeAnnouncesItsOutputPortAndSplitsAPictureOverSmallBuff
     DeviceHost host("video_encoder.avc", script);
     ASSERT_TRUE(host.session);
     host.set_port(0, 64, 48, YUV420_PLANAR);
-    const auto outputs = add_buffers(host, 1, 2, 100);
-    for (zvx_base_buffer_handle_t id : outputs)
-        host.queue(1, id);
+    queue_new(host, 1, 2, 100);
     host.run();
     const auto inputs = add_buffers(host, 0, 2, 4608);
     host.queue(0, inputs[0], 4608, 0, 10);
@@ -305,10 +307,8 @@ TEST_F(DeviceSession, ScriptedRejectReturnsOutputsUnfilledAndKeepsThePicture)
     ASSERT_TRUE(host.session);
     host.run();
     host.queue(0, host.add_buffer(0, 8), 8, 0, 5);
-    for (uint16_t code : {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS})
-        host.expect(code);
-    for (zvx_base_buffer_handle_t id : add_buffers(host, 1, 3, 320 * 240 * 2))
-        host.queue(1, id);
+    expect_events(host, {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS});
+    queue_new(host, 1, 3, 320 * 240 * 2);
     for (int rejected = 0; rejected < 2; ++rejected) {
         const zvx_base_buffer_userspace output = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
         EXPECT_EQ(output.zvx_flags & ZVX_DEV_ZVX_FLAG_REJECTED, ZVX_DEV_ZVX_FLAG_REJECTED);
@@ -325,13 +325,10 @@ TEST_F(DeviceSession, Vp9AllocationChangeRejectsOutputsRegisteredBeforeIt)
     script.stream_report = zvx_dev_report::vp9_allocation;
     DeviceHost host("video_decoder.vp9", script);
     ASSERT_TRUE(host.session);
-    const auto old_buffers = add_buffers(host, 1, 2, 320 * 240 * 2);
-    for (zvx_base_buffer_handle_t id : old_buffers)
-        host.queue(1, id);
+    const auto old_buffers = queue_new(host, 1, 2, 320 * 240 * 2);
     host.run();
     host.queue(0, host.add_buffer(0, 8), 8);
-    host.expect(ZVX_BASE_EVENT_INPUT);
-    host.expect(ZVX_BASE_EVENT_ALLOC_PARAMS);
+    expect_events(host, {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS});
     for (zvx_base_buffer_handle_t id : old_buffers) {
         const zvx_base_buffer_userspace rejected = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
         EXPECT_EQ(rejected.buffer_id, id);
@@ -351,12 +348,9 @@ TEST_F(DeviceSession, HungSessionReportsOnceAndThenAnswersNothing)
     DeviceHost host("video_decoder.avc", script);
     ASSERT_TRUE(host.session);
     host.run();
-    const auto inputs = add_buffers(host, 0, 3, 8);
-    for (zvx_base_buffer_handle_t id : inputs)
-        host.queue(0, id, 8);
-    for (uint16_t code : {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS,
-                          ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_SESSION_HUNG})
-        host.expect(code);
+    queue_new(host, 0, 3, 8);
+    expect_events(host, {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS,
+                         ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_SESSION_HUNG});
     zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_STOPPED);
     EXPECT_FALSE(host.readable(50));
     EXPECT_TRUE(host.stats().hung);
@@ -399,9 +393,7 @@ TEST_F(DeviceSession, ShuffledInputReturnsStillReturnEveryBufferOnce)
     script.max_pictures_in_flight = 16;
     DeviceHost host("video_decoder.avc", script);
     ASSERT_TRUE(host.session);
-    const auto inputs = add_buffers(host, 0, 8, 8);
-    for (zvx_base_buffer_handle_t id : inputs)
-        host.queue(0, id, 8);
+    const auto inputs = queue_new(host, 0, 8, 8);
     zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_RUNNING);
     std::vector<zvx_base_buffer_handle_t> returned;
     while (returned.size() < inputs.size()) {
@@ -420,12 +412,8 @@ TEST_F(DeviceSession, TeardownWithBuffersHeldDropsThemAndFreesUnfetchedEvents)
     {
         DeviceHost host("video_decoder.avc");
         ASSERT_TRUE(host.session);
-        const auto inputs = add_buffers(host, 0, 3, 64);
-        const auto outputs = add_buffers(host, 1, 2, 64);
-        for (zvx_base_buffer_handle_t id : inputs)
-            host.queue(0, id, 64);
-        for (zvx_base_buffer_handle_t id : outputs)
-            host.queue(1, id);
+        queue_new(host, 0, 3, 64);
+        queue_new(host, 1, 2, 64);
         zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_STOPPED);
         ASSERT_TRUE(host.readable(DeviceHost::WAIT_MS));
     }
@@ -448,10 +436,7 @@ TEST_F(DeviceSession, TeardownWithBuffersHeldDropsThemAndFreesUnfetchedEvents)
  * thread returns outputs to the device, checks them and frees inputs for the feeder. */
 void decode_on_two_threads(uint32_t frames, std::atomic<int> *failures)
 {
-    zvx_dev_script script;
-    script.stream_width = 32;
-    script.stream_height = 16;
-    DeviceHost host("video_decoder.avc", script);
+    DeviceHost host("video_decoder.avc", stream_of(32, 16));
     if (!host.session) {
         ++*failures;
         return;
@@ -487,8 +472,7 @@ void decode_on_two_threads(uint32_t frames, std::atomic<int> *failures)
             free_inputs.push_back(event.buffer().buffer_id);
             freed.notify_one();
         } else if (event.code == ZVX_BASE_EVENT_SEQUENCE_PARAMS) {
-            for (zvx_base_buffer_handle_t id : add_buffers(host, 1, 2, layout.total_bytes))
-                host.queue(1, id);
+            queue_new(host, 1, 2, layout.total_bytes);
         } else if (event.code == ZVX_BASE_EVENT_OUTPUT) {
             const zvx_base_buffer_userspace output = event.buffer();
             if (output.timestamp != outputs * 10ull ||

@@ -245,8 +245,6 @@ INSTANTIATE_TEST_SUITE_P(Codecs, DecoderTimestamps, testing::Values(Codec::avc, 
                              return std::string(zvx_av::role_name(info.param));
                          });
 
-/* A new stream after a flush: its configuration, a buffer of its own, must reach the decoder in
- * front of its data whichever way the data comes. */
 /* GStreamer flags a stream's first access unit, parameter sets and picture together, as configuration:
  * at the start, and again after a flush. */
 TEST(Decoder, FirstAccessUnitFlaggedAsConfigurationStillGivesItsPicture)
@@ -261,32 +259,28 @@ TEST(Decoder, FirstAccessUnitFlaggedAsConfigurationStillGivesItsPicture)
         ASSERT_TRUE(decoder.open(avc ? Codec::avc : Codec::hevc).ok());
         const std::vector<std::vector<uint8_t>> units = zvx_av_test::read_access_units(path);
         ASSERT_EQ(units.size(), 10u);
-        int pictures = 0;
-        for (size_t i = 0; i < units.size(); ++i) {
-            EXPECT_TRUE(decoder.send({units[i], static_cast<int64_t>(i) * 40000, true, i == 0}).ok()) << name;
-            while (decoder.receive())
-                ++pictures;
-        }
-        ASSERT_TRUE(decoder.end_stream().ok());
-        while (decoder.receive())
-            ++pictures;
-        EXPECT_EQ(pictures, 10) << name;
-
-        decoder.flush();
-        std::vector<int64_t> timestamps;
-        for (size_t i = 0; i < units.size(); ++i) {
-            EXPECT_TRUE(decoder.send({units[i], static_cast<int64_t>(i) * 40000, true, i == 0}).ok()) << name;
+        const auto decode = [&] {
+            std::vector<int64_t> timestamps;
+            for (size_t i = 0; i < units.size(); ++i) {
+                EXPECT_TRUE(decoder.send({units[i], static_cast<int64_t>(i) * 40000, true, i == 0}).ok()) << name;
+                while (std::optional<zvx_av::DecodedPicture> picture = decoder.receive())
+                    timestamps.push_back(picture->timestamp_us);
+            }
+            EXPECT_TRUE(decoder.end_stream().ok());
             while (std::optional<zvx_av::DecodedPicture> picture = decoder.receive())
                 timestamps.push_back(picture->timestamp_us);
-        }
-        ASSERT_TRUE(decoder.end_stream().ok());
-        while (std::optional<zvx_av::DecodedPicture> picture = decoder.receive())
-            timestamps.push_back(picture->timestamp_us);
-        ASSERT_EQ(timestamps.size(), 10u) << name << " after a flush";
-        EXPECT_EQ(timestamps.front(), 0) << name << " after a flush";
+            return timestamps;
+        };
+        EXPECT_EQ(decode().size(), 10u) << name;
+        decoder.flush();
+        const std::vector<int64_t> after_flush = decode();
+        ASSERT_EQ(after_flush.size(), 10u) << name << " after a flush";
+        EXPECT_EQ(after_flush.front(), 0) << name << " after a flush";
     }
 }
 
+/* A new stream after a flush: its configuration, a buffer of its own, must reach the decoder in
+ * front of its data whichever way the data comes. */
 TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextData)
 {
     const EncodedStream first = encode_pattern(Codec::avc, 6);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -105,6 +106,25 @@ double psnr(const std::vector<uint8_t> &a, const std::vector<uint8_t> &b)
     return squares == 0 ? 99.0 : 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.size()) / squares);
 }
 
+/* The packets through a decoder of the codec, its configuration first where it has one. */
+zvx_av_test::DecodedPictures decode_packets(Codec codec, std::span<const uint8_t> config,
+                                            const std::vector<Packet> &packets)
+{
+    zvx_av_test::DecodedPictures decoded;
+    zvx_av::Decoder decoder;
+    EXPECT_TRUE(decoder.open(codec).ok());
+    if (!config.empty()) {
+        EXPECT_TRUE(decoder.send({config, zvx_av::no_timestamp, true, true}).ok());
+    }
+    for (const Packet &packet : packets) {
+        EXPECT_TRUE(decoder.send({packet.data, packet.timestamp_us, true, false}).ok());
+        zvx_av_test::take_pictures(decoder, ColourFormat::i420, decoded);
+    }
+    EXPECT_TRUE(decoder.end_stream().ok());
+    zvx_av_test::take_pictures(decoder, ColourFormat::i420, decoded);
+    return decoded;
+}
+
 class EncoderTest : public testing::TestWithParam<Codec> {};
 
 TEST_P(EncoderTest, StreamDecodesWithEveryPictureAt30DecibelsForCifAtOneMegabit)
@@ -125,18 +145,7 @@ TEST_P(EncoderTest, StreamDecodesWithEveryPictureAt30DecibelsForCifAtOneMegabit)
     ASSERT_EQ(packets.size(), 30u);
     EXPECT_TRUE(packets.front().key);
 
-    zvx_av::Decoder decoder;
-    ASSERT_TRUE(decoder.open(GetParam()).ok());
-    if (!config.empty()) {
-        ASSERT_TRUE(decoder.send({config, zvx_av::no_timestamp, true, true}).ok());
-    }
-    zvx_av_test::DecodedPictures decoded;
-    for (const Packet &packet : packets) {
-        ASSERT_TRUE(decoder.send({packet.data, packet.timestamp_us, true, false}).ok());
-        zvx_av_test::take_pictures(decoder, ColourFormat::i420, decoded);
-    }
-    ASSERT_TRUE(decoder.end_stream().ok());
-    zvx_av_test::take_pictures(decoder, ColourFormat::i420, decoded);
+    const zvx_av_test::DecodedPictures decoded = decode_packets(GetParam(), config, packets);
     ASSERT_EQ(decoded.timestamps_us.size(), 30u);
     for (size_t i = 0; i < 30; ++i) {
         ASSERT_EQ(decoded.timestamps_us[i], static_cast<int64_t>(i) * FRAME_US);
@@ -204,21 +213,7 @@ TEST_P(EncoderTest, BitrateHoldsOverSecondsAndAChangeMidStreamTakesEffect)
     EXPECT_GT(second_rate, 2 * first_rate) << "the new rate is three times the first";
 
     // Reopened encoders go on from a key frame whose stream still decodes whole.
-    zvx_av::Decoder decoder;
-    ASSERT_TRUE(decoder.open(GetParam()).ok());
-    if (!encoder.codec_config().empty()) {
-        ASSERT_TRUE(decoder.send({encoder.codec_config(), zvx_av::no_timestamp, true, true}).ok());
-    }
-    size_t decoded = 0;
-    for (const Packet &packet : packets) {
-        EXPECT_TRUE(decoder.send({packet.data, packet.timestamp_us, true, false}).ok());
-        while (decoder.receive())
-            ++decoded;
-    }
-    ASSERT_TRUE(decoder.end_stream().ok());
-    while (decoder.receive())
-        ++decoded;
-    EXPECT_EQ(decoded, FIRST + SECOND);
+    EXPECT_EQ(decode_packets(GetParam(), encoder.codec_config(), packets).timestamps_us.size(), FIRST + SECOND);
 }
 
 TEST_P(EncoderTest, LowDelayGivesEachPacketAsItsPictureGoesIn)

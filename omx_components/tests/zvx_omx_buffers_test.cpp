@@ -37,16 +37,6 @@ struct zvxp_flush_answer {
     zvx_base_buffer_userspace returned[16];
 };
 
-template <typename Payload> void zvxp_dispatch(zvx_omx_common_component *comp, uint16_t code, const Payload &payload)
-{
-    auto *event = static_cast<zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + sizeof(payload)));
-    event->code = code;
-    event->size = sizeof(payload);
-    std::memcpy(event->data, &payload, sizeof(payload));
-    zvxp_omx_handle_event(comp, event);
-    zvx_mem_free(event);
-}
-
 bool zvxp_run_flush_answer(zvx_omx_common_component *comp, zvx_omx_common_cproc_command_data *command)
 {
     auto *answer = reinterpret_cast<zvxp_flush_answer *>(command);
@@ -54,7 +44,8 @@ bool zvxp_run_flush_answer(zvx_omx_common_component *comp, zvx_omx_common_cproc_
         return false;
     }
     for (size_t i = 0; i < answer->count; ++i) {
-        zvxp_dispatch(comp, answer->port == 0 ? ZVX_BASE_EVENT_INPUT : ZVX_BASE_EVENT_OUTPUT, answer->returned[i]);
+        zvx_dispatch(comp, answer->port == 0 ? ZVX_BASE_EVENT_INPUT : ZVX_BASE_EVENT_OUTPUT, &answer->returned[i],
+                     sizeof(answer->returned[i]));
     }
     const zvx_base_event_header flushed = {
         static_cast<uint16_t>(answer->port == 0 ? ZVX_BASE_EVENT_INPUT_FLUSHED : ZVX_BASE_EVENT_OUTPUT_FLUSHED), 0};
@@ -75,12 +66,8 @@ protected:
     /* Output disabled on the way to Idle, as GStreamer does, then enabled and populated; Executing. */
     void start_executing()
     {
-        send(OMX_CommandPortDisable, 1);
-        expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
-        send(OMX_CommandStateSet, OMX_StateIdle);
-        inputs_ = allocate(0, definition(0).nBufferCountActual);
-        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
-        expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+        disable_output();
+        inputs_ = idle_with_inputs(definition(0).nBufferCountActual);
         send(OMX_CommandPortEnable, 1);
         outputs_ = allocate(1, definition(1).nBufferCountActual);
         expect_events({zvx_complete(OMX_CommandPortEnable, 1)});
@@ -103,14 +90,37 @@ protected:
         return zvx_omx_common_bufferheader_from_pub(header)->priv.desc;
     }
 
+    /* The buffer as the session returns it unused. */
+    static zvx_base_buffer_userspace emptied(OMX_BUFFERHEADERTYPE *header)
+    {
+        zvx_base_buffer_userspace desc = descriptor(header);
+        desc.filled_len = 0;
+        desc.flags = 0;
+        return desc;
+    }
+
+    /* The session refuses the output, as it does once a vp9 stream needs larger buffers. */
+    void refuse(OMX_BUFFERHEADERTYPE *header)
+    {
+        zvx_base_buffer_userspace refused = descriptor(header);
+        refused.zvx_flags |= ZVX_OMX_ZVX_FLAG_REJECTED;
+        zvx_answer_with(comp_, ZVX_BASE_EVENT_OUTPUT, refused);
+    }
+
+    void start_executing_vp9()
+    {
+        auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
+        std::strcpy(reinterpret_cast<char *>(role.cRole), "video_decoder.vp9");
+        ASSERT_EQ(omx_->SetParameter(omx_, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
+        start_executing();
+    }
+
     /* The session gives the buffers back once due says so. */
     void give_back(const headers &buffers)
     {
         for (OMX_BUFFERHEADERTYPE *header : buffers) {
-            zvx_base_buffer_userspace desc = descriptor(header);
-            desc.filled_len = 0;
-            desc.flags = 0;
-            zvx_answer_with(comp_, header->nInputPortIndex == 0 ? ZVX_BASE_EVENT_INPUT : ZVX_BASE_EVENT_OUTPUT, desc);
+            zvx_answer_with(comp_, header->nInputPortIndex == 0 ? ZVX_BASE_EVENT_INPUT : ZVX_BASE_EVENT_OUTPUT,
+                            emptied(header));
         }
     }
 
@@ -123,38 +133,27 @@ protected:
         answer->head.function = zvxp_run_flush_answer;
         answer->port = port;
         for (OMX_BUFFERHEADERTYPE *header : held) {
-            zvx_base_buffer_userspace &desc = answer->returned[answer->count++];
-            desc = descriptor(header);
-            desc.filled_len = 0;
-            desc.flags = 0;
+            answer->returned[answer->count++] = emptied(header);
         }
         ASSERT_TRUE(zvx_omx_common_component_queue_command(comp_, &answer->head));
     }
 
-    /* How often each header came back since the last call. */
-    std::map<OMX_BUFFERHEADERTYPE *, int> returns()
-    {
-        std::map<OMX_BUFFERHEADERTYPE *, int> counted;
-        for (const zvx_test_client::returned_buffer &returned : client_.take_buffers()) {
-            ++counted[returned.header];
-        }
-        return counted;
-    }
-
-    /* The same, waiting until count returns have arrived. */
-    std::map<OMX_BUFFERHEADERTYPE *, int> returns_after(size_t count)
+    /* How often each header came back since the last call, waiting until count returns have arrived. */
+    std::map<OMX_BUFFERHEADERTYPE *, int> returns(size_t count = 0)
     {
         std::map<OMX_BUFFERHEADERTYPE *, int> counted;
         size_t total = 0;
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (total < count && std::chrono::steady_clock::now() < deadline) {
+        for (;;) {
             for (const zvx_test_client::returned_buffer &returned : client_.take_buffers()) {
                 ++counted[returned.header];
                 ++total;
             }
+            if (total >= count || std::chrono::steady_clock::now() >= deadline) {
+                return counted;
+            }
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
-        return counted;
     }
 
     size_t spare_blocks(OMX_U32 port)
@@ -277,21 +276,14 @@ TEST_F(Buffers, EightThreadsRegisterAtOnceAndExactlyTheCountSucceeds)
     send(OMX_CommandStateSet, OMX_StateIdle);
     const OMX_PARAM_PORTDEFINITIONTYPE input = definition(0);
     std::atomic<unsigned> registered{0};
-    std::vector<std::thread> clients;
-    clients.reserve(8);
-    for (int thread = 0; thread < 8; ++thread) {
-        clients.emplace_back([&] {
-            for (int attempt = 0; attempt < 5; ++attempt) {
-                OMX_BUFFERHEADERTYPE *header = nullptr;
-                if (omx_->AllocateBuffer(omx_, &header, 0, nullptr, input.nBufferSize) == OMX_ErrorNone) {
-                    ++registered;
-                }
+    zvx_on_threads(8, [&](int) {
+        for (int attempt = 0; attempt < 5; ++attempt) {
+            OMX_BUFFERHEADERTYPE *header = nullptr;
+            if (omx_->AllocateBuffer(omx_, &header, 0, nullptr, input.nBufferSize) == OMX_ErrorNone) {
+                ++registered;
             }
-        });
-    }
-    for (std::thread &client : clients) {
-        client.join();
-    }
+        }
+    });
     EXPECT_EQ(registered.load(), input.nBufferCountActual);
     EXPECT_EQ(definition(0).bPopulated, OMX_TRUE);
     client_.take(1);
@@ -419,7 +411,7 @@ TEST_F(Buffers, QueueingOnlyInIdleExecutingOrPauseOnAnEnabledPort)
     send(OMX_CommandPortDisable, 1);
     flush_returning(1, {outputs_[0]});
     EXPECT_EQ(omx_->FillThisBuffer(omx_, outputs_[1]), OMX_ErrorIncorrectStateOperation) << "port disabled";
-    EXPECT_EQ(returns_after(1), once_each({outputs_[0]}));
+    EXPECT_EQ(returns(1), once_each({outputs_[0]}));
     free_all(1, outputs_);
     expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
     EXPECT_EQ(zvxp_queued_to_session.load(), 2);
@@ -448,18 +440,11 @@ TEST_F(Buffers, EightThreadsQueueOneBufferAndOneOfThemWins)
     start_executing();
     std::atomic<int> accepted{0};
     std::atomic<int> refused{0};
-    std::vector<std::thread> clients;
-    clients.reserve(8);
-    for (int thread = 0; thread < 8; ++thread) {
-        clients.emplace_back([&] {
-            for (OMX_BUFFERHEADERTYPE *header : inputs_) {
-                (omx_->EmptyThisBuffer(omx_, header) == OMX_ErrorNone ? accepted : refused)++;
-            }
-        });
-    }
-    for (std::thread &client : clients) {
-        client.join();
-    }
+    zvx_on_threads(8, [&](int) {
+        for (OMX_BUFFERHEADERTYPE *header : inputs_) {
+            (omx_->EmptyThisBuffer(omx_, header) == OMX_ErrorNone ? accepted : refused)++;
+        }
+    });
     EXPECT_EQ(accepted.load(), static_cast<int>(inputs_.size()));
     EXPECT_EQ(refused.load(), static_cast<int>(7 * inputs_.size()));
     EXPECT_EQ(zvxp_queued_to_session.load(), accepted.load());
@@ -484,7 +469,7 @@ TEST_F(Buffers, EveryBufferIsBackOnceAfterAFlushAPortDisableAndTheWayToIdle)
     send(OMX_CommandPortDisable, 1);
     zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
     flush_returning(1, outputs_);
-    EXPECT_EQ(returns_after(outputs_.size()), once_each(outputs_));
+    EXPECT_EQ(returns(outputs_.size()), once_each(outputs_));
     free_all(1, outputs_);
     zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
     expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
@@ -617,10 +602,7 @@ TEST_F(Buffers, CallbacksMayQueueTheBufferTheyReturn)
 
 TEST_F(Buffers, RefusedOutputsWaitForEveryOutstandingOneThenGoBackTogether)
 {
-    auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
-    std::strcpy(reinterpret_cast<char *>(role.cRole), "video_decoder.vp9");
-    ASSERT_EQ(omx_->SetParameter(omx_, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
-    start_executing();
+    start_executing_vp9();
     queue(outputs_);
     zvx_base_buffer_userspace picture = descriptor(outputs_[0]);
     picture.filled_len = 64;
@@ -634,9 +616,7 @@ TEST_F(Buffers, RefusedOutputsWaitForEveryOutstandingOneThenGoBackTogether)
     larger.planar_alloc_frame_height = 1088;
     zvx_answer_with(comp_, ZVX_BASE_EVENT_ALLOC_PARAMS, larger);
     for (size_t i = 0; i < outputs_.size(); ++i) {
-        zvx_base_buffer_userspace refused = descriptor(outputs_[i]);
-        refused.zvx_flags |= ZVX_OMX_ZVX_FLAG_REJECTED;
-        zvx_answer_with(comp_, ZVX_BASE_EVENT_OUTPUT, refused);
+        refuse(outputs_[i]);
         zvx_sync(comp_);
         if (i + 1 < outputs_.size()) {
             EXPECT_TRUE(client_.take_buffers().empty()) << "refused buffer " << i << " went back early";
@@ -649,18 +629,13 @@ TEST_F(Buffers, RefusedOutputsWaitForEveryOutstandingOneThenGoBackTogether)
 
 TEST_F(Buffers, OutputsQueuedAfterTheReallocationWasAnnouncedGoBackRefusedWithoutAnnouncingItAgain)
 {
-    auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
-    std::strcpy(reinterpret_cast<char *>(role.cRole), "video_decoder.vp9");
-    ASSERT_EQ(omx_->SetParameter(omx_, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
-    start_executing();
+    start_executing_vp9();
     std::atomic_ref(comp_->vp9_alloc_params_changed).store(true);
     /* The client queues its outputs again before it has read the event: they are refused too. */
     for (int round = 0; round < 2; ++round) {
         queue(outputs_);
         for (OMX_BUFFERHEADERTYPE *header : outputs_) {
-            zvx_base_buffer_userspace refused = descriptor(header);
-            refused.zvx_flags |= ZVX_OMX_ZVX_FLAG_REJECTED;
-            zvx_answer_with(comp_, ZVX_BASE_EVENT_OUTPUT, refused);
+            refuse(header);
         }
         zvx_sync(comp_);
         EXPECT_EQ(returns(), once_each(outputs_)) << "round " << round;
@@ -670,17 +645,11 @@ TEST_F(Buffers, OutputsQueuedAfterTheReallocationWasAnnouncedGoBackRefusedWithou
 
 TEST_F(Buffers, OutputFlushGivesBackRefusedOutputsStillParked)
 {
-    auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
-    std::strcpy(reinterpret_cast<char *>(role.cRole), "video_decoder.vp9");
-    ASSERT_EQ(omx_->SetParameter(omx_, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
-    start_executing();
+    start_executing_vp9();
     queue(outputs_);
     std::atomic_ref(comp_->vp9_alloc_params_changed).store(true);
-    for (OMX_BUFFERHEADERTYPE *header : {outputs_[0], outputs_[1]}) {
-        zvx_base_buffer_userspace refused = descriptor(header);
-        refused.zvx_flags |= ZVX_OMX_ZVX_FLAG_REJECTED;
-        zvx_answer_with(comp_, ZVX_BASE_EVENT_OUTPUT, refused);
-    }
+    refuse(outputs_[0]);
+    refuse(outputs_[1]);
     send(OMX_CommandFlush, 1);
     zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
     flush_returning(1, {outputs_.begin() + 2, outputs_.end()});

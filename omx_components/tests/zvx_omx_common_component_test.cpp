@@ -9,6 +9,7 @@
 #include "zvx_omx_extensions.h"
 #include "zvx_omx_extra_data.h"
 #include "zvx_omx_session.h"
+#include "zvx_omx_test_client.h"
 
 namespace {
 
@@ -27,82 +28,69 @@ void count_port_definitions(int, OMX_INDEXTYPE index, OMX_U32 size, void *)
 }
 
 // An initialised decoder whose ports hold the decoder defaults.
-class Component : public ::testing::Test {
+class Component : public zvx_dispatch_test {
 protected:
     void SetUp() override
     {
-        bb_reset_cb();
+        zvx_dispatch_test::SetUp();
         destroy_session_calls = 0;
         port_definitions_sent = 0;
-        comp = std::make_unique<zvx_omx_common_component>();
-        zvx_omx_common_component_set_type(comp.get(), ZVX_OMX_DECODER);
-        ASSERT_EQ(zvx_omx_common_component_init(&handle, comp.get(), nullptr, nullptr), OMX_ErrorNone);
-        ASSERT_EQ(zvx_omx_config_decoder(&comp->ports[0].config_and_params, &comp->ports[1].config_and_params),
-                  OMX_ErrorNone);
-    }
-    void TearDown() override
-    {
-        zvx_omx_common_component_destroy(comp.get());
-        bb_reset_cb();
     }
 
     OMX_PARAM_PORTDEFINITIONTYPE *output_definition()
     {
         return static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(
-            zvx_omx_config_find(&comp->ports[1].config_and_params, OMX_IndexParamPortDefinition, 0));
+            zvx_omx_config_find(&comp_.ports[1].config_and_params, OMX_IndexParamPortDefinition, 0));
     }
-
-    struct zvx_omx_component handle;
-    std::unique_ptr<zvx_omx_common_component> comp;
 };
 
 TEST_F(Component, InitLeavesALoadedComponentBehindAFilledHandle)
 {
-    EXPECT_EQ(zvxu_atomic_get(&comp->omx_state), static_cast<uint32_t>(OMX_StateLoaded));
-    EXPECT_STREQ(comp->name, "OMX.DHQ.video.k7nn.decoder");
-    EXPECT_EQ(comp->alloc_params.planar_alloc_frame_width, 176);
-    EXPECT_EQ(comp->alloc_params.planar_alloc_frame_height, 144);
-    EXPECT_NE(comp->driver_fd, -1);
-    EXPECT_FALSE(comp->session_created);
-    EXPECT_EQ(handle.omx.nSize, sizeof(OMX_COMPONENTTYPE));
-    EXPECT_EQ(handle.omx.pComponentPrivate, comp.get());
-    ASSERT_NE(handle.omx.GetParameter, nullptr);
-    ASSERT_NE(handle.omx.SetParameter, nullptr);
-    EXPECT_EQ(handle.omx.GetConfig, handle.omx.GetParameter);
-    EXPECT_EQ(handle.omx.SetConfig, handle.omx.SetParameter);
+    EXPECT_EQ(zvxu_atomic_get(&comp_.omx_state), static_cast<uint32_t>(OMX_StateLoaded));
+    EXPECT_STREQ(comp_.name, "OMX.DHQ.video.k7nn.decoder");
+    EXPECT_EQ(comp_.alloc_params.planar_alloc_frame_width, 176);
+    EXPECT_EQ(comp_.alloc_params.planar_alloc_frame_height, 144);
+    EXPECT_NE(comp_.driver_fd, -1);
+    EXPECT_FALSE(comp_.session_created);
+    EXPECT_EQ(handle_.omx.nSize, sizeof(OMX_COMPONENTTYPE));
+    EXPECT_EQ(handle_.omx.pComponentPrivate, &comp_);
+    ASSERT_NE(handle_.omx.GetParameter, nullptr);
+    ASSERT_NE(handle_.omx.SetParameter, nullptr);
+    EXPECT_EQ(handle_.omx.GetConfig, handle_.omx.GetParameter);
+    EXPECT_EQ(handle_.omx.SetConfig, handle_.omx.SetParameter);
 }
 
 TEST_F(Component, ExtraDataFollowsTcxAndInterlace)
 {
-    EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(comp.get(), 1), 0u);
-    ASSERT_TRUE(zvx_omx_common_component_tcx_enable(comp.get(), 1, true, false, false));
-    EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(comp.get(), 1), ZVX_OMX_ABI_SIZE(64u, 128u));
+    EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(&comp_, 1), 0u);
+    ASSERT_TRUE(zvx_omx_common_component_tcx_enable(&comp_, 1, true, false, false));
+    EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(&comp_, 1), ZVX_OMX_ABI_SIZE(64u, 128u));
     auto *sequence = static_cast<QURO_PARAM_SEQUENECE_PARAMETERS *>(
-        zvx_omx_config_find(&comp->ports[1].config_and_params, QURO_IndexParamSequenceParameters, 0));
+        zvx_omx_config_find(&comp_.ports[1].config_and_params, QURO_IndexParamSequenceParameters, 0));
     ASSERT_NE(sequence, nullptr);
     sequence->bInterlace = 1;
-    EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(comp.get(), 1), ZVX_OMX_ABI_SIZE(96u, 192u));
+    EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(&comp_, 1), ZVX_OMX_ABI_SIZE(96u, 192u));
     EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(nullptr, 1), 0u);
 }
 
 TEST_F(Component, TcxQueriesGuardPortsAndReportSubFlags)
 {
-    EXPECT_FALSE(zvx_omx_common_component_tcx_enable(comp.get(), 0, true, true, true)); // bitstream port
-    EXPECT_FALSE(zvx_omx_common_component_tcx_enable(comp.get(), 2, true, true, true));
-    ASSERT_TRUE(zvx_omx_common_component_tcx_enable(comp.get(), 1, true, true, false));
+    EXPECT_FALSE(zvx_omx_common_component_tcx_enable(&comp_, 0, true, true, true)); // bitstream port
+    EXPECT_FALSE(zvx_omx_common_component_tcx_enable(&comp_, 2, true, true, true));
+    ASSERT_TRUE(zvx_omx_common_component_tcx_enable(&comp_, 1, true, true, false));
 
     OMX_BOOL tiles = OMX_FALSE;
     OMX_BOOL wideblk = OMX_TRUE;
-    EXPECT_TRUE(zvx_omx_common_component_is_tcx_enabled(comp.get(), 1, &tiles, &wideblk));
+    EXPECT_TRUE(zvx_omx_common_component_is_tcx_enabled(&comp_, 1, &tiles, &wideblk));
     EXPECT_EQ(tiles, OMX_TRUE);
     EXPECT_EQ(wideblk, OMX_FALSE);
 
     tiles = static_cast<OMX_BOOL>(7);
-    EXPECT_FALSE(zvx_omx_common_component_is_tcx_enabled(comp.get(), 0, &tiles, nullptr));
-    EXPECT_FALSE(zvx_omx_common_component_is_tcx_enabled(comp.get(), OMX_U32(-1), &tiles, nullptr));
+    EXPECT_FALSE(zvx_omx_common_component_is_tcx_enabled(&comp_, 0, &tiles, nullptr));
+    EXPECT_FALSE(zvx_omx_common_component_is_tcx_enabled(&comp_, OMX_U32(-1), &tiles, nullptr));
     EXPECT_EQ(tiles, 7) << "outputs stay untouched without a setting";
-    EXPECT_FALSE(zvx_omx_common_component_is_dmabuf_enabled(comp.get(), 1));
-    EXPECT_FALSE(zvx_omx_common_component_is_metadata_in_buffer_enabled(comp.get(), 5));
+    EXPECT_FALSE(zvx_omx_common_component_is_dmabuf_enabled(&comp_, 1));
+    EXPECT_FALSE(zvx_omx_common_component_is_metadata_in_buffer_enabled(&comp_, 5));
 }
 
 TEST_F(Component, AllocParamsNeverShrinkStrideOrSliceHeight)
@@ -111,28 +99,28 @@ TEST_F(Component, AllocParamsNeverShrinkStrideOrSliceHeight)
     ASSERT_NE(def, nullptr);
     def->format.video.nStride = 4096;
     def->format.video.nSliceHeight = 100;
-    comp->alloc_params.planar_alloc_frame_width = 1920;
-    comp->alloc_params.planar_alloc_frame_height = 1088;
+    comp_.alloc_params.planar_alloc_frame_width = 1920;
+    comp_.alloc_params.planar_alloc_frame_height = 1088;
 
-    zvx_omx_common_component_update_portdef_from_alloc_params(comp.get());
+    zvx_omx_common_component_update_portdef_from_alloc_params(&comp_);
     EXPECT_EQ(def->format.video.nFrameWidth, 1920u);
     EXPECT_EQ(def->format.video.nFrameHeight, 1088u);
     EXPECT_EQ(def->format.video.nStride, 4096);
     EXPECT_EQ(def->format.video.nSliceHeight, 1088u);
 
-    comp->alloc_params_state = ZVX_ALLOC_PARAMS_UPDATED;
-    comp->alloc_params.planar_alloc_frame_width = 640;
-    zvx_omx_common_component_update_portdef_from_alloc_params(comp.get());
+    comp_.alloc_params_state = ZVX_ALLOC_PARAMS_UPDATED;
+    comp_.alloc_params.planar_alloc_frame_width = 640;
+    zvx_omx_common_component_update_portdef_from_alloc_params(&comp_);
     EXPECT_EQ(def->format.video.nFrameWidth, 1920u);
 }
 
 TEST_F(Component, CropUpdateKeepsTheOrigin)
 {
     auto *crop = static_cast<OMX_CONFIG_RECTTYPE *>(
-        zvx_omx_config_find(&comp->ports[1].config_and_params, OMX_IndexConfigCommonOutputCrop, 0));
+        zvx_omx_config_find(&comp_.ports[1].config_and_params, OMX_IndexConfigCommonOutputCrop, 0));
     ASSERT_NE(crop, nullptr);
     crop->nLeft = 8;
-    zvx_omx_common_component_update_crop_rect(comp.get(), 1, 1280, 720);
+    zvx_omx_common_component_update_crop_rect(&comp_, 1, 1280, 720);
     EXPECT_EQ(crop->nLeft, 8);
     EXPECT_EQ(crop->nWidth, 1280u);
     EXPECT_EQ(crop->nHeight, 720u);
@@ -143,20 +131,20 @@ TEST_F(Component, SessionIsCreatedWithSettingsAndDestroyedOnce)
     bb_cb.bbcb_destroy_session = count_destroy_session;
     bb_cb.bbcb_set_parameter = count_port_definitions;
 
-    ASSERT_TRUE(zvx_omx_common_component_create_session(comp.get()));
-    EXPECT_TRUE(comp->session_created);
+    ASSERT_TRUE(zvx_omx_common_component_create_session(&comp_));
+    EXPECT_TRUE(comp_.session_created);
     EXPECT_EQ(port_definitions_sent, 2);
 
-    zvx_omx_common_component_destroy_session(comp.get());
-    zvx_omx_common_component_destroy_session(comp.get());
+    zvx_omx_common_component_destroy_session(&comp_);
+    zvx_omx_common_component_destroy_session(&comp_);
     EXPECT_EQ(destroy_session_calls, 1);
 }
 
 TEST_F(Component, SessionNeedsARole)
 {
     zvx_omx_config_key key = {OMX_IndexParamStandardComponentRole, 0};
-    zvx_map_erase(&comp->config_and_params, &key);
-    EXPECT_FALSE(zvx_omx_common_component_create_session(comp.get()));
+    zvx_map_erase(&comp_.config_and_params, &key);
+    EXPECT_FALSE(zvx_omx_common_component_create_session(&comp_));
     EXPECT_FALSE(zvx_omx_common_component_create_session(nullptr));
 }
 

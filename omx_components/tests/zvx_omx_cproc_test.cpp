@@ -137,6 +137,14 @@ void queue_recorded(zvx_omx_common_component *comp, int id, int runs)
     ASSERT_TRUE(zvx_omx_common_component_queue_command(comp, &command->head));
 }
 
+void queue_function(zvx_omx_common_component *comp, command_function_t function)
+{
+    auto *command =
+        static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
+    command->function = function;
+    ASSERT_TRUE(zvx_omx_common_component_queue_command(comp, command));
+}
+
 size_t run_count()
 {
     std::lock_guard<std::mutex> lock(log_mutex);
@@ -167,10 +175,7 @@ TEST_F(CommandProcessor, UnfinishedCommandRunsAgainBehindLaterOnesUntilDone)
     zvx_omx_common_cproc_invoker_start(&comp_);
     // Holds the thread until everything is queued, so that the order of the runs is fixed.
     gate_open = false;
-    auto *gate =
-        static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
-    gate->function = wait_at_gate;
-    ASSERT_TRUE(zvx_omx_common_component_queue_command(&comp_, gate));
+    queue_function(&comp_, wait_at_gate);
     queue_recorded(&comp_, 1, 3);
     queue_recorded(&comp_, 2, 1);
     queue_recorded(&comp_, 3, 1);
@@ -207,10 +212,7 @@ TEST_F(CommandProcessor, UnfinishedCommandLeftBehindTheExitIsFreedWithTheQueue)
 {
     take_run_log();
     zvx_omx_common_cproc_invoker_start(&comp_);
-    auto *gate =
-        static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
-    gate->function = wait_for_exit_command;
-    ASSERT_TRUE(zvx_omx_common_component_queue_command(&comp_, gate));
+    queue_function(&comp_, wait_for_exit_command);
     queue_recorded(&comp_, 1, 1000);
     queue_recorded(&comp_, 2, 1);
     // Each runs once, then the exit command stops the thread with 1 queued again.
@@ -248,10 +250,7 @@ TEST_F(CommandProcessor, OnlyTheComponentsOwnThreadIsItsCommandThread)
 {
     seen_on_command_thread = -1;
     zvx_omx_common_cproc_invoker_start(&comp_);
-    auto *command =
-        static_cast<zvx_omx_common_cproc_command_data *>(zvx_mem_malloc(sizeof(zvx_omx_common_cproc_command_data)));
-    command->function = note_thread;
-    ASSERT_TRUE(zvx_omx_common_component_queue_command(&comp_, command));
+    queue_function(&comp_, note_thread);
     zvx_omx_common_cproc_invoker_exit(&comp_);
     EXPECT_EQ(seen_on_command_thread.load(), 1);
     EXPECT_FALSE(zvx_omx_common_cproc_on_command_thread(&comp_));

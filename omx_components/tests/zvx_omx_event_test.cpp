@@ -10,36 +10,8 @@
 
 namespace {
 
-/* An event allocated to its exact size, so that a read past its end is caught by the sanitizers. */
-std::unique_ptr<zvx_base_event_header, void (*)(void *)> zvxp_event(uint16_t code, const void *payload, uint16_t size)
-{
-    auto *event = static_cast<zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + size));
-    event->code = code;
-    event->size = size;
-    if (size != 0) {
-        std::memcpy(event->data, payload, size);
-    }
-    return {event, [](void *memory) { zvx_mem_free(memory); }};
-}
-
-class Events : public ::testing::Test {
+class Events : public zvx_dispatch_test {
 protected:
-    void SetUp() override
-    {
-        bb_reset_cb();
-        zvx_omx_common_component_set_type(&comp_, ZVX_OMX_DECODER);
-        OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
-        ASSERT_EQ(zvx_omx_common_component_init(&handle_, &comp_, &client_, &callbacks), OMX_ErrorNone);
-        ASSERT_EQ(zvx_omx_config_decoder(&comp_.ports[0].config_and_params, &comp_.ports[1].config_and_params),
-                  OMX_ErrorNone);
-    }
-    void TearDown() override { zvx_omx_common_component_destroy(&comp_); }
-
-    void dispatch(uint16_t code, const void *payload, uint16_t size)
-    {
-        zvxp_omx_handle_event(&comp_, zvxp_event(code, payload, size).get());
-    }
-
     /* A buffer of the size the port asks for, registered on the way to Idle. */
     OMX_BUFFERHEADERTYPE *allocate(OMX_U32 port)
     {
@@ -50,10 +22,6 @@ protected:
                   OMX_ErrorNone);
         return header;
     }
-
-    zvx_test_client client_;
-    zvx_omx_common_component comp_;
-    zvx_omx_component handle_;
 };
 
 TEST_F(Events, ShortUnknownAndUnterminatedEventsAreDroppedWithoutReadingPastThem)

@@ -67,11 +67,10 @@ TEST_P(FlushInState, EndsInOneCompletionPerPortOrAnError)
     const OMX_U32 port = std::get<1>(GetParam());
     drive_to(in);
     send(OMX_CommandFlush, port);
+    const std::vector<OMX_U32> ports = port == OMX_ALL ? std::vector<OMX_U32>{0, 1} : std::vector<OMX_U32>{port};
     std::vector<zvx_test_event> expected;
-    for (OMX_U32 each : {0u, 1u}) {
-        if (port == each || port == OMX_ALL) {
-            expected.push_back(zvx_complete(OMX_CommandFlush, each));
-        }
+    for (OMX_U32 each : ports) {
+        expected.push_back(zvx_complete(OMX_CommandFlush, each));
     }
     if (in == OMX_StateInvalid) {
         expected = {zvx_error(OMX_ErrorInvalidState, port)};
@@ -81,11 +80,9 @@ TEST_P(FlushInState, EndsInOneCompletionPerPortOrAnError)
     if (running) {
         zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
     }
-    if (running || in == OMX_StatePause) {
-        for (OMX_U32 each : {0u, 1u}) {
-            if (port == each || port == OMX_ALL) {
-                zvx_answer_flush(comp_, each);
-            }
+    for (OMX_U32 each : ports) {
+        if (running || in == OMX_StatePause) {
+            zvx_answer_flush(comp_, each);
         }
     }
     if (running) {
@@ -120,8 +117,7 @@ TEST_F(Commands, EnableOutsideLoadedWaitsUntilThePortIsPopulated)
         definition = *zvx_omx_port_get_definition(&comp_->ports[0]);
     }
     EXPECT_EQ(definition.bEnabled, OMX_TRUE);
-    zvx_sync(comp_);
-    zvx_sync(comp_);
+    settle(2);
     EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{});
     const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, definition.nBufferCountActual);
     expect_events({zvx_complete(OMX_CommandPortEnable, 0)});
@@ -129,20 +125,14 @@ TEST_F(Commands, EnableOutsideLoadedWaitsUntilThePortIsPopulated)
 
 TEST_F(Commands, DisableWithSessionStopsFlushesWaitsForFreedBuffersAndRestarts)
 {
-    send(OMX_CommandPortDisable, 1);
-    expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
-    send(OMX_CommandStateSet, OMX_StateIdle);
-    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, 5);
-    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
-    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+    disable_output();
+    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = idle_with_inputs(5);
 
     send(OMX_CommandPortDisable, 0);
     zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
     zvx_answer_flush(comp_, 0);
     zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
-    for (int round = 0; round < 20; ++round) {
-        zvx_sync(comp_);
-    }
+    settle(20);
     EXPECT_EQ(zvx_omx_state_port_transition(comp_, 0), ZVX_OMX_PORT_DISABLING);
     EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "completed with buffers still registered";
     free_all(0, buffers);
@@ -178,13 +168,10 @@ TEST_F(Commands, IdleShortOfBuffersWaitsAsleepAndEndsInInsufficientResourcesWhen
 // ran out, a quarter of a second after the change was sent.
 TEST_F(Commands, IdleWaitingForBuffersCompletesWhenTheLastOneArrives)
 {
-    send(OMX_CommandPortDisable, 1);
-    expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+    disable_output();
     const auto sent = std::chrono::steady_clock::now();
     send(OMX_CommandStateSet, OMX_StateIdle);
-    for (int round = 0; round < 5; ++round) {
-        zvx_sync(comp_);
-    }
+    settle(5);
     std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, definition(0).nBufferCountActual);
     zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
     expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
@@ -199,47 +186,16 @@ TEST_F(Commands, IdleWaitingForBuffersCompletesWhenTheLastOneArrives)
 // of WaitForResources, completes only once they are.
 TEST_F(Commands, LoadedAfterAFailedIdleWaitsForItsBuffersToBeFreed)
 {
-    send(OMX_CommandPortDisable, 1);
-    expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+    disable_output();
     send(OMX_CommandStateSet, OMX_StateIdle);
     const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, definition(0).nBufferCountActual - 1);
     EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_error(OMX_ErrorInsufficientResources, OMX_StateIdle)});
     change_state(OMX_StateWaitForResources);
     send(OMX_CommandStateSet, OMX_StateLoaded);
-    for (int round = 0; round < 5; ++round) {
-        zvx_sync(comp_);
-    }
+    settle(5);
     EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "Loaded with buffers still registered";
     free_all(0, buffers);
     expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
-}
-
-int zvxp_destroyed_sessions;
-
-/* What a GStreamer pipeline does from start to teardown, buffers allocated after the command. */
-TEST_F(Commands, ClientLifecycleFromLoadedToExecutingAndBack)
-{
-    zvxp_destroyed_sessions = 0;
-    bb_cb.bbcb_destroy_session = [](int) { ++zvxp_destroyed_sessions; };
-    send(OMX_CommandPortDisable, 1);
-    expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
-    send(OMX_CommandStateSet, OMX_StateIdle);
-    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, 5);
-    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
-    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
-    change_state(OMX_StateExecuting);
-    for (OMX_U32 port : {0u, 1u}) {
-        send(OMX_CommandFlush, port);
-        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
-        zvx_answer_flush(comp_, port);
-        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
-        expect_events({zvx_complete(OMX_CommandFlush, port)});
-    }
-    change_state(OMX_StateIdle);
-    send(OMX_CommandStateSet, OMX_StateLoaded);
-    free_all(0, buffers);
-    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
-    EXPECT_EQ(zvxp_destroyed_sessions, 1);
 }
 
 TEST_F(Commands, HungSessionMakesTheComponentInvalidAndEndsAFlushWaitingForIt)
@@ -298,19 +254,12 @@ TEST_F(Commands, SetCallbacksFromManyThreadsNeverSplitsHandlerFromItsAppData)
     auto tables = zvxp_thread_handlers(std::make_index_sequence<ZVXP_CLIENT_THREADS>());
     zvxp_paired = 0;
     zvxp_mispaired = 0;
-    std::vector<std::thread> clients;
-    clients.reserve(ZVXP_CLIENT_THREADS);
-    for (int thread = 0; thread < ZVXP_CLIENT_THREADS; ++thread) {
-        clients.emplace_back([&, thread] {
-            for (int round = 0; round < ZVXP_ROUNDS; ++round) {
-                omx_->SetCallbacks(omx_, &tables[thread], &zvxp_app_data[thread]);
-                omx_->SendCommand(omx_, round % 2 == 0 ? OMX_CommandPortEnable : OMX_CommandPortDisable, 0, nullptr);
-            }
-        });
-    }
-    for (std::thread &client : clients) {
-        client.join();
-    }
+    zvx_on_threads(ZVXP_CLIENT_THREADS, [&](int thread) {
+        for (int round = 0; round < ZVXP_ROUNDS; ++round) {
+            omx_->SetCallbacks(omx_, &tables[thread], &zvxp_app_data[thread]);
+            omx_->SendCommand(omx_, round % 2 == 0 ? OMX_CommandPortEnable : OMX_CommandPortDisable, 0, nullptr);
+        }
+    });
     destroy();
     EXPECT_EQ(zvxp_mispaired.load(), 0);
     EXPECT_EQ(zvxp_paired.load(), ZVXP_CLIENT_THREADS * ZVXP_ROUNDS);

@@ -11,34 +11,12 @@
 
 namespace {
 
-class StreamSettings : public ::testing::Test {
+class StreamSettings : public zvx_dispatch_test {
 protected:
-    void SetUp() override
-    {
-        bb_reset_cb();
-        zvx_omx_common_component_set_type(&comp_, ZVX_OMX_DECODER);
-        OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
-        ASSERT_EQ(zvx_omx_common_component_init(&handle_, &comp_, &client_, &callbacks), OMX_ErrorNone);
-        ASSERT_EQ(zvx_omx_config_decoder(&comp_.ports[0].config_and_params, &comp_.ports[1].config_and_params),
-                  OMX_ErrorNone);
-        omx_ = &handle_.omx;
-    }
     void TearDown() override
     {
-        zvx_omx_common_component_destroy(&comp_);
+        zvx_dispatch_test::TearDown();
         EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{});
-    }
-
-    /* The event allocated to its exact size, so that a read past it is caught. */
-    template <typename Payload> void dispatch(uint16_t code, const Payload &payload)
-    {
-        auto *event =
-            static_cast<zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + sizeof(payload)));
-        event->code = code;
-        event->size = sizeof(payload);
-        std::memcpy(event->data, &payload, sizeof(payload));
-        zvxp_omx_handle_event(&comp_, event);
-        zvx_mem_free(event);
     }
 
     template <typename T> T get(OMX_INDEXTYPE index, OMX_U32 port)
@@ -60,11 +38,6 @@ protected:
         param.data.colour_description.matrix_coeff = matrix;
         return param;
     }
-
-    zvx_test_client client_;
-    zvx_omx_common_component comp_;
-    zvx_omx_component handle_;
-    OMX_COMPONENTTYPE *omx_ = nullptr;
 };
 
 TEST_F(StreamSettings, AllocationParametersSizeTheOutputUntilItHasProduced)

@@ -12,10 +12,12 @@
 #include <cstring>
 #include <functional>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "zvx_blackbox.h"
 #include "zvx_mem.h"
+#include "zvx_omx_config.h"
 #include "zvx_omx_decoder_component.h"
 #include "zvx_omx_event.h"
 
@@ -218,6 +220,65 @@ inline void zvx_sync(zvx_omx_common_component *comp)
     ASSERT_EQ(synced.load(), 1);
 }
 
+/* The session's event as the command thread gets it, allocated to its exact size so that a read past its
+ * end is caught by the sanitizers. */
+inline void zvx_dispatch(zvx_omx_common_component *comp, uint16_t code, const void *payload, uint16_t size)
+{
+    auto *event = static_cast<zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + size));
+    event->code = code;
+    event->size = size;
+    if (size != 0) {
+        std::memcpy(event->data, payload, size);
+    }
+    zvxp_omx_handle_event(comp, event);
+    zvx_mem_free(event);
+}
+
+/* A decoder's common part with its settings and the recording client but no command thread: the test
+ * dispatches the session's events on its own. */
+class zvx_dispatch_test : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        bb_reset_cb();
+        zvx_omx_common_component_set_type(&comp_, ZVX_OMX_DECODER);
+        OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
+        ASSERT_EQ(zvx_omx_common_component_init(&handle_, &comp_, &client_, &callbacks), OMX_ErrorNone);
+        ASSERT_EQ(zvx_omx_config_decoder(&comp_.ports[0].config_and_params, &comp_.ports[1].config_and_params),
+                  OMX_ErrorNone);
+        omx_ = &handle_.omx;
+    }
+    void TearDown() override
+    {
+        zvx_omx_common_component_destroy(&comp_);
+        bb_reset_cb();
+    }
+
+    void dispatch(uint16_t code, const void *payload, uint16_t size) { zvx_dispatch(&comp_, code, payload, size); }
+    template <typename Payload> void dispatch(uint16_t code, const Payload &payload)
+    {
+        zvx_dispatch(&comp_, code, &payload, sizeof(payload));
+    }
+
+    zvx_test_client client_;
+    zvx_omx_common_component comp_;
+    zvx_omx_component handle_;
+    OMX_COMPONENTTYPE *omx_ = nullptr;
+};
+
+/* Runs body(index) on count threads at once and waits for them all. */
+template <typename Body> void zvx_on_threads(int count, Body body)
+{
+    std::vector<std::thread> threads;
+    threads.reserve(static_cast<size_t>(count));
+    for (int index = 0; index < count; ++index) {
+        threads.emplace_back(body, index);
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+}
+
 /* A decoder in Loaded behind its handle, with the recording client; every event a test causes must be
  * taken by the test. */
 class zvx_decoder_test : public ::testing::Test {
@@ -290,6 +351,31 @@ protected:
         expect_events({zvx_complete(OMX_CommandStateSet, target)});
     }
 
+    /* Output disabled on the way to Idle, as GStreamer does. */
+    void disable_output()
+    {
+        send(OMX_CommandPortDisable, 1);
+        expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
+    }
+
+    /* Idle from Loaded with count input buffers and the output disabled; returns the inputs. */
+    std::vector<OMX_BUFFERHEADERTYPE *> idle_with_inputs(size_t count)
+    {
+        send(OMX_CommandStateSet, OMX_StateIdle);
+        std::vector<OMX_BUFFERHEADERTYPE *> inputs = allocate(0, count);
+        zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+        expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
+        return inputs;
+    }
+
+    /* Lets the command thread run what it has queued, rounds times over. */
+    void settle(int rounds)
+    {
+        for (int round = 0; round < rounds; ++round) {
+            zvx_sync(comp_);
+        }
+    }
+
     /* Both ports disabled, so that Idle needs no buffers, then along the shortest path. */
     void drive_to(OMX_STATETYPE target)
     {
@@ -311,12 +397,7 @@ protected:
 
     OMX_PARAM_PORTDEFINITIONTYPE definition(OMX_U32 port)
     {
-        OMX_PARAM_PORTDEFINITIONTYPE record = {};
-        record.nSize = sizeof(record);
-        record.nVersion.s.nVersionMajor = 1;
-        record.nVersion.s.nVersionMinor = 1;
-        record.nVersion.s.nRevision = 2;
-        record.nPortIndex = port;
+        auto record = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
         EXPECT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &record), OMX_ErrorNone);
         return record;
     }

@@ -1,8 +1,9 @@
-// Real clients load the built core by path: GStreamer's OpenMAX plugin, pointed at it by a gstomx.conf
-// of the test's own, and FFmpeg's h264_omx. The core's devices decode and encode with libavcodec; the
-// tests check flow: counts, sizes, order, timestamps, the end of stream and the exit status. Where the
-// core is built with AddressSanitizer, the clients run with its runtime preloaded, and a leak whose
-// allocation passed through this project's code fails the test.
+// GStreamer's OpenMAX plugin loads the built core by path, pointed at it by a gstomx.conf of the test's
+// own. The core's devices decode and encode with libavcodec; these tests check flow: counts, sizes,
+// order, timestamps, the end of stream, a teardown mid-stream and the exit status (the pictures' bytes
+// and FFmpeg's h264_omx are the decode and encode tests'). Where the core is built with
+// AddressSanitizer, the clients run with its runtime preloaded, and a leak whose allocation passed
+// through this project's code fails the test.
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -11,7 +12,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -23,7 +23,6 @@ constexpr const char *ZVXP_CORE = ZVX_OMX_CORE_PATH;
 constexpr const char *ZVXP_PRELOAD = ZVX_CLIENT_PRELOAD;
 constexpr int64_t ZVXP_FRAME_NS = 1000000000 / 30;
 constexpr uint32_t ZVXP_QVGA_I420_BYTES = 320 * 240 * 3 / 2;
-constexpr uint32_t ZVXP_VGA_I420_BYTES = 640 * 480 * 3 / 2;
 
 struct run_result {
     int status;
@@ -192,37 +191,6 @@ TEST_F(GStreamer, DecodesAnX264StreamInPresentationOrderToTheEnd)
     expect_clean(result);
 }
 
-// The core's device decodes for real: GStreamer gets the very pictures its own software decoder makes
-// of the same stream, B-frames and all.
-TEST_F(GStreamer, DecodedPicturesAreThoseOfGStreamersSoftwareDecoder)
-{
-    if (run("gst-inspect-1.0 avdec_h264").status != 0)
-        GTEST_SKIP() << "GStreamer's libav plugin is not installed (scripts/setup.sh installs it)";
-    const std::string stream = (dir_ / "in.h264").string();
-    const std::string ours = (dir_ / "ours.yuv").string();
-    const std::string theirs = (dir_ / "theirs.yuv").string();
-    ASSERT_EQ(
-        run("gst-launch-1.0 -q videotestsrc num-buffers=30 ! " + std::string(ZVXP_QVGA) +
-            " ! x264enc bframes=2 ! h264parse ! video/x-h264,stream-format=byte-stream ! filesink location=" + stream)
-            .status,
-        0);
-    const run_result decoded = launch("filesrc location=" + stream + " ! h264parse ! omxh264dec ! " + ZVXP_QVGA +
-                                      " ! filesink location=" + ours);
-    EXPECT_EQ(decoded.status, 0) << decoded.output;
-    ASSERT_EQ(run("gst-launch-1.0 -q filesrc location=" + stream + " ! h264parse ! avdec_h264 ! " + ZVXP_QVGA +
-                  " ! filesink location=" + theirs)
-                  .status,
-              0);
-    const auto bytes_of = [](const std::string &path) {
-        std::ifstream file(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    };
-    const std::string picture_bytes = bytes_of(ours);
-    EXPECT_EQ(picture_bytes.size(), size_t{30} * ZVXP_QVGA_I420_BYTES);
-    EXPECT_TRUE(picture_bytes == bytes_of(theirs));
-    expect_clean(decoded);
-}
-
 TEST_F(GStreamer, EncodesSixtyPicturesToTheEnd)
 {
     const run_result result = launch("videotestsrc num-buffers=60 ! omxh264enc ! fakesink silent=false");
@@ -239,32 +207,6 @@ TEST_F(GStreamer, EncodesSixtyPicturesToTheEnd)
     expect_clean(result);
 }
 
-// Two streams of different sizes one after the other: the decoder is told the stream changed, reports
-// the new output settings, and the client reconfigures it and goes on.
-TEST_F(GStreamer, DecoderFollowsAStreamThatChangesSizeMidway)
-{
-    const run_result result =
-        launch(std::string("concat name=streams ! h264parse ! omxh264dec ! fakesink silent=false ") +
-               "videotestsrc num-buffers=30 ! " + ZVXP_QVGA + " ! x264enc ! streams. " +
-               "videotestsrc num-buffers=30 ! video/x-raw,format=I420,width=640,height=480,framerate=30/1 ! " +
-               "x264enc ! streams.");
-    EXPECT_EQ(result.status, 0) << result.output;
-    EXPECT_NE(result.output.find("Got EOS from element"), std::string::npos) << result.output;
-    const std::vector<sunk_buffer> frames = sunk_buffers(result.output);
-    ASSERT_EQ(frames.size(), 60u) << result.output;
-    for (size_t i = 0; i < frames.size(); ++i)
-        EXPECT_EQ(frames[i].bytes, i < 30 ? ZVXP_QVGA_I420_BYTES : ZVXP_VGA_I420_BYTES) << "frame " << i;
-    const std::regex output_caps(
-        R"(omxh264dec0\.GstPad:src: caps = video/x-raw.*width=\(int\)(\d+), height=\(int\)(\d+))");
-    std::vector<std::string> sizes;
-    for (std::sregex_iterator it(result.output.begin(), result.output.end(), output_caps), end; it != end; ++it)
-        sizes.push_back((*it)[1].str() + "x" + (*it)[2].str());
-    ASSERT_FALSE(sizes.empty());
-    EXPECT_EQ(sizes.front(), "320x240");
-    EXPECT_EQ(sizes.back(), "640x480");
-    expect_clean(result);
-}
-
 // The pipeline is interrupted while pictures stream through a live source: GStreamer sets it to NULL at
 // once, flushing, idling and unloading the decoder with buffers in flight. A buffer the component kept
 // would stall the teardown until the time-out, or come back as an error from FreeBuffer.
@@ -278,26 +220,6 @@ TEST_F(GStreamer, TeardownMidStreamGivesEveryBufferBack)
     EXPECT_NE(result.output.find("Freeing pipeline"), std::string::npos) << result.output;
     EXPECT_GT(sunk_buffers(result.output).size(), 10u) << "stopped before the stream flowed";
     EXPECT_EQ(result.output.find("Got EOS from element"), std::string::npos) << "ended before the interrupt";
-    expect_clean(result);
-}
-
-TEST_F(RealClient, FFmpegEncodesThirtyFramesThroughTheCore)
-{
-    if (!program_exists("ffmpeg"))
-        GTEST_SKIP() << "ffmpeg is not installed (scripts/setup.sh installs it)";
-    if (run("ffmpeg -hide_banner -encoders").output.find("h264_omx") == std::string::npos)
-        GTEST_SKIP() << "this ffmpeg was built without the h264_omx encoder";
-    const run_result result = run(client(std::string("ffmpeg -hide_banner -nostdin -f lavfi -i "
-                                                     "testsrc=size=320x240:rate=30 -frames:v 30 -c:v h264_omx "
-                                                     "-omx_libname ") +
-                                         ZVXP_CORE + " -f null -"));
-    EXPECT_EQ(result.status, 0) << result.output;
-    EXPECT_NE(result.output.find("Using OMX.DHQ.video.k7nn.encoder"), std::string::npos) << result.output;
-    const std::regex progress(R"(frame= *(\d+))");
-    std::string frames;
-    for (std::sregex_iterator it(result.output.begin(), result.output.end(), progress), end; it != end; ++it)
-        frames = (*it)[1];
-    EXPECT_EQ(frames, "30") << result.output;
     expect_clean(result);
 }
 

@@ -181,6 +181,7 @@ protected:
         spec_.log_mask = QURO_UTF_LOG_DEFAULT;
         ASSERT_EQ(quro_utf_test_default_setup(&result_pool_, &suite_pool_, &results_), 0);
         suite_ = quro_utf_create_suite(&suite_pool_, "S", 2, nullptr, remove_fixture, results_, nullptr);
+        benchmark_.name = "b";
     }
 
     void TearDown() override
@@ -203,6 +204,17 @@ protected:
         return lines;
     }
 
+    /* Timings of fixture 0, then one of fixture 1, of a benchmark test. */
+    void add_benchmarks(std::initializer_list<float> first, float second)
+    {
+        for (float count : first) {
+            quro_utf_add_result(results_, suite_, &benchmark_, 0, QURO_UTF_RESULT_BENCHMARK,
+                                "Count: x, Units: \"u\", Type: 0", count);
+        }
+        quro_utf_add_result(results_, suite_, &benchmark_, 1, QURO_UTF_RESULT_BENCHMARK,
+                            "Count: y, Units: \"u\", Type: 0", second);
+    }
+
     static void remove_fixture(quro_utf_suite *) { ++removed; }
 
     static inline int removed = 0;
@@ -211,6 +223,7 @@ protected:
     quro_utf_mempool suite_pool_{};
     quro_utf_result_set *results_ = nullptr;
     quro_utf_suite *suite_ = nullptr;
+    quro_utf_test benchmark_{};
 };
 
 TEST_F(FrameworkRun, VerdictsAgainstDeclaredOutcomes)
@@ -290,13 +303,7 @@ TEST_F(FrameworkRun, BenchmarkRepeatsFoldIntoTheFirstRecord)
 {
     results_->benchmark_repeats = 3;
     results_->benchmark_consolidate_method = QURO_UTF_CONSOLIDATE_MAX;
-    quro_utf_test test{};
-    test.name = "b";
-    for (float count : {2.0f, 7.0f, 4.0f}) {
-        quro_utf_add_result(results_, suite_, &test, 0, QURO_UTF_RESULT_BENCHMARK, "Count: x, Units: \"u\", Type: 0",
-                            count);
-    }
-    quro_utf_add_result(results_, suite_, &test, 1, QURO_UTF_RESULT_BENCHMARK, "Count: y, Units: \"u\", Type: 0", 1.0f);
+    add_benchmarks({2.0f, 7.0f, 4.0f}, 1.0f);
     testing::internal::CaptureStdout();
     EXPECT_EQ(quro_utf_print_result_details(results_, QURO_UTF_LOG_DEFAULT), QURO_UTF_RESULT_PASS);
     testing::internal::GetCapturedStdout();
@@ -442,13 +449,7 @@ TEST_F(FrameworkRun, FixtureThatCannotBeCreatedFailsFatallyWithoutRunningItsTest
 TEST_F(FrameworkRun, ConsolidationOfAHugeRepeatCountUsesTheTimingsGathered)
 {
     results_->benchmark_repeats = 0xFFFFFFFFu;
-    quro_utf_test test{};
-    test.name = "b";
-    for (float count : {2.0f, 4.0f}) {
-        quro_utf_add_result(results_, suite_, &test, 0, QURO_UTF_RESULT_BENCHMARK, "Count: x, Units: \"u\", Type: 0",
-                            count);
-    }
-    quro_utf_add_result(results_, suite_, &test, 1, QURO_UTF_RESULT_BENCHMARK, "Count: y, Units: \"u\", Type: 0", 5.0f);
+    add_benchmarks({2.0f, 4.0f}, 5.0f);
     testing::internal::CaptureStdout();
     quro_utf_print_result_details(results_, QURO_UTF_LOG_DEFAULT);
     const std::string out = testing::internal::GetCapturedStdout();
