@@ -74,6 +74,26 @@ const void *zvxp_address(const OMX_BUFFERHEADERTYPE *header)
     return header;
 }
 
+/* The command an answer goes to, and the earliest call among those it could answer. */
+struct zvxp_answered {
+    std::deque<zvx_seq_expected>::iterator entry;
+    uint64_t earliest_sent_at;
+};
+
+/* SendCommands from two threads overlap: one whose call has not returned may still be queued behind one
+ * accepted meanwhile, so a match known to be in the component (accepted, or already partly answered)
+ * takes the answer first. What the answer requires of the buffers dates from the earliest match,
+ * whichever of them the component had first. */
+template <typename Matches, typename Known>
+zvxp_answered zvxp_find_answered(std::deque<zvx_seq_expected> &expected, Matches matches, Known known)
+{
+    const auto first = std::find_if(expected.begin(), expected.end(), matches);
+    const auto in_component = std::find_if(
+        first, expected.end(), [&](const zvx_seq_expected &entry) { return known(entry) && matches(entry); });
+    const auto entry = in_component != expected.end() ? in_component : first;
+    return {entry, entry != expected.end() ? std::min(first->sent_at, entry->sent_at) : 0};
+}
+
 } // namespace
 
 const char *zvx_seq_fault_name(zvx_seq_fault fault)
@@ -343,9 +363,13 @@ void zvx_seq_model::on_complete(OMX_U32 command, OMX_U32 param)
 {
     const std::string answer =
         "CmdComplete(" + zvx_seq_describe_command(static_cast<OMX_COMMANDTYPE>(command), param) + ")";
-    const auto found = std::find_if(expected_.begin(), expected_.end(), [&](const zvx_seq_expected &entry) {
-        return static_cast<OMX_U32>(entry.command) == command && entry.param == param;
-    });
+    const zvxp_answered answered = zvxp_find_answered(
+        expected_,
+        [&](const zvx_seq_expected &entry) {
+            return static_cast<OMX_U32>(entry.command) == command && entry.param == param;
+        },
+        known_in_component());
+    const auto found = answered.entry;
     if (found == expected_.end()) {
         violate(zvx_seq_fault::other, answer + " answers no unanswered command");
         if (command == OMX_CommandStateSet) {
@@ -354,7 +378,8 @@ void zvx_seq_model::on_complete(OMX_U32 command, OMX_U32 param)
         }
         return;
     }
-    const zvx_seq_expected entry = *take(found, answer);
+    zvx_seq_expected entry = *take(found, answer);
+    entry.sent_at = answered.earliest_sent_at;
     expected_.erase(found);
     if (command == OMX_CommandStateSet) {
         completed_state(param, entry);
@@ -381,8 +406,9 @@ void zvx_seq_model::completed_state(OMX_U32 target, const zvx_seq_expected &comm
                 require_back(port, command.sent_at, what);
             }
         } else if (from == OMX_StateLoaded || from == OMX_StateWaitForResources) {
+            // A port command sent meanwhile, run next, may change the port before the client reads it.
             for (OMX_U32 port = 0; port < PORT_COUNT; ++port) {
-                requires_populated_[port] = enabled_[port];
+                requires_populated_[port] = enabled_[port] && !port_command_pending(port);
             }
         }
         break;
@@ -452,16 +478,20 @@ void zvx_seq_model::on_refusal(OMX_ERRORTYPE error, OMX_U32 data2)
                                  state_ != OMX_StateInvalid && to_invalid != expected_.end();
     const auto found = becomes_invalid
                            ? to_invalid
-                           : std::find_if(expected_.begin(), expected_.end(), [&](const zvx_seq_expected &entry) {
-                                 if (entry.command == OMX_CommandStateSet) {
-                                     return entry.param == data2;
-                                 }
-                                 // Same state and incorrect transition refuse state changes only.
-                                 if (error == OMX_ErrorSameState || error == OMX_ErrorIncorrectStateTransition) {
-                                     return false;
-                                 }
-                                 return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
-                             });
+                           : zvxp_find_answered(
+                                 expected_,
+                                 [&](const zvx_seq_expected &entry) {
+                                     if (entry.command == OMX_CommandStateSet) {
+                                         return entry.param == data2;
+                                     }
+                                     // Same state and incorrect transition refuse state changes only.
+                                     if (error == OMX_ErrorSameState || error == OMX_ErrorIncorrectStateTransition) {
+                                         return false;
+                                     }
+                                     return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
+                                 },
+                                 known_in_component())
+                                 .entry;
     if (found == expected_.end()) {
         if (error == OMX_ErrorInvalidState) {
             state_ = OMX_StateInvalid; // a component may find itself invalid and say so at any time
