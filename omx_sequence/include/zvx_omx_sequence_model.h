@@ -128,11 +128,6 @@ private:
     };
 
     void violate(zvx_seq_fault fault, std::string text);
-    /* Whether a command is known to be in the component: accepted, or already partly answered. */
-    auto known_in_component() const
-    {
-        return [this](const zvx_seq_expected &entry) { return entry.confirmed || answered_early_.contains(entry.id); };
-    }
     uint64_t tick() { return ++clock_; }
     /* The matching unanswered entry, searched from the head; answered out of order when not the first. */
     std::deque<zvx_seq_expected>::iterator take(const std::deque<zvx_seq_expected>::iterator &found,

@@ -80,17 +80,29 @@ struct zvxp_answered {
     uint64_t earliest_sent_at;
 };
 
-/* SendCommands from two threads overlap: one whose call has not returned may still be queued behind one
- * accepted meanwhile, so a match known to be in the component (accepted, or already partly answered)
- * takes the answer first. What the answer requires of the buffers dates from the earliest match,
- * whichever of them the component had first. */
-template <typename Matches, typename Known>
-zvxp_answered zvxp_find_answered(std::deque<zvx_seq_expected> &expected, Matches matches, Known known)
+/* SendCommands from two threads overlap, so which of two matching commands the component queued first is
+ * not known. The answers of one OMX_ALL come together, port 0 first: a match whose port 0 has just been
+ * answered is next, and an OMX_ALL match goes before a single port's, which may take any answer left.
+ * What the answer requires of the buffers dates from the earliest match. */
+template <typename Matches> zvxp_answered zvxp_find_answered(std::deque<zvx_seq_expected> &expected, Matches matches)
 {
     const auto first = std::find_if(expected.begin(), expected.end(), matches);
-    const auto in_component = std::find_if(
-        first, expected.end(), [&](const zvx_seq_expected &entry) { return known(entry) && matches(entry); });
-    const auto entry = in_component != expected.end() ? in_component : first;
+    const auto port_before_pending = [&expected](const zvx_seq_expected &entry) {
+        return std::any_of(expected.begin(), expected.end(), [&entry](const zvx_seq_expected &other) {
+            return other.id == entry.id && other.param < entry.param;
+        });
+    };
+    auto entry = std::find_if(first, expected.end(), [&](const zvx_seq_expected &candidate) {
+        return matches(candidate) && candidate.all_ports && candidate.param != 0 && !port_before_pending(candidate);
+    });
+    if (entry == expected.end()) {
+        entry = std::find_if(first, expected.end(), [&](const zvx_seq_expected &candidate) {
+            return matches(candidate) && candidate.all_ports;
+        });
+    }
+    if (entry == expected.end()) {
+        entry = first;
+    }
     return {entry, entry != expected.end() ? std::min(first->sent_at, entry->sent_at) : 0};
 }
 
@@ -363,12 +375,9 @@ void zvx_seq_model::on_complete(OMX_U32 command, OMX_U32 param)
 {
     const std::string answer =
         "CmdComplete(" + zvx_seq_describe_command(static_cast<OMX_COMMANDTYPE>(command), param) + ")";
-    const zvxp_answered answered = zvxp_find_answered(
-        expected_,
-        [&](const zvx_seq_expected &entry) {
-            return static_cast<OMX_U32>(entry.command) == command && entry.param == param;
-        },
-        known_in_component());
+    const zvxp_answered answered = zvxp_find_answered(expected_, [&](const zvx_seq_expected &entry) {
+        return static_cast<OMX_U32>(entry.command) == command && entry.param == param;
+    });
     const auto found = answered.entry;
     if (found == expected_.end()) {
         violate(zvx_seq_fault::other, answer + " answers no unanswered command");
@@ -478,20 +487,16 @@ void zvx_seq_model::on_refusal(OMX_ERRORTYPE error, OMX_U32 data2)
                                  state_ != OMX_StateInvalid && to_invalid != expected_.end();
     const auto found = becomes_invalid
                            ? to_invalid
-                           : zvxp_find_answered(
-                                 expected_,
-                                 [&](const zvx_seq_expected &entry) {
-                                     if (entry.command == OMX_CommandStateSet) {
-                                         return entry.param == data2;
-                                     }
-                                     // Same state and incorrect transition refuse state changes only.
-                                     if (error == OMX_ErrorSameState || error == OMX_ErrorIncorrectStateTransition) {
-                                         return false;
-                                     }
-                                     return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
-                                 },
-                                 known_in_component())
-                                 .entry;
+                           : zvxp_find_answered(expected_, [&](const zvx_seq_expected &entry) {
+                                 if (entry.command == OMX_CommandStateSet) {
+                                     return entry.param == data2;
+                                 }
+                                 // Same state and incorrect transition refuse state changes only.
+                                 if (error == OMX_ErrorSameState || error == OMX_ErrorIncorrectStateTransition) {
+                                     return false;
+                                 }
+                                 return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
+                             }).entry;
     if (found == expected_.end()) {
         if (error == OMX_ErrorInvalidState) {
             state_ = OMX_StateInvalid; // a component may find itself invalid and say so at any time

@@ -92,7 +92,7 @@ TEST_F(ModelTest, OverlappingSendCommandsFromTwoThreadsHaveNoOrder)
     EXPECT_TRUE(model.violations().empty()) << listed(model);
 
     // The client's PortEnable(0) is still inside SendCommand while callbacks send and have answered
-    // PortEnable(ALL) and another PortEnable(0): the first answers go to the commands known accepted.
+    // PortEnable(ALL) and another PortEnable(0): the first answers are the ALL's, which come together.
     const uint64_t client = model.command_sending(OMX_CommandPortEnable, 0);
     send(OMX_CommandPortEnable, OMX_ALL);
     send(OMX_CommandPortEnable, 0);
@@ -104,7 +104,18 @@ TEST_F(ModelTest, OverlappingSendCommandsFromTwoThreadsHaveNoOrder)
     EXPECT_TRUE(model.violations().empty()) << listed(model);
     EXPECT_TRUE(model.unanswered().empty());
 
-    // But a PortDisable(ALL) completing inside its own SendCommand is ahead of the one its first answer's
+    // The client's Flush(ALL) is still inside SendCommand when a callback's Flush(0), accepted first, is
+    // queued behind it: the ALL's answers come first.
+    const uint64_t all = model.command_sending(OMX_CommandFlush, OMX_ALL);
+    send(OMX_CommandFlush, 0);
+    complete(OMX_CommandFlush, 0);
+    complete(OMX_CommandFlush, 1);
+    model.command_sent(all, OMX_ErrorNone);
+    complete(OMX_CommandFlush, 0);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    EXPECT_TRUE(model.unanswered().empty());
+
+    // A PortDisable(ALL) completing inside its own SendCommand is ahead of the one its first answer's
     // callback sends, though that one is accepted first.
     const uint64_t outer = model.command_sending(OMX_CommandPortDisable, OMX_ALL);
     complete(OMX_CommandPortDisable, 0);
