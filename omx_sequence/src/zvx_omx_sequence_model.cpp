@@ -81,24 +81,31 @@ struct zvxp_answered {
 };
 
 /* SendCommands from two threads overlap, so which of two matching commands the component queued first is
- * not known. The answers of one OMX_ALL come together, port 0 first: a match whose port 0 has just been
- * answered is next, and an OMX_ALL match goes before a single port's, which may take any answer left.
- * What the answer requires of the buffers dates from the earliest match. */
+ * not always known. The answer goes to a match that may be next: none accepted before it was sent, and
+ * none of its own ports before it unanswered. The answers of one OMX_ALL come together, port 0 first: a
+ * match whose port 0 has just been answered goes first, then an OMX_ALL match, then a single port's, which
+ * may take any answer left. What the answer requires of the buffers dates from the earliest match. */
 template <typename Matches> zvxp_answered zvxp_find_answered(std::deque<zvx_seq_expected> &expected, Matches matches)
 {
     const auto first = std::find_if(expected.begin(), expected.end(), matches);
-    const auto port_before_pending = [&expected](const zvx_seq_expected &entry) {
-        return std::any_of(expected.begin(), expected.end(), [&entry](const zvx_seq_expected &other) {
-            return other.id == entry.id && other.param < entry.param;
-        });
+    const auto may_be_next = [&](const zvx_seq_expected &candidate) {
+        return matches(candidate) && std::none_of(expected.begin(), expected.end(), [&](const zvx_seq_expected &other) {
+                   const bool port_before = other.id == candidate.id && other.param < candidate.param;
+                   const bool accepted_before =
+                       matches(other) && other.confirmed && other.confirmed_at < candidate.sent_at;
+                   return port_before || accepted_before;
+               });
     };
     auto entry = std::find_if(first, expected.end(), [&](const zvx_seq_expected &candidate) {
-        return matches(candidate) && candidate.all_ports && candidate.param != 0 && !port_before_pending(candidate);
+        return candidate.all_ports && candidate.param != 0 && may_be_next(candidate);
     });
     if (entry == expected.end()) {
         entry = std::find_if(first, expected.end(), [&](const zvx_seq_expected &candidate) {
-            return matches(candidate) && candidate.all_ports;
+            return candidate.all_ports && may_be_next(candidate);
         });
+    }
+    if (entry == expected.end()) {
+        entry = std::find_if(first, expected.end(), may_be_next);
     }
     if (entry == expected.end()) {
         entry = first;
@@ -487,7 +494,7 @@ void zvx_seq_model::on_refusal(OMX_ERRORTYPE error, OMX_U32 data2)
                                  state_ != OMX_StateInvalid && to_invalid != expected_.end();
     const auto found = becomes_invalid
                            ? to_invalid
-                           : zvxp_find_answered(expected_, [&](const zvx_seq_expected &entry) {
+                           : std::find_if(expected_.begin(), expected_.end(), [&](const zvx_seq_expected &entry) {
                                  if (entry.command == OMX_CommandStateSet) {
                                      return entry.param == data2;
                                  }
@@ -496,7 +503,7 @@ void zvx_seq_model::on_refusal(OMX_ERRORTYPE error, OMX_U32 data2)
                                      return false;
                                  }
                                  return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
-                             }).entry;
+                             });
     if (found == expected_.end()) {
         if (error == OMX_ErrorInvalidState) {
             state_ = OMX_StateInvalid; // a component may find itself invalid and say so at any time

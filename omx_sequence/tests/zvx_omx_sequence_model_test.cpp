@@ -115,6 +115,25 @@ TEST_F(ModelTest, OverlappingSendCommandsFromTwoThreadsHaveNoOrder)
     EXPECT_TRUE(model.violations().empty()) << listed(model);
     EXPECT_TRUE(model.unanswered().empty());
 
+    // A callback's Flush(1) overlapping the client's Flush(ALL) is answered before the ALL begins.
+    const uint64_t both = model.command_sending(OMX_CommandFlush, OMX_ALL);
+    send(OMX_CommandFlush, 1);
+    model.command_sent(both, OMX_ErrorNone);
+    complete(OMX_CommandFlush, 1);
+    complete(OMX_CommandFlush, 0);
+    complete(OMX_CommandFlush, 1);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    EXPECT_TRUE(model.unanswered().empty());
+
+    // Accepted before the ALL was sent, a single port's command stays ahead of it.
+    send(OMX_CommandPortDisable, 1);
+    send(OMX_CommandPortDisable, OMX_ALL);
+    complete(OMX_CommandPortDisable, 1);
+    complete(OMX_CommandPortDisable, 0);
+    complete(OMX_CommandPortDisable, 1);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    EXPECT_TRUE(model.unanswered().empty());
+
     // A PortDisable(ALL) completing inside its own SendCommand is ahead of the one its first answer's
     // callback sends, though that one is accepted first.
     const uint64_t outer = model.command_sending(OMX_CommandPortDisable, OMX_ALL);
