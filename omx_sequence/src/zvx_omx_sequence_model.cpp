@@ -714,6 +714,13 @@ void zvx_seq_model::check_port_definition(const OMX_PARAM_PORTDEFINITIONTYPE &de
     if (epoch_before != epoch_ || port >= PORT_COUNT || state_ == OMX_StateInvalid) {
         return;
     }
+    // The component changes a definition before it tells of the change: a new minimum read before the
+    // PortSettingsChanged that follows is that change.
+    if (last_min_[port] != 0 && definition.nBufferCountMin != last_min_[port]) {
+        settings_changed_[port] = true;
+        forget_requirement(port);
+    }
+    last_min_[port] = definition.nBufferCountMin;
     const size_t count = client_count(port);
     if (!port_command_pending(port) && (definition.bEnabled != OMX_FALSE) != enabled_[port]) {
         diverged_[port] = true;

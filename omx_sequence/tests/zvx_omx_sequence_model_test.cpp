@@ -381,6 +381,20 @@ TEST_F(ModelTest, PortDefinitionFollowsTheClient)
     definition.nBufferCountActual = 2;
     queued.check_port_definition(definition, queued.epoch());
     EXPECT_TRUE(queued.violations().empty()) << listed(queued);
+
+    // The component raises the count with a new minimum, read before its PortSettingsChanged comes.
+    zvx_seq_model announced;
+    definition.bEnabled = OMX_TRUE;
+    definition.nBufferCountActual = 1;
+    definition.nBufferCountMin = 1;
+    announced.check_port_definition(definition, announced.epoch());
+    announced.command_sent(announced.command_sending(OMX_CommandStateSet, OMX_StateIdle), OMX_ErrorNone);
+    announced.buffer_registered(&output, 1);
+    announced.on_event(OMX_EventCmdComplete, OMX_CommandStateSet, OMX_StateIdle);
+    definition.nBufferCountActual = 2;
+    definition.nBufferCountMin = 2;
+    announced.check_port_definition(definition, announced.epoch());
+    EXPECT_TRUE(announced.violations().empty()) << listed(announced);
 }
 
 TEST_F(ModelTest, SetParameterOnAnEnabledRunningPortMustBeRefused)
