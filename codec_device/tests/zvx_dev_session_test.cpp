@@ -37,7 +37,7 @@ std::vector<zvx_base_buffer_handle_t> add_buffers(DeviceHost &host, uint32_t por
 /* New buffers queued as soon as they are registered: inputs full, outputs empty. */
 std::vector<zvx_base_buffer_handle_t> queue_new(DeviceHost &host, uint32_t port, uint32_t count, uint32_t size)
 {
-    const std::vector<zvx_base_buffer_handle_t> ids = add_buffers(host, port, count, size);
+    std::vector<zvx_base_buffer_handle_t> ids = add_buffers(host, port, count, size);
     for (zvx_base_buffer_handle_t id : ids)
         EXPECT_EQ(host.queue(port, id, port == 0 ? size : 0), OMX_ErrorNone);
     return ids;

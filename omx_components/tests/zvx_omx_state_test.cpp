@@ -69,6 +69,7 @@ TEST_P(FlushInState, EndsInOneCompletionPerPortOrAnError)
     send(OMX_CommandFlush, port);
     const std::vector<OMX_U32> ports = port == OMX_ALL ? std::vector<OMX_U32>{0, 1} : std::vector<OMX_U32>{port};
     std::vector<zvx_test_event> expected;
+    expected.reserve(ports.size());
     for (OMX_U32 each : ports) {
         expected.push_back(zvx_complete(OMX_CommandFlush, each));
     }
