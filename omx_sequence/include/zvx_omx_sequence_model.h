@@ -152,7 +152,7 @@ private:
     bool enabled_[PORT_COUNT] = {true, true};
     /* An OMX_EventPortSettingsChanged not yet followed by a disable of the port: its count may move. */
     bool settings_changed_[PORT_COUNT] = {false, false};
-    /* nBufferCountMin as last read, 0 before the first read: only the component changes it. */
+    /* nBufferCountMin as last read; 0 before the first read and after the client sets the definition. */
     OMX_U32 last_min_[PORT_COUNT] = {0, 0};
     /* The port read enabled otherwise than the client's view: a refusal may follow from that fault. */
     bool diverged_[PORT_COUNT] = {false, false};

@@ -768,6 +768,8 @@ void zvx_seq_model::check_set_port_definition(OMX_U32 port, bool well_formed, OM
                                                   static_cast<unsigned>(port)));
         return;
     }
+    // The client's own change may move the minimum: the next read learns it afresh.
+    last_min_[port] = 0;
     const bool running = state_ == OMX_StateIdle || state_ == OMX_StateExecuting || state_ == OMX_StatePause;
     if (epoch_before == epoch_ && running && !state_change_pending() && enabled_[port] && !port_command_pending(port)) {
         violate(zvx_seq_fault::other, zvxp_format("SetParameter(PortDefinition) accepted on enabled port %u in %s",
