@@ -78,7 +78,9 @@ public:
     void check_state(OMX_STATETYPE read, uint64_t epoch_before);
     /* well_formed: nSize and nVersion as the client must give them. */
     void check_set_port_definition(OMX_U32 port, bool well_formed, OMX_ERRORTYPE result, uint64_t epoch_before);
-    void check_read_back(OMX_U32 port, OMX_U32 count_set, OMX_U32 count_read, uint64_t epoch_before);
+    /* A port definition the component accepted, read straight back. */
+    void check_read_back(const OMX_PARAM_PORTDEFINITIONTYPE &set, const OMX_PARAM_PORTDEFINITIONTYPE &read,
+                         uint64_t epoch_before);
 
     void handle_freeing() { handle_freeing_ = true; }
     void handle_freed();

@@ -204,7 +204,7 @@ OMX_ERRORTYPE zvx_seq_client::set_port(const OMX_PARAM_PORTDEFINITIONTYPE &defin
     OMX_PARAM_PORTDEFINITIONTYPE read;
     if (get_port(definition.nPortIndex, &read) == OMX_ErrorNone) {
         std::lock_guard lock(mutex_);
-        model_.check_read_back(definition.nPortIndex, definition.nBufferCountActual, read.nBufferCountActual, epoch);
+        model_.check_read_back(definition, read, epoch);
         report_new();
     }
     return error;

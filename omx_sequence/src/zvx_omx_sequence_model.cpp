@@ -777,9 +777,20 @@ void zvx_seq_model::check_set_port_definition(OMX_U32 port, bool well_formed, OM
     }
 }
 
-void zvx_seq_model::check_read_back(OMX_U32 port, OMX_U32 count_set, OMX_U32 count_read, uint64_t epoch_before)
+void zvx_seq_model::check_read_back(const OMX_PARAM_PORTDEFINITIONTYPE &set, const OMX_PARAM_PORTDEFINITIONTYPE &read,
+                                    uint64_t epoch_before)
 {
+    const OMX_U32 port = set.nPortIndex;
+    const OMX_U32 count_set = set.nBufferCountActual;
+    const OMX_U32 count_read = read.nBufferCountActual;
     if (epoch_before != epoch_ || port >= PORT_COUNT || settings_changed_[port] || count_set == count_read) {
+        return;
+    }
+    // A new minimum is the component's settings change, made after the set and read before its
+    // PortSettingsChanged arrives: the count follows it.
+    if (read.nBufferCountMin != set.nBufferCountMin) {
+        settings_changed_[port] = true;
+        forget_requirement(port);
         return;
     }
     violate(zvx_seq_fault::other,

@@ -406,6 +406,26 @@ TEST_F(ModelTest, SetParameterOnAnEnabledRunningPortMustBeRefused)
     EXPECT_TRUE(flags(model, zvx_seq_fault::other));
 }
 
+TEST_F(ModelTest, CountReadBackDiffersOnlyWithTheComponentsSettingsChange)
+{
+    zvx_seq_model changed;
+    OMX_PARAM_PORTDEFINITIONTYPE set{};
+    set.nPortIndex = 1;
+    set.nBufferCountMin = 5;
+    set.nBufferCountActual = 12;
+    OMX_PARAM_PORTDEFINITIONTYPE read = set;
+    read.nBufferCountMin = 6;
+    read.nBufferCountActual = 6;
+    changed.check_read_back(set, read, changed.epoch());
+    EXPECT_TRUE(changed.violations().empty()) << "a new minimum, announced after the read";
+
+    zvx_seq_model lost;
+    read.nBufferCountMin = 5;
+    read.nBufferCountActual = 5;
+    lost.check_read_back(set, read, lost.epoch());
+    EXPECT_TRUE(lost.counts(zvx_seq_fault::other)) << "the client's count dropped without a settings change";
+}
+
 TEST_F(ModelTest, CallbackAfterFreeHandleIsFlagged)
 {
     execute();
