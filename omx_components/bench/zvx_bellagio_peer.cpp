@@ -23,10 +23,20 @@ int64_t zvxp_now_ns()
         .count();
 }
 
-template <typename Condition> void zvxp_spin_until(Condition done)
+/* The peer now and then never answers a state change (its flush at Executing -> Idle waits for ever when
+ * pinned to one CPU): after this long it is taken as hung. */
+constexpr int64_t zvxp_peer_patience_ns = 10'000'000'000;
+
+/* False when the peer did not get there in time. */
+template <typename Condition> bool zvxp_spin_until(Condition done)
 {
-    while (!done())
+    const int64_t deadline = zvxp_now_ns() + zvxp_peer_patience_ns;
+    while (!done()) {
+        if (zvxp_now_ns() > deadline)
+            return false;
         std::this_thread::yield();
+    }
+    return true;
 }
 
 } // namespace
@@ -38,6 +48,8 @@ struct zvx_bellagio_peer {
     std::atomic<int> completions{0};
     std::atomic<int64_t> empty_done_at_ns{-1};
     std::atomic<int64_t> fill_done_at_ns{-1};
+    /* Client's thread only: a wait for the peer ran out of patience. */
+    bool hung = false;
     std::atomic<uint64_t> returned{0};
     /* Written by whichever thread lends or takes back a buffer: the client's or a callback. */
     std::atomic<int> lent[zvxp_ports] = {0, 0};
@@ -135,12 +147,17 @@ bool zvxp_peer_set_buffer_count(zvx_bellagio_peer *peer, int count)
 template <typename Meanwhile>
 bool zvxp_peer_change_state(zvx_bellagio_peer *peer, OMX_STATETYPE state, Meanwhile meanwhile)
 {
+    if (peer->hung)
+        return false;
     const int before = peer->completions.load(std::memory_order_acquire);
     if (OMX_SendCommand(peer->handle, OMX_CommandStateSet, state, nullptr) != OMX_ErrorNone)
         return false;
     if (!meanwhile())
         return false;
-    zvxp_spin_until([&] { return peer->completions.load(std::memory_order_acquire) != before; });
+    if (!zvxp_spin_until([&] { return peer->completions.load(std::memory_order_acquire) != before; })) {
+        peer->hung = true;
+        return false;
+    }
     return true;
 }
 
@@ -184,6 +201,8 @@ bool zvxp_peer_up(zvx_bellagio_peer *peer)
 /* Lends one buffer of `port` and waits until the peer has it queued; times the other port's. */
 int64_t zvxp_peer_round_trip_ns(zvx_bellagio_peer *peer, OMX_U32 timed_port, std::atomic<int64_t> &done_at)
 {
+    if (peer->hung)
+        return -1;
     const OMX_U32 waiting_port = 1 - timed_port;
     OMX_BUFFERHEADERTYPE *waiting = peer->buffers[waiting_port].at(0);
     OMX_BUFFERHEADERTYPE *timed = peer->buffers[timed_port].at(0);
@@ -195,13 +214,14 @@ int64_t zvxp_peer_round_trip_ns(zvx_bellagio_peer *peer, OMX_U32 timed_port, std
     const int64_t sent_at = zvxp_now_ns();
     if (zvxp_peer_lend(peer, timed_port, timed) != OMX_ErrorNone)
         return -1;
-    int64_t returned_at;
-    while ((returned_at = done_at.load(std::memory_order_acquire)) < 0)
-        std::this_thread::yield();
-    zvxp_spin_until([&] {
-        return peer->lent[0].load(std::memory_order_acquire) == 0 && peer->lent[1].load(std::memory_order_acquire) == 0;
-    });
-    return returned_at - sent_at;
+    if (!zvxp_spin_until([&] {
+            return done_at.load(std::memory_order_acquire) >= 0 && peer->lent[0].load(std::memory_order_acquire) == 0 &&
+                   peer->lent[1].load(std::memory_order_acquire) == 0;
+        })) {
+        peer->hung = true;
+        return -1;
+    }
+    return done_at.load(std::memory_order_acquire) - sent_at;
 }
 
 } // namespace
@@ -228,6 +248,9 @@ zvx_bellagio_peer *zvx_bellagio_peer_open(const char **why_not)
 void zvx_bellagio_peer_close(zvx_bellagio_peer *peer)
 {
     if (peer == nullptr)
+        return;
+    // A hung peer's threads still use the handle: it is left to the process's exit.
+    if (peer->hung)
         return;
     OMX_FreeHandle(peer->handle);
     delete peer;
@@ -311,5 +334,5 @@ uint64_t zvx_bellagio_peer_buffers_returned(zvx_bellagio_peer *peer)
 void zvx_bellagio_peer_end_stream(zvx_bellagio_peer *peer)
 {
     peer->streaming.store(false);
-    zvxp_spin_until([&] { return peer->giving_again.load() == 0; });
+    peer->hung = !zvxp_spin_until([&] { return peer->giving_again.load() == 0; }) || peer->hung;
 }

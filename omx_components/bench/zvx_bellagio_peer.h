@@ -10,6 +10,7 @@ struct zvx_bellagio_peer;
 
 /* Null when the framework or its volume component is missing; *why_not then says which. */
 zvx_bellagio_peer *zvx_bellagio_peer_open(const char **why_not);
+/* A peer that stopped answering (every call below then fails) is not freed: its threads still run. */
 void zvx_bellagio_peer_close(zvx_bellagio_peer *peer);
 
 /* Nanoseconds from SendCommand(PortEnable or PortDisable, port 0) until the peer's EventHandler is
