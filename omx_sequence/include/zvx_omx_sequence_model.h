@@ -142,6 +142,12 @@ private:
     /* Buffers on the port given before the command was sent that are still with the component. */
     void require_back(OMX_U32 port, uint64_t given_before, const std::string &command);
     void forget_requirement(OMX_U32 port) { requires_populated_[port] = false; }
+    /* The component changed the port's settings: its definition may now differ from the client's. */
+    void component_changed_settings(OMX_U32 port)
+    {
+        settings_changed_[port] = true;
+        forget_requirement(port);
+    }
 
     uint64_t clock_ = 0;
     uint64_t epoch_ = 0;

@@ -369,8 +369,7 @@ void zvx_seq_model::on_event(OMX_EVENTTYPE event, OMX_U32 data1, OMX_U32 data2)
         break;
     case OMX_EventPortSettingsChanged:
         if (data1 < PORT_COUNT) {
-            settings_changed_[data1] = true;
-            forget_requirement(data1);
+            component_changed_settings(data1);
         }
         break;
     default:
@@ -717,8 +716,7 @@ void zvx_seq_model::check_port_definition(const OMX_PARAM_PORTDEFINITIONTYPE &de
     // The component changes a definition before it tells of the change: a new minimum read before the
     // PortSettingsChanged that follows is that change.
     if (last_min_[port] != 0 && definition.nBufferCountMin != last_min_[port]) {
-        settings_changed_[port] = true;
-        forget_requirement(port);
+        component_changed_settings(port);
     }
     last_min_[port] = definition.nBufferCountMin;
     const size_t count = client_count(port);
@@ -789,8 +787,7 @@ void zvx_seq_model::check_read_back(const OMX_PARAM_PORTDEFINITIONTYPE &set, con
     // A new minimum is the component's settings change, made after the set and read before its
     // PortSettingsChanged arrives: the count follows it.
     if (read.nBufferCountMin != set.nBufferCountMin) {
-        settings_changed_[port] = true;
-        forget_requirement(port);
+        component_changed_settings(port);
         return;
     }
     violate(zvx_seq_fault::other,
