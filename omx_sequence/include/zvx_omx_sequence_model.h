@@ -65,8 +65,9 @@ public:
     void free_starting(const OMX_BUFFERHEADERTYPE *header);
     void free_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORTYPE result);
     /* well_formed: the header as the component gave it, filled within its buffer, on its own port. */
-    void give_starting(const OMX_BUFFERHEADERTYPE *header);
-    void give_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORTYPE result, bool well_formed);
+    /* Returns the give's serial, which its give_finished passes back. */
+    uint64_t give_starting(const OMX_BUFFERHEADERTYPE *header);
+    void give_finished(const OMX_BUFFERHEADERTYPE *header, uint64_t serial, OMX_ERRORTYPE result, bool well_formed);
     /* callback_port: 0 for EmptyBufferDone, 1 for FillBufferDone. */
     void buffer_done_entered(const OMX_BUFFERHEADERTYPE *header, OMX_U32 callback_port);
     void buffer_done_left(const OMX_BUFFERHEADERTYPE *header);
@@ -118,15 +119,15 @@ public:
 private:
     struct buffer {
         OMX_U32 port;
-        int outstanding;        /* accepted gives not yet returned */
-        int giving;             /* give calls in progress */
-        int early_returns;      /* returns that came before the give call they belong to returned */
-        int early_depth;        /* give calls under way when the last early return came: it is theirs */
-        int in_callback;        /* callbacks with this header in progress */
-        bool freeing;           /* FreeBuffer in progress */
-        uint64_t accepted_at;   /* model time of the last accepted give */
-        uint64_t give_epoch;    /* epoch when the outermost give call under way started */
-        uint64_t registered_at; /* model time when AllocateBuffer or UseBuffer returned it */
+        int outstanding;              /* accepted gives not yet returned */
+        std::vector<uint64_t> giving; /* serials of the give calls in progress */
+        int early_returns;            /* returns that came before the give call they belong to returned */
+        uint64_t early_owner_up_to;   /* the last early return is a give's started no later than this */
+        int in_callback;              /* callbacks with this header in progress */
+        bool freeing;                 /* FreeBuffer in progress */
+        uint64_t accepted_at;         /* model time of the last accepted give */
+        uint64_t give_epoch;          /* epoch when the outermost give call under way started */
+        uint64_t registered_at;       /* model time when AllocateBuffer or UseBuffer returned it */
     };
 
     void violate(zvx_seq_fault fault, std::string text);
@@ -153,6 +154,7 @@ private:
     uint64_t epoch_ = 0;
     uint64_t progress_ = 0;
     uint64_t next_command_ = 0;
+    uint64_t next_give_ = 0;
     std::deque<zvx_seq_expected> expected_;
     /* Answers already taken for commands whose SendCommand has not returned yet. */
     std::map<uint64_t, int> answered_early_;

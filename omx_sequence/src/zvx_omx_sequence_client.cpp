@@ -316,9 +316,10 @@ OMX_ERRORTYPE zvx_seq_client::give_as_is(OMX_U32 port, OMX_BUFFERHEADERTYPE *hea
 
 OMX_ERRORTYPE zvx_seq_client::give(OMX_U32 port, OMX_BUFFERHEADERTYPE *header, bool well_formed)
 {
+    uint64_t serial;
     {
         std::lock_guard lock(mutex_);
-        model_.give_starting(header);
+        serial = model_.give_starting(header);
     }
     const OMX_ERRORTYPE error =
         port == INPUT ? OMX_EmptyThisBuffer(handle_, header) : OMX_FillThisBuffer(handle_, header);
@@ -326,7 +327,7 @@ OMX_ERRORTYPE zvx_seq_client::give(OMX_U32 port, OMX_BUFFERHEADERTYPE *header, b
     if (error != OMX_ErrorNone) {
         trace_.add("  %s refused: %s", name_of(header), zvxp_error(error));
     }
-    model_.give_finished(header, error, well_formed);
+    model_.give_finished(header, serial, error, well_formed);
     report_new();
     changed_.notify_all();
     return error;

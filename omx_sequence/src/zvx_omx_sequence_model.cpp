@@ -315,14 +315,14 @@ size_t zvx_seq_model::client_count_owed(OMX_U32 port, const zvx_seq_expected &co
 size_t zvx_seq_model::with_component(OMX_U32 port) const
 {
     return static_cast<size_t>(std::count_if(buffers_.begin(), buffers_.end(), [port](const auto &entry) {
-        return entry.second.port == port && (entry.second.outstanding > 0 || entry.second.giving > 0);
+        return entry.second.port == port && (entry.second.outstanding > 0 || !entry.second.giving.empty());
     }));
 }
 
 bool zvx_seq_model::held_by_component(const OMX_BUFFERHEADERTYPE *header) const
 {
     const auto found = buffers_.find(header);
-    return found != buffers_.end() && (found->second.outstanding > 0 || found->second.giving > 0);
+    return found != buffers_.end() && (found->second.outstanding > 0 || !found->second.giving.empty());
 }
 
 std::deque<zvx_seq_expected>::iterator zvx_seq_model::take(const std::deque<zvx_seq_expected>::iterator &found,
@@ -557,11 +557,11 @@ void zvx_seq_model::require_back(OMX_U32 port, uint64_t given_before, const std:
 void zvx_seq_model::buffer_registered(const OMX_BUFFERHEADERTYPE *header, OMX_U32 port)
 {
     freed_.erase(header);
-    const auto [where, added] = buffers_.try_emplace(header, buffer{port, 0, 0, 0, 0, 0, false, 0, 0, clock_});
+    const auto [where, added] = buffers_.try_emplace(header, buffer{port, 0, {}, 0, 0, 0, false, 0, 0, clock_});
     if (!added) {
         violate(zvx_seq_fault::other,
                 zvxp_format("a new buffer came back as header %p, which the client still has", zvxp_address(header)));
-        where->second = buffer{port, 0, 0, 0, 0, 0, false, 0, 0, clock_};
+        where->second = buffer{port, 0, {}, 0, 0, 0, false, 0, 0, clock_};
     }
 }
 
@@ -594,21 +594,25 @@ void zvx_seq_model::free_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORT
                 zvxp_format("FreeBuffer of %p accepted while a callback was handing it back", zvxp_address(header)));
     }
     // A free the component accepts of a header it holds is its promise never to hand that header back.
-    freed_[header] = entry.outstanding > 0 || entry.giving > 0;
+    freed_[header] = entry.outstanding > 0 || !entry.giving.empty();
     buffers_.erase(found);
 }
 
-void zvx_seq_model::give_starting(const OMX_BUFFERHEADERTYPE *header)
+uint64_t zvx_seq_model::give_starting(const OMX_BUFFERHEADERTYPE *header)
 {
+    const uint64_t serial = ++next_give_;
     const auto found = buffers_.find(header);
     if (found != buffers_.end()) {
-        if (found->second.giving++ == 0) {
+        if (found->second.giving.empty()) {
             found->second.give_epoch = epoch_;
         }
+        found->second.giving.push_back(serial);
     }
+    return serial;
 }
 
-void zvx_seq_model::give_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORTYPE result, bool well_formed)
+void zvx_seq_model::give_finished(const OMX_BUFFERHEADERTYPE *header, uint64_t serial, OMX_ERRORTYPE result,
+                                  bool well_formed)
 {
     const auto found = buffers_.find(header);
     if (found == buffers_.end()) {
@@ -620,13 +624,15 @@ void zvx_seq_model::give_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORT
     }
     buffer &entry = found->second;
     const bool held_before = entry.outstanding > 0;
-    // A call made from inside the callback of an early return (calls nest) does not own that return.
-    const bool owns_early_return = entry.early_returns > 0 && entry.giving <= entry.early_depth;
-    // Gives of one header from two threads overlap: a refused one leaves the return to the other.
-    const bool sole_give = entry.giving == 1;
-    --entry.giving;
+    std::erase(entry.giving, serial);
+    // An early return is a give's that had started when it came: never one made from its callback, which
+    // may finish before or after it, on another thread than the give it answers.
+    const bool owns_early_return = entry.early_returns > 0 && serial <= entry.early_owner_up_to;
     if (result != OMX_ErrorNone) {
-        if (owns_early_return && sole_give) {
+        // Gives of one header from two threads overlap: a refused one leaves the return to the other.
+        const bool other_owner = std::any_of(entry.giving.begin(), entry.giving.end(),
+                                             [&](uint64_t other) { return other <= entry.early_owner_up_to; });
+        if (owns_early_return && !other_owner) {
             --entry.early_returns;
             violate(zvx_seq_fault::doubled_buffer,
                     zvxp_format("buffer %p came back from a call that refused it", zvxp_address(header)));
@@ -637,7 +643,7 @@ void zvx_seq_model::give_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORT
         const bool steady = expected_.empty() && entry.give_epoch == epoch_ && enabled_[entry.port] &&
                             !settings_changed_[entry.port] && !diverged_[entry.port] &&
                             (state_ == OMX_StateIdle || state_ == OMX_StateExecuting || state_ == OMX_StatePause);
-        if (steady && well_formed && !held_before && entry.giving == 0 && !entry.freeing &&
+        if (steady && well_formed && !held_before && entry.giving.empty() && !entry.freeing &&
             result == OMX_ErrorIncorrectStateOperation) {
             violate(zvx_seq_fault::other, zvxp_format("buffer %p, held by the client, was refused in %s",
                                                       zvxp_address(header), zvx_seq_state_name(state_)));
@@ -690,9 +696,9 @@ void zvx_seq_model::buffer_done_entered(const OMX_BUFFERHEADERTYPE *header, OMX_
     }
     if (entry.outstanding > 0) {
         --entry.outstanding;
-    } else if (entry.giving > 0) {
+    } else if (!entry.giving.empty()) {
         ++entry.early_returns;
-        entry.early_depth = entry.giving;
+        entry.early_owner_up_to = next_give_;
     } else {
         violate(zvx_seq_fault::doubled_buffer,
                 zvxp_format("%s(%p): the client already holds it", callback, zvxp_address(header)));

@@ -43,8 +43,7 @@ protected:
     }
     void give(OMX_BUFFERHEADERTYPE *header, OMX_ERRORTYPE result = OMX_ErrorNone)
     {
-        model.give_starting(header);
-        model.give_finished(header, result, true);
+        model.give_finished(header, model.give_starting(header), result, true);
     }
     void returned(OMX_BUFFERHEADERTYPE *header, OMX_U32 port)
     {
@@ -244,37 +243,53 @@ TEST_F(ModelTest, BufferOnTheOtherPortsCallbackIsDoubled)
 TEST_F(ModelTest, ReturnBeforeTheGiveReturnsIsNoDouble)
 {
     execute();
-    model.give_starting(&output);
+    uint64_t outer = model.give_starting(&output);
     returned(&output, 1);
-    model.give_finished(&output, OMX_ErrorNone, true);
+    model.give_finished(&output, outer, OMX_ErrorNone, true);
     EXPECT_TRUE(model.violations().empty()) << listed(model);
     EXPECT_FALSE(model.held_by_component(&output));
 
     // The early return's callback queues the header again and is refused: the refusal is that inner
     // call's, the return the outer one's.
-    model.give_starting(&output);
+    outer = model.give_starting(&output);
     model.buffer_done_entered(&output, 1);
-    model.give_starting(&output);
-    model.give_finished(&output, OMX_ErrorIncorrectStateOperation, true);
+    const uint64_t inner = model.give_starting(&output);
+    model.give_finished(&output, inner, OMX_ErrorIncorrectStateOperation, true);
     model.buffer_done_left(&output);
-    model.give_finished(&output, OMX_ErrorNone, true);
+    model.give_finished(&output, outer, OMX_ErrorNone, true);
     EXPECT_TRUE(model.violations().empty()) << listed(model);
     EXPECT_FALSE(model.held_by_component(&output));
 
     // The client's thread and a callback give the header at once: one is taken and returned at once, the
     // other is refused as already queued, whichever of them finishes first.
-    model.give_starting(&output);
-    model.give_starting(&output);
+    const uint64_t taken = model.give_starting(&output);
+    const uint64_t refused = model.give_starting(&output);
     returned(&output, 1);
-    model.give_finished(&output, OMX_ErrorIncorrectStateOperation, true);
-    model.give_finished(&output, OMX_ErrorNone, true);
+    model.give_finished(&output, refused, OMX_ErrorIncorrectStateOperation, true);
+    model.give_finished(&output, taken, OMX_ErrorNone, true);
     EXPECT_TRUE(model.violations().empty()) << listed(model);
     EXPECT_FALSE(model.held_by_component(&output));
 
-    model.give_starting(&output);
+    outer = model.give_starting(&output);
     returned(&output, 1);
-    model.give_finished(&output, OMX_ErrorIncorrectStateOperation, true);
+    model.give_finished(&output, outer, OMX_ErrorIncorrectStateOperation, true);
     EXPECT_TRUE(flags(model, zvx_seq_fault::doubled_buffer)) << "returned from a give that was refused";
+}
+
+TEST_F(ModelTest, CallbacksRefusedGiveMayFinishAfterTheClientsGiveItsReturnAnswered)
+{
+    // The client's give, on its own thread, comes back at once as the component goes Invalid; the
+    // return's callback gives the header again and is refused, but finishes after the client's give.
+    execute();
+    send(OMX_CommandStateSet, OMX_StateInvalid);
+    const uint64_t client_give = model.give_starting(&output);
+    model.buffer_done_entered(&output, 1);
+    const uint64_t callback_give = model.give_starting(&output);
+    model.give_finished(&output, client_give, OMX_ErrorNone, true);
+    model.give_finished(&output, callback_give, OMX_ErrorIncorrectStateOperation, true);
+    model.buffer_done_left(&output);
+    EXPECT_FALSE(model.counts(zvx_seq_fault::doubled_buffer)) << listed(model);
+    EXPECT_FALSE(model.held_by_component(&output));
 }
 
 TEST_F(ModelTest, FreedHeaderInACallbackIsFlagged)
@@ -303,8 +318,7 @@ TEST_F(ModelTest, BuffersMustBeBackBeforeIdleFlushAndDisable)
     idle.on_event(OMX_EventCmdComplete, OMX_CommandStateSet, OMX_StateIdle);
     idle.command_sent(idle.command_sending(OMX_CommandStateSet, OMX_StateExecuting), OMX_ErrorNone);
     idle.on_event(OMX_EventCmdComplete, OMX_CommandStateSet, OMX_StateExecuting);
-    idle.give_starting(&input);
-    idle.give_finished(&input, OMX_ErrorNone, true);
+    idle.give_finished(&input, idle.give_starting(&input), OMX_ErrorNone, true);
     idle.command_sent(idle.command_sending(OMX_CommandStateSet, OMX_StateIdle), OMX_ErrorNone);
     idle.on_event(OMX_EventCmdComplete, OMX_CommandStateSet, OMX_StateIdle);
     EXPECT_TRUE(idle.counts(zvx_seq_fault::lost_buffer)) << "Idle with an input held";
