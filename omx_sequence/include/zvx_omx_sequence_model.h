@@ -12,6 +12,7 @@
 
 #include <OMX_Component.h>
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -57,7 +58,12 @@ public:
 
     /* Commands. command_sending comes before SendCommand, since answers may arrive before it returns. */
     uint64_t command_sending(OMX_COMMANDTYPE command, OMX_U32 param);
-    void command_sent(uint64_t id, OMX_ERRORTYPE result);
+    /* returned_at: stamp() taken as SendCommand returned, before the client's lock, which a callback may
+     * hold while it sends commands of its own. */
+    void command_sent(uint64_t id, OMX_ERRORTYPE result, uint64_t returned_at);
+    void command_sent(uint64_t id, OMX_ERRORTYPE result) { command_sent(id, result, stamp()); }
+    /* Model time; safe to take without the client's lock. */
+    uint64_t stamp() { return tick(); }
     void on_event(OMX_EVENTTYPE event, OMX_U32 data1, OMX_U32 data2);
 
     /* Buffers, each call before (…_starting) and after (…_finished) the component's entry point. */
@@ -150,7 +156,7 @@ private:
         forget_requirement(port);
     }
 
-    uint64_t clock_ = 0;
+    std::atomic<uint64_t> clock_{0};
     uint64_t epoch_ = 0;
     uint64_t progress_ = 0;
     uint64_t next_command_ = 0;

@@ -129,9 +129,10 @@ OMX_ERRORTYPE zvx_seq_client::send_command(OMX_COMMANDTYPE command, OMX_U32 para
     }
     const OMX_ERRORTYPE error =
         OMX_SendCommand(handle_, command, param, command == OMX_CommandMarkBuffer ? &mark_ : nullptr);
+    const uint64_t returned_at = model_.stamp();
     trace_.add("SendCommand %s -> %s", zvx_seq_describe_command(command, param).c_str(), zvxp_error(error));
     std::lock_guard lock(mutex_);
-    model_.command_sent(id, error);
+    model_.command_sent(id, error, returned_at);
     report_new();
     changed_.notify_all();
     return error;

@@ -231,7 +231,7 @@ uint64_t zvx_seq_model::command_sending(OMX_COMMANDTYPE command, OMX_U32 param)
     return id;
 }
 
-void zvx_seq_model::command_sent(uint64_t id, OMX_ERRORTYPE result)
+void zvx_seq_model::command_sent(uint64_t id, OMX_ERRORTYPE result, uint64_t returned_at)
 {
     ++epoch_;
     const auto early = answered_early_.find(id);
@@ -243,7 +243,7 @@ void zvx_seq_model::command_sent(uint64_t id, OMX_ERRORTYPE result)
         for (zvx_seq_expected &entry : expected_) {
             if (entry.id == id) {
                 entry.confirmed = true;
-                entry.confirmed_at = tick();
+                entry.confirmed_at = returned_at;
             }
         }
         return;

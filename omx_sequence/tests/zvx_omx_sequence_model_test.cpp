@@ -146,6 +146,24 @@ TEST_F(ModelTest, OverlappingSendCommandsFromTwoThreadsHaveNoOrder)
     EXPECT_TRUE(model.unanswered().empty());
 }
 
+TEST_F(ModelTest, CommandOrderIsWhenSendCommandReturnedNotWhenTheModelHeardOfIt)
+{
+    // The client's PortDisable(0) returns; before its thread records that, a callback sends Flush(ALL)
+    // and PortDisable(ALL). The component answers in the order the calls were made.
+    const uint64_t client = model.command_sending(OMX_CommandPortDisable, 0);
+    const uint64_t returned_at = model.stamp();
+    send(OMX_CommandFlush, OMX_ALL);
+    send(OMX_CommandPortDisable, OMX_ALL);
+    model.command_sent(client, OMX_ErrorNone, returned_at);
+    complete(OMX_CommandPortDisable, 0);
+    complete(OMX_CommandFlush, 0);
+    complete(OMX_CommandFlush, 1);
+    complete(OMX_CommandPortDisable, 0);
+    complete(OMX_CommandPortDisable, 1);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    EXPECT_TRUE(model.unanswered().empty());
+}
+
 TEST_F(ModelTest, AllPortsAnsweredOutputFirstIsOutOfOrder)
 {
     send(OMX_CommandFlush, OMX_ALL);
