@@ -71,7 +71,7 @@ public:
     void free_starting(const OMX_BUFFERHEADERTYPE *header);
     void free_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORTYPE result);
     /* well_formed: the header as the component gave it, filled within its buffer, on its own port. */
-    /* Returns the give's serial, which its give_finished passes back. */
+    /* Returns the give's serial (model time), which its give_finished passes back. */
     uint64_t give_starting(const OMX_BUFFERHEADERTYPE *header);
     void give_finished(const OMX_BUFFERHEADERTYPE *header, uint64_t serial, OMX_ERRORTYPE result, bool well_formed);
     /* callback_port: 0 for EmptyBufferDone, 1 for FillBufferDone. */
@@ -160,7 +160,6 @@ private:
     uint64_t epoch_ = 0;
     uint64_t progress_ = 0;
     uint64_t next_command_ = 0;
-    uint64_t next_give_ = 0;
     std::deque<zvx_seq_expected> expected_;
     /* Answers already taken for commands whose SendCommand has not returned yet. */
     std::map<uint64_t, int> answered_early_;

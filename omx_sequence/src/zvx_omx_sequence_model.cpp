@@ -600,7 +600,7 @@ void zvx_seq_model::free_finished(const OMX_BUFFERHEADERTYPE *header, OMX_ERRORT
 
 uint64_t zvx_seq_model::give_starting(const OMX_BUFFERHEADERTYPE *header)
 {
-    const uint64_t serial = ++next_give_;
+    const uint64_t serial = tick();
     const auto found = buffers_.find(header);
     if (found != buffers_.end()) {
         if (found->second.giving.empty()) {
@@ -698,7 +698,7 @@ void zvx_seq_model::buffer_done_entered(const OMX_BUFFERHEADERTYPE *header, OMX_
         --entry.outstanding;
     } else if (!entry.giving.empty()) {
         ++entry.early_returns;
-        entry.early_owner_up_to = next_give_;
+        entry.early_owner_up_to = clock_;
     } else {
         violate(zvx_seq_fault::doubled_buffer,
                 zvxp_format("%s(%p): the client already holds it", callback, zvxp_address(header)));
