@@ -27,18 +27,6 @@ int64_t zvxp_now_ns()
  * pinned to one CPU): after this long it is taken as hung. */
 constexpr int64_t zvxp_peer_patience_ns = 10'000'000'000;
 
-/* False when the peer did not get there in time. */
-template <typename Condition> bool zvxp_spin_until(Condition done)
-{
-    const int64_t deadline = zvxp_now_ns() + zvxp_peer_patience_ns;
-    while (!done()) {
-        if (zvxp_now_ns() > deadline)
-            return false;
-        std::this_thread::yield();
-    }
-    return true;
-}
-
 } // namespace
 
 struct zvx_bellagio_peer {
@@ -132,6 +120,20 @@ OMX_PARAM_PORTDEFINITIONTYPE zvxp_peer_definition(zvx_bellagio_peer *peer, OMX_U
     return definition;
 }
 
+/* Spins until done; false, and the peer marked hung, when it did not get there in time. */
+template <typename Condition> bool zvxp_await(zvx_bellagio_peer *peer, Condition done)
+{
+    const int64_t deadline = zvxp_now_ns() + zvxp_peer_patience_ns;
+    while (!done()) {
+        if (zvxp_now_ns() > deadline) {
+            peer->hung = true;
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
+
 bool zvxp_peer_set_buffer_count(zvx_bellagio_peer *peer, int count)
 {
     for (OMX_U32 port = 0; port < zvxp_ports; ++port) {
@@ -154,11 +156,7 @@ bool zvxp_peer_change_state(zvx_bellagio_peer *peer, OMX_STATETYPE state, Meanwh
         return false;
     if (!meanwhile())
         return false;
-    if (!zvxp_spin_until([&] { return peer->completions.load(std::memory_order_acquire) != before; })) {
-        peer->hung = true;
-        return false;
-    }
-    return true;
+    return zvxp_await(peer, [&] { return peer->completions.load(std::memory_order_acquire) != before; });
 }
 
 bool zvxp_peer_allocate(zvx_bellagio_peer *peer)
@@ -214,11 +212,10 @@ int64_t zvxp_peer_round_trip_ns(zvx_bellagio_peer *peer, OMX_U32 timed_port, std
     const int64_t sent_at = zvxp_now_ns();
     if (zvxp_peer_lend(peer, timed_port, timed) != OMX_ErrorNone)
         return -1;
-    if (!zvxp_spin_until([&] {
+    if (!zvxp_await(peer, [&] {
             return done_at.load(std::memory_order_acquire) >= 0 && peer->lent[0].load(std::memory_order_acquire) == 0 &&
                    peer->lent[1].load(std::memory_order_acquire) == 0;
         })) {
-        peer->hung = true;
         return -1;
     }
     return done_at.load(std::memory_order_acquire) - sent_at;
@@ -334,5 +331,5 @@ uint64_t zvx_bellagio_peer_buffers_returned(zvx_bellagio_peer *peer)
 void zvx_bellagio_peer_end_stream(zvx_bellagio_peer *peer)
 {
     peer->streaming.store(false);
-    peer->hung = !zvxp_spin_until([&] { return peer->giving_again.load() == 0; }) || peer->hung;
+    zvxp_await(peer, [&] { return peer->giving_again.load() == 0; });
 }
