@@ -14,6 +14,9 @@ namespace {
 /* Errors waiting for the host beyond this are dropped: a broken stream must not fill the memory. */
 constexpr size_t ZVXP_ERRORS_KEPT = 16;
 constexpr int ZVXP_UNSPECIFIED = 2;
+/* The largest side the device decodes, the one the component's ports take: a larger picture would be
+ * announced with buffers no client can allocate, so its stream is refused as corrupt. */
+constexpr int ZVXP_MAX_SIDE = 8192;
 
 uint8_t zvxp_code_point(int value)
 {
@@ -46,9 +49,14 @@ LibavDecodeEngine::LibavDecodeEngine(zvx_av::Codec codec)
 
 void LibavDecodeEngine::note(const zvx_av::Status &status, const char *step)
 {
-    if (status.ok() || errors_.size() >= ZVXP_ERRORS_KEPT)
-        return;
-    errors_.push_back({static_cast<uint32_t>(OMX_ErrorStreamCorrupt), std::string(step) + ": " + status.message()});
+    if (!status.ok())
+        note_error(std::string(step) + ": " + status.message());
+}
+
+void LibavDecodeEngine::note_error(std::string message)
+{
+    if (errors_.size() < ZVXP_ERRORS_KEPT)
+        errors_.push_back({static_cast<uint32_t>(OMX_ErrorStreamCorrupt), std::move(message)});
 }
 
 void LibavDecodeEngine::consume(const EngineInput &input)
@@ -89,6 +97,11 @@ void LibavDecodeEngine::take_pictures()
 {
     while (std::optional<zvx_av::DecodedPicture> decoded = decoder_.receive()) {
         const zvx_av::PictureFormat &format = decoded->format;
+        if (decoded->frame->width > ZVXP_MAX_SIDE || decoded->frame->height > ZVXP_MAX_SIDE) {
+            note_error("decoding: a " + std::to_string(decoded->frame->width) + "x" +
+                       std::to_string(decoded->frame->height) + " picture is larger than the device decodes");
+            continue;
+        }
         const Geometry visible{static_cast<uint32_t>(decoded->frame->width),
                                static_cast<uint32_t>(decoded->frame->height)};
         if (!announced_ || *announced_ != format) {

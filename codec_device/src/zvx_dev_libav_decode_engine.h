@@ -2,6 +2,7 @@
 #define ZVX_DEV_LIBAV_DECODE_ENGINE_H
 
 #include <deque>
+#include <string>
 
 #include "zvx_av_decoder.h"
 #include "zvx_av_picture_writer.h"
@@ -36,6 +37,7 @@ private:
     };
 
     void note(const zvx_av::Status &status, const char *step);
+    void note_error(std::string message);
     void take_pictures();
     void end_stream(uint64_t timestamp);
 

@@ -63,4 +63,20 @@ TEST_F(ComponentOverLibav, NoiseForEveryRoleEndsCleanly)
     }
 }
 
+/* A VP8 key frame header claiming 10768x16144: its output buffers would be past what a client can
+ * allocate, so the device refuses the stream as corrupt instead of announcing it, and the stream ends. */
+TEST_F(ComponentOverLibav, PictureLargerThanTheDeviceDecodesIsRefusedAndTheStreamEnds)
+{
+    const std::vector<uint8_t> header = {0x50, 0x02, 0x00, 0x9d, 0x01, 0x2a, 0x10, 0x2a, 0x10, 0xff,
+                                         0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0x3f, 0x10, 0x00, 0x00,
+                                         0x88, 0x47, 0x08, 0x85, 0x85, 0x88, 0x88, 0x02, 0x02};
+    const zvx_dev_component_decode run =
+        zvx_dev_decode_through_component("vp8", header, 2441, OMX_BUFFERFLAG_ENDOFFRAME, LIMIT);
+    EXPECT_TRUE(run.ended);
+    EXPECT_TRUE(run.stopped);
+    EXPECT_TRUE(run.problems.empty()) << (run.problems.empty() ? "" : run.problems.front());
+    EXPECT_EQ(run.pictures, 0u);
+    EXPECT_LE(run.output.format.video.nFrameWidth, 8192u);
+}
+
 } // namespace
