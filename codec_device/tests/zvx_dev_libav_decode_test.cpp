@@ -8,6 +8,7 @@
 
 #include "zvx_av_media_reader.h"
 #include "zvx_av_test_streams.h"
+#include "zvx_dev_host.h"
 #include "zvx_dev_libav_runs.h"
 
 namespace {
@@ -161,6 +162,36 @@ TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithT
     EXPECT_EQ(result.output_definition.nFrameHeight, 100u);
     EXPECT_GE(result.output_definition.nStride, 180u);
     EXPECT_GE(result.output_definition.nBufferCountMin, result.sequences[0].num_buffers_planar);
+}
+
+/* Between announcing a stream and the client's first output buffer, the worker holds the next input: a
+ * decode started then would keep the ready picture from that buffer for a whole picture's time. */
+TEST_F(LibavDecode, ReadyPictureGoesOutBeforeTheNextDecodeWhileTheClientSetsUpItsOutputs)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 6, "-c:v libx264 -bf 0"));
+    const std::vector<DeviceInput> inputs = access_units(path);
+    zvx_dev_script script;
+    script.engine = zvx_dev_engine::libav;
+    DeviceHost host("video_decoder.avc", script);
+    ASSERT_TRUE(host.session);
+    host.set_port(1, 0, 0, NV12);
+    host.run();
+    for (const DeviceInput &input : inputs) {
+        const zvx_base_buffer_handle_t id = host.add_buffer(0, static_cast<uint32_t>(input.data.size()));
+        std::copy(input.data.begin(), input.data.end(), const_cast<uint8_t *>(host.data(id)));
+        host.queue(0, id, static_cast<uint32_t>(input.data.size()), input.flags, input.timestamp);
+    }
+    uint32_t inputs_back = 0;
+    for (DeviceEvent event = host.next(); event.code != 0xFFFF; event = host.next(200))
+        inputs_back += event.code == ZVX_BASE_EVENT_INPUT ? 1 : 0;
+    EXPECT_LT(inputs_back, inputs.size()) << "inputs were decoded with no output buffer to take a picture";
+    EXPECT_EQ(host.stats().held_buffers[0], inputs.size() - inputs_back);
+
+    const zvx_base_buffer_handle_t output = host.add_buffer(1, 1 << 20);
+    host.queue(1, output);
+    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, output) << "a decode came first";
 }
 
 /* The component labels a deep stream's output with its packed 10-bit format and sizes the buffers for
