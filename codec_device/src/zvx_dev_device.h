@@ -131,7 +131,6 @@ private:
     void return_buffer(uint32_t port, zvx_base_buffer_handle_t buffer_id, const zvx_base_buffer_userspace &returned);
     zvx_base_buffer_userspace returned_descriptor(const zvx_base_buffer_details &details) const;
     std::optional<zvx_base_buffer_details> find_output(bool stale) const;
-    bool has_output_buffers() const;
     void send(uint16_t code, const void *payload, uint16_t size);
     void send_buffer_return(uint16_t code, const zvx_base_buffer_userspace &descriptor);
     void release_shuffled();

@@ -103,9 +103,10 @@ Device::Operation Device::next_operation()
         return Operation::reject_stale;
     if (item != nullptr && find_output(false))
         return Operation::output;
-    /* While the client sets its output buffers up, a ready picture waits for the first of them: a decode
-     * started now would hold the worker, and that picture, for a whole picture's time. */
-    if (item != nullptr && engine_->consume_takes_long() && !has_output_buffers())
+    /* A ready picture waits for the client's next output buffer, whether the client is setting its buffers
+     * up or showing them. A decode started meanwhile would keep the picture from that buffer for a whole
+     * picture's time, and decoding ahead of the client only makes a flush wait for the decode. */
+    if (item != nullptr && engine_->consume_takes_long())
         return Operation::none;
     const size_t in_flight_limit = std::max(script_.max_pictures_in_flight, script_.reorder_depth + 1);
     if (!queued_[INPUT_PORT].empty() && engine_->pictures_in_flight() < in_flight_limit)
@@ -474,12 +475,6 @@ void Device::return_buffer(uint32_t port, zvx_base_buffer_handle_t buffer_id, co
     registered_.at(buffer_id).queued = false;
     queued.erase(held);
     send_buffer_return(port == INPUT_PORT ? ZVX_BASE_EVENT_INPUT : ZVX_BASE_EVENT_OUTPUT, returned);
-}
-
-bool Device::has_output_buffers() const
-{
-    return std::any_of(registered_.begin(), registered_.end(),
-                       [](const auto &entry) { return entry.second.port == OUTPUT_PORT; });
 }
 
 std::optional<zvx_base_buffer_details> Device::find_output(bool stale) const

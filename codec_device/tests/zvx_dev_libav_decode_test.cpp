@@ -164,13 +164,26 @@ TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithT
     EXPECT_GE(result.output_definition.nBufferCountMin, result.sequences[0].num_buffers_planar);
 }
 
-/* Between announcing a stream and the client's first output buffer, the worker holds the next input: a
- * decode started then would keep the ready picture from that buffer for a whole picture's time. */
-TEST_F(LibavDecode, ReadyPictureGoesOutBeforeTheNextDecodeWhileTheClientSetsUpItsOutputs)
+/* Every input back until the device has been quiet for a while. */
+uint32_t inputs_back_until_quiet(DeviceHost &host, std::vector<zvx_base_buffer_handle_t> *outputs)
+{
+    uint32_t inputs_back = 0;
+    for (DeviceEvent event = host.next(); event.code != 0xFFFF; event = host.next(200)) {
+        inputs_back += event.code == ZVX_BASE_EVENT_INPUT ? 1 : 0;
+        if (event.code == ZVX_BASE_EVENT_OUTPUT)
+            outputs->push_back(event.buffer().buffer_id);
+    }
+    return inputs_back;
+}
+
+/* A decoded picture waits for the client's next output buffer, and no decode starts meanwhile: it would
+ * hold that picture for a whole picture's time once the buffer comes. Alike while the client sets its
+ * buffers up (none yet) and while it holds all it has. */
+TEST_F(LibavDecode, ReadyPictureWaitingForAnOutputBufferHoldsTheNextDecode)
 {
     zvx_av_test::TempFolder folder;
     const std::string path = folder.file("s.h264");
-    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 6, "-c:v libx264 -bf 0"));
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 10, "-c:v libx264 -bf 0"));
     const std::vector<DeviceInput> inputs = access_units(path);
     zvx_dev_script script;
     script.engine = zvx_dev_engine::libav;
@@ -183,15 +196,19 @@ TEST_F(LibavDecode, ReadyPictureGoesOutBeforeTheNextDecodeWhileTheClientSetsUpIt
         std::copy(input.data.begin(), input.data.end(), const_cast<uint8_t *>(host.data(id)));
         host.queue(0, id, static_cast<uint32_t>(input.data.size()), input.flags, input.timestamp);
     }
-    uint32_t inputs_back = 0;
-    for (DeviceEvent event = host.next(); event.code != 0xFFFF; event = host.next(200))
-        inputs_back += event.code == ZVX_BASE_EVENT_INPUT ? 1 : 0;
-    EXPECT_LT(inputs_back, inputs.size()) << "inputs were decoded with no output buffer to take a picture";
+    std::vector<zvx_base_buffer_handle_t> filled;
+    uint32_t inputs_back = inputs_back_until_quiet(host, &filled);
+    EXPECT_LT(inputs_back, inputs.size()) << "decoded ahead while the client set its buffers up";
+
+    const zvx_base_buffer_handle_t outputs[] = {host.add_buffer(1, 1 << 20), host.add_buffer(1, 1 << 20)};
+    host.queue(1, outputs[0]);
+    inputs_back += inputs_back_until_quiet(host, &filled);
+    EXPECT_EQ(filled, std::vector<zvx_base_buffer_handle_t>{outputs[0]});
+    EXPECT_LT(inputs_back, inputs.size()) << "decoded ahead while the client held every buffer";
     EXPECT_EQ(host.stats().held_buffers[0], inputs.size() - inputs_back);
 
-    const zvx_base_buffer_handle_t output = host.add_buffer(1, 1 << 20);
-    host.queue(1, output);
-    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, output) << "a decode came first";
+    host.queue(1, outputs[1]);
+    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, outputs[1]) << "a decode came first";
 }
 
 /* The component labels a deep stream's output with its packed 10-bit format and sizes the buffers for
