@@ -61,8 +61,9 @@ public:
     virtual void pop_front() = 0;
     /* Pictures taken in and not yet out: the device stops feeding input at its limit. */
     virtual size_t pictures_in_flight() const = 0;
-    /* A consume that does a codec's real work, long enough to matter to a picture waiting for an output
-     * buffer; the pattern's is instant. */
+    /* A decode that does a codec's real work, long enough to matter to a picture waiting for an output
+     * buffer; the pattern's is instant. An encoder answers no: a client may hold its finished packets
+     * until it has its next input buffer back. */
     virtual bool consume_takes_long() const { return false; }
     /* Drops every picture held; announcements stay, the host still has to hear of them. */
     virtual void flush() = 0;

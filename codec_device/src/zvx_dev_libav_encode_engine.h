@@ -21,7 +21,6 @@ public:
     StreamItem *front() override;
     void pop_front() override;
     size_t pictures_in_flight() const override;
-    bool consume_takes_long() const override { return true; }
     void flush() override;
     std::optional<WrittenPicture> write_picture(const Picture &, const PictureTarget &) override
     {
