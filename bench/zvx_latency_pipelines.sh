@@ -3,7 +3,8 @@
 # beside GStreamer's and FFmpeg's own software decoders, each pair in the same run:
 #   start/seek  bench/gst/zvx_gst_start_seek: omxh264dec and avdec_h264 playing 10 s of 720p H.264 (MP4,
 #               a key frame a second) in real time: from PLAYING to the first picture at the sink (the
-#               process's first pipeline, which loads the libraries, apart), and from a flushing key-unit
+#               process's first pipeline, which loads the libraries, apart; it is also timed from building
+#               the pipeline, where GStreamer's own plugins load theirs), and from a flushing key-unit
 #               seek to the first picture after it; each process makes SEEK_RUNS pipelines, 4 seeks each;
 #   small       176x144 H.264, 3000 frames: zvx_omx_run --input against ffmpeg -f null, pictures per
 #               second over the process's wall time and over the program's own decode time;
@@ -75,21 +76,24 @@ start_seek() {
     done
   done
   echo "==== start and seek, 1280x720 H.264 in real time, $runs processes x $seek_runs pipelines x 4 seeks; load before: $1 ===="
-  printf '%-11s %15s %16s %15s %13s\n' decoder "first start ms" "start ms (warm)" "seek ms median" "seek ms p90"
+  printf '%-11s %15s %16s %15s %13s %18s\n' decoder "first start ms" "start ms (warm)" "seek ms median" "seek ms p90" \
+    "first from launch"
   declare -A figure
   for decoder in omxh264dec avdec_h264; do
     local lines="$work/start-seek.$decoder"
     figure[$decoder.first]=$(awk '$2 == "run" && $3 == "1:" { print $5 }' "$lines" | median)
+    figure[$decoder.launch]=$(awk '$2 == "run" && $3 == "1:" { print $(NF - 1) }' "$lines" | median)
     figure[$decoder.start]=$(awk '$2 == "run" && $3 != "1:" { print $5 }' "$lines" | median)
     figure[$decoder.seek]=$(awk '$2 == "run" { for (i = 8; i <= NF && $i != "ms;"; ++i) print $i }' "$lines" | median)
     figure[$decoder.p90]=$(awk '$2 == "run" { for (i = 8; i <= NF && $i != "ms;"; ++i) print $i }' "$lines" | sort -g |
       awk '{ v[NR] = $1 } END { print v[int(0.9 * (NR - 1)) + 1] }')
-    printf '%-11s %15s %16s %15s %13s\n' $decoder "${figure[$decoder.first]}" "${figure[$decoder.start]}" \
-      "${figure[$decoder.seek]}" "${figure[$decoder.p90]}"
+    printf '%-11s %15s %16s %15s %13s %18s\n' $decoder "${figure[$decoder.first]}" "${figure[$decoder.start]}" \
+      "${figure[$decoder.seek]}" "${figure[$decoder.p90]}" "${figure[$decoder.launch]}"
   done
   echo "ratio omxh264dec / avdec_h264: $(ratio "${figure[omxh264dec.first]}" "${figure[avdec_h264.first]}") x the first start," \
     "$(ratio "${figure[omxh264dec.start]}" "${figure[avdec_h264.start]}") x the warm start," \
-    "$(ratio "${figure[omxh264dec.seek]}" "${figure[avdec_h264.seek]}") x the seek time"
+    "$(ratio "${figure[omxh264dec.seek]}" "${figure[avdec_h264.seek]}") x the seek time," \
+    "$(ratio "${figure[omxh264dec.launch]}" "${figure[avdec_h264.launch]}") x the first start from building the pipeline"
 }
 
 small() {

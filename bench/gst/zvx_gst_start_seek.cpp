@@ -94,6 +94,10 @@ std::vector<int> zvxp_targets(const std::string &list)
 
 struct zvxp_run {
     int64_t start_ns = -1;
+    /* From building the pipeline: a first start then includes each decoder's library loading, which
+     * GStreamer's own plugins do while the pipeline is built and a core loaded by the element does in
+     * the move to READY. */
+    int64_t launch_ns = -1;
     std::vector<int64_t> seeks_ns;
     /* The timestamp of the first picture after each seek: a decoder that drops the key frame shows here. */
     std::vector<GstClockTime> seek_pts;
@@ -103,6 +107,7 @@ struct zvxp_run {
  * to come. */
 bool zvxp_play(const std::string &launch_line, const std::vector<int> &targets, int dwell_ms, zvxp_run &run)
 {
+    const int64_t launched_at = zvx_gst_now_ns();
     GstElement *pipeline = zvx_gst_pipeline(launch_line);
     if (pipeline == nullptr)
         return false;
@@ -117,6 +122,8 @@ bool zvxp_play(const std::string &launch_line, const std::vector<int> &targets, 
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
     run.start_ns = zvxp_wait(first, pipeline, marked_at);
     whole = run.start_ns >= 0;
+    if (whole)
+        run.launch_ns = marked_at - launched_at + run.start_ns;
     for (size_t i = 0; whole && i < targets.size(); ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(dwell_ms));
         first.arm(true);
@@ -175,7 +182,9 @@ int main(int argc, char **argv)
 
     std::vector<int64_t> warm_starts;
     std::vector<int64_t> seeks;
+    std::vector<int64_t> warm_launches;
     int64_t first_start = -1;
+    int64_t first_launch = -1;
     for (int i = 0; i < runs; ++i) {
         zvxp_run run;
         if (!zvxp_play(launch_line, targets, dwell_ms, run)) {
@@ -189,18 +198,22 @@ int main(int argc, char **argv)
         std::printf(" ms; first pictures at");
         for (const GstClockTime pts : run.seek_pts)
             std::printf(" %.3f", pts == GST_CLOCK_TIME_NONE ? -1.0 : static_cast<double>(pts) / GST_SECOND);
-        std::printf(" s\n");
-        if (i == 0)
+        std::printf(" s; from launch %.2f ms\n", zvxp_ms(static_cast<double>(run.launch_ns)));
+        if (i == 0) {
             first_start = run.start_ns;
-        else
+            first_launch = run.launch_ns;
+        } else {
             warm_starts.push_back(run.start_ns);
+            warm_launches.push_back(run.launch_ns);
+        }
         seeks.insert(seeks.end(), run.seeks_ns.begin(), run.seeks_ns.end());
     }
     const size_t seek_count = seeks.size();
     std::printf("result decoder=%s runs=%d start_first_ms=%.2f start_median_ms=%.2f seek_median_ms=%.2f "
-                "seek_p90_ms=%.2f seeks=%zu\n",
+                "seek_p90_ms=%.2f seeks=%zu launch_first_ms=%.2f launch_median_ms=%.2f\n",
                 decoder.c_str(), runs, zvxp_ms(static_cast<double>(first_start)),
                 zvxp_ms(zvx_gst_order_statistic(warm_starts, 0.5)), zvxp_ms(zvx_gst_order_statistic(seeks, 0.5)),
-                zvxp_ms(zvx_gst_order_statistic(seeks, 0.9)), seek_count);
+                zvxp_ms(zvx_gst_order_statistic(seeks, 0.9)), seek_count, zvxp_ms(static_cast<double>(first_launch)),
+                zvxp_ms(zvx_gst_order_statistic(warm_launches, 0.5)));
     return 0;
 }
