@@ -78,8 +78,14 @@ TEST_F(StreamSettings, SequenceParametersRaiseTheBufferCountAndTellTheClientOnce
     EXPECT_EQ(after.nBufferSize, after.format.video.nFrameWidth * after.format.video.nFrameHeight * 2);
     EXPECT_TRUE(comp_.ports[1].flush_without_stop);
 
+    // The client answers with a count of its own; the session repeats itself while the client allocates.
+    OMX_PARAM_PORTDEFINITIONTYPE chosen = after;
+    chosen.nBufferCountActual = after.nBufferCountMin + 2;
+    ASSERT_EQ(omx_->SetParameter(omx_, OMX_IndexParamPortDefinition, &chosen), OMX_ErrorNone);
     dispatch(ZVX_BASE_EVENT_SEQUENCE_PARAMS, sequence);
     EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "nothing changed: the session carries on";
+    EXPECT_EQ(output().nBufferCountActual, chosen.nBufferCountActual)
+        << "a count changed without telling would refuse the buffers the client is allocating";
 }
 
 TEST_F(StreamSettings, TenBitInterlacedStreamChangesTheOutputFormat)

@@ -528,10 +528,6 @@ void zvxp_omx_handle_sequence_params(struct zvx_omx_common_component *comp,
             definition->nBufferCountMin = needed + 1;
             changed = true;
         }
-        // Never below the buffers the port holds: its count would then say it holds more than it may.
-        definition->nBufferCountActual = std::max<OMX_U32>(
-            definition->nBufferCountMin, static_cast<OMX_U32>(zvx_map_size(&port.registered_buffers)));
-        zvx_omx_port_update_populated(&port);
         if (auto *sequence = static_cast<QURO_PARAM_SEQUENECE_PARAMETERS *>(
                 zvx_omx_config_find(&port.config_and_params, QURO_IndexParamSequenceParameters, 0))) {
             changed = changed || sequence->bInterlace != seq_param->interlace;
@@ -547,7 +543,16 @@ void zvxp_omx_handle_sequence_params(struct zvx_omx_common_component *comp,
         }
         need_realloc_callback_data realloc = {definition, tcx, hw_version, false};
         zvx_map_foreach(&port.registered_buffers, need_realloc_callback, &realloc);
-        if (!realloc.need_buffer_realloc && !changed && comp->alloc_params_state != ZVX_ALLOC_PARAMS_CHANGED) {
+        const bool told =
+            realloc.need_buffer_realloc || changed || comp->alloc_params_state == ZVX_ALLOC_PARAMS_CHANGED;
+        // Never below the buffers the port holds: its count would then say it holds more than it may. The
+        // count follows the minimum down only when the client hears of it: lowered quietly, it would refuse
+        // the buffers of a client allocating the count it chose.
+        const auto floor = std::max<OMX_U32>(definition->nBufferCountMin,
+                                             static_cast<OMX_U32>(zvx_map_size(&port.registered_buffers)));
+        definition->nBufferCountActual = told ? floor : std::max(definition->nBufferCountActual, floor);
+        zvx_omx_port_update_populated(&port);
+        if (!told) {
             // The session carries on with the buffers it has.
             OMX_U32 flush = ZVX_BASE_FLUSH_QUICK | ZVX_BASE_FLUSH_OUTPUT_PORT;
             if (seq_param->interlace != 0) {
