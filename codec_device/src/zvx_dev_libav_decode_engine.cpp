@@ -68,6 +68,7 @@ void LibavDecodeEngine::consume(const EngineInput &input)
         in.end_of_frame = (input.flags & OMX_BUFFERFLAG_ENDOFFRAME) != 0;
         in.codec_config = (input.flags & OMX_BUFFERFLAG_CODECCONFIG) != 0;
         note(decoder_.send(in), "decoding");
+        announce_ahead();
         take_pictures();
     }
     if ((input.flags & OMX_BUFFERFLAG_EOS) != 0)
@@ -93,6 +94,40 @@ void LibavDecodeEngine::end_stream(uint64_t timestamp)
     items_.push_back({end, nullptr, frame_memory_});
 }
 
+Announcement LibavDecodeEngine::announcement_of(const zvx_av::PictureShape &shape) const
+{
+    Announcement announcement;
+    announcement.geometry = {static_cast<uint32_t>(shape.width), static_cast<uint32_t>(shape.height)};
+    // Pictures leave the decoder cropped, and are written so: the frame a client gets is the visible
+    // picture (the coded size stays the decoder's business), which every client shows as it is.
+    announcement.frame = announcement.geometry;
+    announcement.bit_depth = static_cast<uint8_t>(std::clamp(shape.bit_depth, 8, 16));
+    announcement.buffers_needed = static_cast<uint32_t>(decoder_.frames_held().total());
+    announcement.colour = zvxp_colour_of(shape.colour);
+    return announcement;
+}
+
+/* With frame threads the decoder has read the stream's headers a few pictures before the first comes
+ * out: the client sets its output buffers up meanwhile instead of after that picture. */
+void LibavDecodeEngine::announce_ahead()
+{
+    if (announced_ || announced_ahead_)
+        return;
+    const std::optional<zvx_av::PictureShape> shape = decoder_.stream_shape();
+    if (!shape || shape->width > ZVXP_MAX_SIDE || shape->height > ZVXP_MAX_SIDE)
+        return;
+    announced_ahead_ = announcement_of(*shape);
+    items_.push_back({*announced_ahead_, nullptr, announced_ahead_->frame});
+    frame_memory_ = announced_ahead_->frame;
+}
+
+bool LibavDecodeEngine::fits_announced_ahead(const Announcement &announcement) const
+{
+    return announced_ahead_ && announcement.geometry == announced_ahead_->geometry &&
+           announcement.bit_depth == announced_ahead_->bit_depth && announcement.colour == announced_ahead_->colour &&
+           announcement.buffers_needed <= announced_ahead_->buffers_needed;
+}
+
 void LibavDecodeEngine::take_pictures()
 {
     while (std::optional<zvx_av::DecodedPicture> decoded = decoder_.receive()) {
@@ -105,17 +140,13 @@ void LibavDecodeEngine::take_pictures()
         const Geometry visible{static_cast<uint32_t>(decoded->frame->width),
                                static_cast<uint32_t>(decoded->frame->height)};
         if (!announced_ || *announced_ != format) {
-            Announcement announcement;
-            announcement.geometry = visible;
-            // Pictures leave the decoder cropped, and are written so: the frame a client gets is the visible
-            // picture (the coded size stays the decoder's business), which every client shows as it is.
-            announcement.frame = visible;
-            announcement.bit_depth = static_cast<uint8_t>(std::clamp(format.bit_depth, 8, 16));
-            announcement.buffers_needed = static_cast<uint32_t>(decoder_.frames_held().total());
-            announcement.colour = zvxp_colour_of(format.colour);
-            items_.push_back({announcement, nullptr, announcement.frame});
+            const Announcement announcement = announcement_of(zvx_av::shape_of(format));
+            if (announced_ || !fits_announced_ahead(announcement)) {
+                items_.push_back({announcement, nullptr, announcement.frame});
+                frame_memory_ = announcement.frame;
+            }
             announced_ = format;
-            frame_memory_ = announcement.frame;
+            announced_ahead_.reset();
         }
         Picture picture;
         picture.number = pictures_decoded_++;

@@ -39,6 +39,9 @@ private:
 
     void note(const zvx_av::Status &status, const char *step);
     void note_error(std::string message);
+    void announce_ahead();
+    Announcement announcement_of(const zvx_av::PictureShape &shape) const;
+    bool fits_announced_ahead(const Announcement &announcement) const;
     void take_pictures();
     void end_stream(uint64_t timestamp);
 
@@ -47,6 +50,9 @@ private:
     zvx_av::PictureWriter writer_;
     std::deque<Item> items_;
     std::optional<zvx_av::PictureFormat> announced_;
+    /* Announced from the stream's headers, before its first picture: that picture needs no announcement
+     * of its own when it fits. */
+    std::optional<Announcement> announced_ahead_;
     Geometry frame_memory_; /* of the format announced last */
     uint64_t last_timestamp_ = 0;
     uint32_t pictures_decoded_ = 0;

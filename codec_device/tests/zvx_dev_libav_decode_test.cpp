@@ -211,6 +211,45 @@ TEST_F(LibavDecode, ReadyPictureWaitingForAnOutputBufferHoldsTheNextDecode)
     EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, outputs[1]) << "a decode came first";
 }
 
+/* With frame threads or reordering, the decoder has read the stream's headers a few pictures before the
+ * first comes out: the client hears of the stream then, and sets its buffers up while those pictures
+ * decode. The first picture fits what was announced and is not announced again. */
+TEST_F(LibavDecode, StreamIsAnnouncedFromItsHeadersBeforeItsFirstPictureIsOut)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 10, "-c:v libx264 -bf 2"));
+    const std::vector<DeviceInput> inputs = access_units(path);
+    zvx_dev_script script;
+    script.engine = zvx_dev_engine::libav;
+    DeviceHost host("video_decoder.avc", script);
+    ASSERT_TRUE(host.session);
+    host.set_port(1, 0, 0, NV12);
+    host.run();
+    // Fed one at a time: an input not taken back means a picture is out, waiting for an output buffer.
+    size_t announced_at = inputs.size();
+    size_t picture_out_at = inputs.size();
+    for (size_t i = 0; i < inputs.size() && picture_out_at == inputs.size(); ++i) {
+        const zvx_base_buffer_handle_t id = host.add_buffer(0, static_cast<uint32_t>(inputs[i].data.size()));
+        std::copy(inputs[i].data.begin(), inputs[i].data.end(), const_cast<uint8_t *>(host.data(id)));
+        host.queue(0, id, static_cast<uint32_t>(inputs[i].data.size()), inputs[i].flags, inputs[i].timestamp);
+        bool taken = false;
+        for (DeviceEvent event = host.next(200); event.code != 0xFFFF; event = host.next(200)) {
+            taken = taken || event.code == ZVX_BASE_EVENT_INPUT;
+            if (event.code == ZVX_BASE_EVENT_SEQUENCE_PARAMS && announced_at == inputs.size())
+                announced_at = i;
+        }
+        if (!taken)
+            picture_out_at = i - 1;
+    }
+    ASSERT_LT(picture_out_at, inputs.size()) << "no picture came out";
+    EXPECT_LT(announced_at, picture_out_at) << "announced with the first picture, not ahead of it";
+
+    const zvx_base_buffer_handle_t output = host.add_buffer(1, 1 << 20);
+    host.queue(1, output);
+    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, output) << "announced again";
+}
+
 /* The component labels a deep stream's output with its packed 10-bit format and sizes the buffers for
  * two bytes a pixel, too few for 16-bit samples: the pictures come as 8-bit ones rather than never. */
 TEST_F(LibavDecode, DeepStreamIntoBuffersTooSmallForTwoByteSamplesComesOutInEightBits)

@@ -75,6 +75,9 @@ public:
 
     /* Meaningful once the stream's headers have been decoded. */
     FramesHeld frames_held() const;
+    /* The pictures' shape once the decoder has read the stream's headers, which with frame threads is
+     * before the first picture is out; none before. */
+    std::optional<PictureShape> stream_shape() const;
 
     /* An access unit or a chunk without a frame boundary larger than this is refused. */
     static constexpr size_t max_access_unit_bytes = 32u << 20;

@@ -2,8 +2,10 @@
 #define ZVX_AV_PICTURE_FORMAT_H
 
 #include <cstdint>
+#include <optional>
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavutil/frame.h>
 }
 
@@ -45,6 +47,19 @@ struct PictureFormat {
 
 /* Reads a decoded frame that has not been cropped yet (its crop fields still set). */
 PictureFormat describe_picture(const AVFrame &frame);
+
+/* What a client lays its buffers out for: the visible size, the depth and the colour. */
+struct PictureShape {
+    int width = 0;
+    int height = 0;
+    int bit_depth = 0;
+    ColourAspects colour;
+    bool operator==(const PictureShape &) const = default;
+};
+
+PictureShape shape_of(const PictureFormat &format);
+/* From a decoder that has read the stream's headers; none before. */
+std::optional<PictureShape> describe_stream(const AVCodecContext &context);
 
 } // namespace zvx_av
 

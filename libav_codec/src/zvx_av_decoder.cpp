@@ -357,6 +357,13 @@ std::optional<DecodedPicture> Decoder::receive()
     return picture;
 }
 
+std::optional<PictureShape> Decoder::stream_shape() const
+{
+    if (!context_)
+        return std::nullopt;
+    return describe_stream(*context_);
+}
+
 FramesHeld Decoder::frames_held() const
 {
     if (context_)

@@ -35,6 +35,13 @@ ColourRange range_of(AVColorRange range)
     }
 }
 
+/* libav's colour enums take their values from the same code points. */
+ColourAspects colour_of(AVColorRange range, AVColorPrimaries primaries, AVColorTransferCharacteristic transfer,
+                        AVColorSpace matrix)
+{
+    return {range_of(range), primaries, transfer, matrix};
+}
+
 } // namespace
 
 PictureFormat describe_picture(const AVFrame &frame)
@@ -52,12 +59,23 @@ PictureFormat describe_picture(const AVFrame &frame)
         format.bit_depth = descriptor->comp[0].depth;
         format.chroma = chroma_of(*descriptor);
     }
-    // libav's colour enums take their values from the same code points.
-    format.colour.range = range_of(frame.color_range);
-    format.colour.primaries = frame.color_primaries;
-    format.colour.transfer = frame.color_trc;
-    format.colour.matrix = frame.colorspace;
+    format.colour = colour_of(frame.color_range, frame.color_primaries, frame.color_trc, frame.colorspace);
     return format;
+}
+
+PictureShape shape_of(const PictureFormat &format)
+{
+    return {format.crop.width, format.crop.height, format.bit_depth, format.colour};
+}
+
+std::optional<PictureShape> describe_stream(const AVCodecContext &context)
+{
+    const AVPixFmtDescriptor *descriptor = av_pix_fmt_desc_get(context.pix_fmt);
+    if (descriptor == nullptr || context.width <= 0 || context.height <= 0)
+        return std::nullopt;
+    // The context's size is the visible one: the crop is already taken off.
+    return PictureShape{context.width, context.height, descriptor->comp[0].depth,
+                        colour_of(context.color_range, context.color_primaries, context.color_trc, context.colorspace)};
 }
 
 } // namespace zvx_av
