@@ -4,6 +4,7 @@
 #include <OMX_Core.h>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 
 #include "zvx_av_media_reader.h"
@@ -164,6 +165,34 @@ TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithT
     EXPECT_GE(result.output_definition.nBufferCountMin, result.sequences[0].num_buffers_planar);
 }
 
+/* Ten access units of a 176x144 H.264 stream; none when it could not be made. */
+std::vector<DeviceInput> small_avc_units(int b_frames)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.h264");
+    if (!zvx_av_test::make_stream(path, "176x144", 10, "-c:v libx264 -bf " + std::to_string(b_frames)))
+        return {};
+    return access_units(path);
+}
+
+/* A running libavcodec decoder for a host that has registered no output buffer yet. */
+std::unique_ptr<DeviceHost> running_avc_decoder()
+{
+    zvx_dev_script script;
+    script.engine = zvx_dev_engine::libav;
+    auto host = std::make_unique<DeviceHost>("video_decoder.avc", script);
+    host->set_port(1, 0, 0, NV12);
+    host->run();
+    return host;
+}
+
+void queue_input(DeviceHost &host, const DeviceInput &input)
+{
+    const zvx_base_buffer_handle_t id = host.add_buffer(0, static_cast<uint32_t>(input.data.size()));
+    std::copy(input.data.begin(), input.data.end(), const_cast<uint8_t *>(host.data(id)));
+    host.queue(0, id, static_cast<uint32_t>(input.data.size()), input.flags, input.timestamp);
+}
+
 /* Every input back until the device has been quiet for a while. */
 uint32_t inputs_back_until_quiet(DeviceHost &host, std::vector<zvx_base_buffer_handle_t> *outputs)
 {
@@ -181,34 +210,25 @@ uint32_t inputs_back_until_quiet(DeviceHost &host, std::vector<zvx_base_buffer_h
  * buffers up (none yet) and while it holds all it has. */
 TEST_F(LibavDecode, ReadyPictureWaitingForAnOutputBufferHoldsTheNextDecode)
 {
-    zvx_av_test::TempFolder folder;
-    const std::string path = folder.file("s.h264");
-    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 10, "-c:v libx264 -bf 0"));
-    const std::vector<DeviceInput> inputs = access_units(path);
-    zvx_dev_script script;
-    script.engine = zvx_dev_engine::libav;
-    DeviceHost host("video_decoder.avc", script);
-    ASSERT_TRUE(host.session);
-    host.set_port(1, 0, 0, NV12);
-    host.run();
-    for (const DeviceInput &input : inputs) {
-        const zvx_base_buffer_handle_t id = host.add_buffer(0, static_cast<uint32_t>(input.data.size()));
-        std::copy(input.data.begin(), input.data.end(), const_cast<uint8_t *>(host.data(id)));
-        host.queue(0, id, static_cast<uint32_t>(input.data.size()), input.flags, input.timestamp);
-    }
+    const std::vector<DeviceInput> inputs = small_avc_units(0);
+    ASSERT_FALSE(inputs.empty());
+    const std::unique_ptr<DeviceHost> host = running_avc_decoder();
+    ASSERT_TRUE(host->session);
+    for (const DeviceInput &input : inputs)
+        queue_input(*host, input);
     std::vector<zvx_base_buffer_handle_t> filled;
-    uint32_t inputs_back = inputs_back_until_quiet(host, &filled);
+    uint32_t inputs_back = inputs_back_until_quiet(*host, &filled);
     EXPECT_LT(inputs_back, inputs.size()) << "decoded ahead while the client set its buffers up";
 
-    const zvx_base_buffer_handle_t outputs[] = {host.add_buffer(1, 1 << 20), host.add_buffer(1, 1 << 20)};
-    host.queue(1, outputs[0]);
-    inputs_back += inputs_back_until_quiet(host, &filled);
+    const zvx_base_buffer_handle_t outputs[] = {host->add_buffer(1, 1 << 20), host->add_buffer(1, 1 << 20)};
+    host->queue(1, outputs[0]);
+    inputs_back += inputs_back_until_quiet(*host, &filled);
     EXPECT_EQ(filled, std::vector<zvx_base_buffer_handle_t>{outputs[0]});
     EXPECT_LT(inputs_back, inputs.size()) << "decoded ahead while the client held every buffer";
-    EXPECT_EQ(host.stats().held_buffers[0], inputs.size() - inputs_back);
+    EXPECT_EQ(host->stats().held_buffers[0], inputs.size() - inputs_back);
 
-    host.queue(1, outputs[1]);
-    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, outputs[1]) << "a decode came first";
+    host->queue(1, outputs[1]);
+    EXPECT_EQ(host->expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, outputs[1]) << "a decode came first";
 }
 
 /* With frame threads or reordering, the decoder has read the stream's headers a few pictures before the
@@ -216,25 +236,17 @@ TEST_F(LibavDecode, ReadyPictureWaitingForAnOutputBufferHoldsTheNextDecode)
  * decode. The first picture fits what was announced and is not announced again. */
 TEST_F(LibavDecode, StreamIsAnnouncedFromItsHeadersBeforeItsFirstPictureIsOut)
 {
-    zvx_av_test::TempFolder folder;
-    const std::string path = folder.file("s.h264");
-    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 10, "-c:v libx264 -bf 2"));
-    const std::vector<DeviceInput> inputs = access_units(path);
-    zvx_dev_script script;
-    script.engine = zvx_dev_engine::libav;
-    DeviceHost host("video_decoder.avc", script);
-    ASSERT_TRUE(host.session);
-    host.set_port(1, 0, 0, NV12);
-    host.run();
+    const std::vector<DeviceInput> inputs = small_avc_units(2);
+    ASSERT_FALSE(inputs.empty());
+    const std::unique_ptr<DeviceHost> host = running_avc_decoder();
+    ASSERT_TRUE(host->session);
     // Fed one at a time: an input not taken back means a picture is out, waiting for an output buffer.
     size_t announced_at = inputs.size();
     size_t picture_out_at = inputs.size();
     for (size_t i = 0; i < inputs.size() && picture_out_at == inputs.size(); ++i) {
-        const zvx_base_buffer_handle_t id = host.add_buffer(0, static_cast<uint32_t>(inputs[i].data.size()));
-        std::copy(inputs[i].data.begin(), inputs[i].data.end(), const_cast<uint8_t *>(host.data(id)));
-        host.queue(0, id, static_cast<uint32_t>(inputs[i].data.size()), inputs[i].flags, inputs[i].timestamp);
+        queue_input(*host, inputs[i]);
         bool taken = false;
-        for (DeviceEvent event = host.next(200); event.code != 0xFFFF; event = host.next(200)) {
+        for (DeviceEvent event = host->next(200); event.code != 0xFFFF; event = host->next(200)) {
             taken = taken || event.code == ZVX_BASE_EVENT_INPUT;
             if (event.code == ZVX_BASE_EVENT_SEQUENCE_PARAMS && announced_at == inputs.size())
                 announced_at = i;
@@ -245,9 +257,9 @@ TEST_F(LibavDecode, StreamIsAnnouncedFromItsHeadersBeforeItsFirstPictureIsOut)
     ASSERT_LT(picture_out_at, inputs.size()) << "no picture came out";
     EXPECT_LT(announced_at, picture_out_at) << "announced with the first picture, not ahead of it";
 
-    const zvx_base_buffer_handle_t output = host.add_buffer(1, 1 << 20);
-    host.queue(1, output);
-    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, output) << "announced again";
+    const zvx_base_buffer_handle_t output = host->add_buffer(1, 1 << 20);
+    host->queue(1, output);
+    EXPECT_EQ(host->expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, output) << "announced again";
 }
 
 /* The component labels a deep stream's output with its packed 10-bit format and sizes the buffers for
