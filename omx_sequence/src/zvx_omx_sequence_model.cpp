@@ -1,6 +1,7 @@
 #include "zvx_omx_sequence_model.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <utility>
 
@@ -82,12 +83,15 @@ struct zvxp_answered {
 
 /* SendCommands from two threads overlap, so which of two matching commands the component queued first is
  * not always known. The answer goes to a match that may be next: none accepted before it was sent, and
- * none of its own ports before it unanswered. The answers of one OMX_ALL come together, port 0 first: a
- * match whose port 0 has just been answered goes first, then an OMX_ALL match, then a single port's, which
- * may take any answer left. What the answer requires of the buffers dates from the earliest match. */
+ * none of its own ports before it unanswered. A match that leaves no command accepted before it
+ * unanswered goes first, since the client may not yet have recorded that another match was accepted.
+ * Then the answers of one OMX_ALL come together, port 0 first: a match whose port 0 has just been
+ * answered goes first, then an OMX_ALL match, then a single port's, which may take any answer left. What
+ * the answer requires of the buffers dates from the earliest match. */
 template <typename Matches> zvxp_answered zvxp_find_answered(std::deque<zvx_seq_expected> &expected, Matches matches)
 {
-    const auto first = std::find_if(expected.begin(), expected.end(), matches);
+    using iterator = std::deque<zvx_seq_expected>::iterator;
+    const iterator first = std::find_if(expected.begin(), expected.end(), matches);
     const auto may_be_next = [&](const zvx_seq_expected &candidate) {
         return matches(candidate) && std::none_of(expected.begin(), expected.end(), [&](const zvx_seq_expected &other) {
                    const bool port_before = other.id == candidate.id && other.param < candidate.param;
@@ -96,19 +100,23 @@ template <typename Matches> zvxp_answered zvxp_find_answered(std::deque<zvx_seq_
                    return port_before || accepted_before;
                });
     };
-    auto entry = std::find_if(first, expected.end(), [&](const zvx_seq_expected &candidate) {
-        return candidate.all_ports && candidate.param != 0 && may_be_next(candidate);
-    });
-    if (entry == expected.end()) {
-        entry = std::find_if(first, expected.end(), [&](const zvx_seq_expected &candidate) {
-            return candidate.all_ports && may_be_next(candidate);
+    const auto keeps_order = [&](iterator candidate) {
+        return std::none_of(expected.begin(), candidate, [&](const zvx_seq_expected &other) {
+            return other.id == candidate->id || (other.confirmed && other.confirmed_at < candidate->sent_at);
         });
-    }
-    if (entry == expected.end()) {
-        entry = std::find_if(first, expected.end(), may_be_next);
-    }
-    if (entry == expected.end()) {
-        entry = first;
+    };
+    iterator entry = first;
+    int best = INT_MAX;
+    for (iterator candidate = first; candidate != expected.end(); ++candidate) {
+        if (!may_be_next(*candidate)) {
+            continue;
+        }
+        const int kind = candidate->all_ports ? (candidate->param != 0 ? 0 : 1) : 2;
+        const int rank = (keeps_order(candidate) ? 0 : 3) + kind;
+        if (rank < best) {
+            best = rank;
+            entry = candidate;
+        }
     }
     return {entry, entry != expected.end() ? std::min(first->sent_at, entry->sent_at) : 0};
 }

@@ -164,6 +164,24 @@ TEST_F(ModelTest, CommandOrderIsWhenSendCommandReturnedNotWhenTheModelHeardOfIt)
     EXPECT_TRUE(model.unanswered().empty());
 }
 
+TEST_F(ModelTest, AnswerGoesToTheMatchThatKeepsTheOrderWhenTheOtherMayStillBeUnconfirmed)
+{
+    // The client's Flush(0) returns; before its thread records that, a callback sends PortDisable(ALL)
+    // and Flush(ALL). The component answers the client's flush first, then the callback's commands.
+    const uint64_t client = model.command_sending(OMX_CommandFlush, 0);
+    const uint64_t returned_at = model.stamp();
+    send(OMX_CommandPortDisable, OMX_ALL);
+    send(OMX_CommandFlush, OMX_ALL);
+    complete(OMX_CommandFlush, 0);
+    model.command_sent(client, OMX_ErrorNone, returned_at);
+    complete(OMX_CommandPortDisable, 0);
+    complete(OMX_CommandPortDisable, 1);
+    complete(OMX_CommandFlush, 0);
+    complete(OMX_CommandFlush, 1);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    EXPECT_TRUE(model.unanswered().empty());
+}
+
 TEST_F(ModelTest, AllPortsAnsweredOutputFirstIsOutOfOrder)
 {
     send(OMX_CommandFlush, OMX_ALL);
