@@ -81,6 +81,18 @@ struct zvxp_answered {
     uint64_t earliest_sent_at;
 };
 
+/* The first command still unanswered that had to be answered before `command`: an earlier port of its
+ * own OMX_ALL, or one accepted before it was sent; `command` itself when there is none. A command ahead
+ * whose SendCommand has not returned may yet be refused there, and one whose SendCommand returned only
+ * after this one's began overlapped it from another thread: neither orders it. */
+std::deque<zvx_seq_expected>::iterator zvxp_owed_before(std::deque<zvx_seq_expected> &expected,
+                                                        std::deque<zvx_seq_expected>::iterator command)
+{
+    return std::find_if(expected.begin(), command, [&](const zvx_seq_expected &entry) {
+        return entry.id == command->id || (entry.confirmed && entry.confirmed_at < command->sent_at);
+    });
+}
+
 /* SendCommands from two threads overlap, so which of two matching commands the component queued first is
  * not always known. The answer goes to a match that may be next: none accepted before it was sent, and
  * none of its own ports before it unanswered. A match that leaves no command accepted before it
@@ -100,11 +112,6 @@ template <typename Matches> zvxp_answered zvxp_find_answered(std::deque<zvx_seq_
                    return port_before || accepted_before;
                });
     };
-    const auto keeps_order = [&](iterator candidate) {
-        return std::none_of(expected.begin(), candidate, [&](const zvx_seq_expected &other) {
-            return other.id == candidate->id || (other.confirmed && other.confirmed_at < candidate->sent_at);
-        });
-    };
     iterator entry = first;
     int best = INT_MAX;
     for (iterator candidate = first; candidate != expected.end(); ++candidate) {
@@ -112,7 +119,7 @@ template <typename Matches> zvxp_answered zvxp_find_answered(std::deque<zvx_seq_
             continue;
         }
         const int kind = candidate->all_ports ? (candidate->param != 0 ? 0 : 1) : 2;
-        const int rank = (keeps_order(candidate) ? 0 : 3) + kind;
+        const int rank = (zvxp_owed_before(expected, candidate) == candidate ? 0 : 3) + kind;
         if (rank < best) {
             best = rank;
             entry = candidate;
@@ -336,16 +343,7 @@ bool zvx_seq_model::held_by_component(const OMX_BUFFERHEADERTYPE *header) const
 std::deque<zvx_seq_expected>::iterator zvx_seq_model::take(const std::deque<zvx_seq_expected>::iterator &found,
                                                            const std::string &answer)
 {
-    // A command ahead whose SendCommand has not returned may yet be refused there: only one known to be
-    // accepted makes this answer early.
-    // Nor does one whose SendCommand returned only after this one's began: calls that overlap, from two
-    // threads, have no order.
-    // The answers of one OMX_ALL come port 0 first.
-    const uint64_t sent_at = found->sent_at;
-    const uint64_t id = found->id;
-    const auto ahead = std::find_if(expected_.begin(), found, [sent_at, id](const zvx_seq_expected &entry) {
-        return entry.id == id || (entry.confirmed && entry.confirmed_at < sent_at);
-    });
+    const auto ahead = zvxp_owed_before(expected_, found);
     if (ahead != found) {
         violate(zvx_seq_fault::other, zvxp_format("%s answered before %s, which was sent first", answer.c_str(),
                                                   zvx_seq_describe_command(ahead->command, ahead->param).c_str()));
