@@ -18,6 +18,11 @@ constexpr int ZVXP_UNSPECIFIED = 2;
  * announced with buffers no client can allocate, so its stream is refused as corrupt. */
 constexpr int ZVXP_MAX_SIDE = 8192;
 
+bool zvxp_larger_than_decoded(int width, int height)
+{
+    return width > ZVXP_MAX_SIDE || height > ZVXP_MAX_SIDE;
+}
+
 uint8_t zvxp_code_point(int value)
 {
     return static_cast<uint8_t>(std::clamp(value, 0, 255));
@@ -114,7 +119,7 @@ void LibavDecodeEngine::announce_ahead()
     if (announced_ || announced_ahead_)
         return;
     const std::optional<zvx_av::PictureShape> shape = decoder_.stream_shape();
-    if (!shape || shape->width > ZVXP_MAX_SIDE || shape->height > ZVXP_MAX_SIDE)
+    if (!shape || zvxp_larger_than_decoded(shape->width, shape->height))
         return;
     announced_ahead_ = announcement_of(*shape);
     items_.push_back({*announced_ahead_, nullptr, announced_ahead_->frame});
@@ -132,7 +137,7 @@ void LibavDecodeEngine::take_pictures()
 {
     while (std::optional<zvx_av::DecodedPicture> decoded = decoder_.receive()) {
         const zvx_av::PictureFormat &format = decoded->format;
-        if (decoded->frame->width > ZVXP_MAX_SIDE || decoded->frame->height > ZVXP_MAX_SIDE) {
+        if (zvxp_larger_than_decoded(decoded->frame->width, decoded->frame->height)) {
             note_error("decoding: a " + std::to_string(decoded->frame->width) + "x" +
                        std::to_string(decoded->frame->height) + " picture is larger than the device decodes");
             continue;
