@@ -204,8 +204,12 @@ bool Device::post_request(Request request)
     return true;
 }
 
+/* An event already waiting is taken without the device's lock, which the worker may be taking again
+ * just after it published. */
 EventPtr Device::get_event(uint32_t timeout_ms)
 {
+    if (EventPtr event = events_.pop())
+        return event;
     std::unique_lock lock(mutex_);
     event_cv_.wait_for(lock, std::chrono::milliseconds(timeout_ms), [this] { return closed_ || events_.size() > 0; });
     return events_.pop();

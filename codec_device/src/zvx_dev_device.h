@@ -163,6 +163,7 @@ private:
     bool stopping_ = false;
     bool closed_ = false;
     zvx_dev_script script_;
+    /* Locks itself; pushed to under mutex_, so that a get_event waiting on the condition sees each push. */
     EventQueue events_;
 
     bool session_created_ = false;

@@ -40,6 +40,7 @@ bool EventQueue::open()
 void EventQueue::close()
 {
     discard_all();
+    const std::lock_guard guard(mutex_);
     if (fd_ != -1) {
         ::close(fd_);
         fd_ = -1;
@@ -50,16 +51,16 @@ void EventQueue::push(EventPtr event)
 {
     if (event == nullptr)
         return;
+    const std::lock_guard guard(mutex_);
     events_.push_back(std::move(event));
-    waiting_.store(events_.size());
 }
 
-/* The count is read under descriptor_mutex_: a pop that empties the queue meanwhile clears what this
- * writes, or finds nothing to clear and this then finds nothing waiting. */
+/* The descriptor is written under the lock: a pop that empties the queue meanwhile must find it
+ * readable to clear it, or the host would wake for ever to an empty queue. */
 void EventQueue::publish()
 {
-    const std::lock_guard guard(descriptor_mutex_);
-    if (fd_ == -1 || readable_ || waiting_.load() == 0)
+    const std::lock_guard guard(mutex_);
+    if (fd_ == -1 || readable_ || events_.empty())
         return;
     eventfd_write(fd_, 1);
     readable_ = true;
@@ -67,28 +68,33 @@ void EventQueue::publish()
 
 EventPtr EventQueue::pop()
 {
+    const std::lock_guard guard(mutex_);
     if (events_.empty())
         return nullptr;
     EventPtr event = std::move(events_.front());
     events_.pop_front();
-    waiting_.store(events_.size());
     if (events_.empty())
         clear_readable();
     return event;
 }
 
+size_t EventQueue::size() const
+{
+    const std::lock_guard guard(mutex_);
+    return events_.size();
+}
+
 size_t EventQueue::discard_all()
 {
+    const std::lock_guard guard(mutex_);
     const size_t count = events_.size();
     events_.clear();
-    waiting_.store(0);
     clear_readable();
     return count;
 }
 
 void EventQueue::clear_readable()
 {
-    const std::lock_guard guard(descriptor_mutex_);
     if (fd_ == -1 || !readable_)
         return;
     eventfd_t value;

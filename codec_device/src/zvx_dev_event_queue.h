@@ -1,7 +1,6 @@
 #ifndef ZVX_DEV_EVENT_QUEUE_H
 #define ZVX_DEV_EVENT_QUEUE_H
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -20,10 +19,11 @@ using EventPtr = std::unique_ptr<zvx_base_event_header, EventFree>;
 /* Header and payload in one zvx_mem_malloc block, as the host frees it; null when memory runs out. */
 EventPtr make_event(uint16_t code, const void *payload, uint16_t size);
 
-/* Events waiting for the host, and the descriptor that is readable while there are any. The events are
- * guarded by their device's lock. A push makes the descriptor readable only at publish(), which the
- * worker calls once it has dropped that lock: the host it wakes then does not find the lock still held.
- * The last event taken makes it unreadable again. */
+/* Events waiting for the host, and the descriptor that is readable while there are any. The queue has a
+ * lock of its own, so that the host takes an event without waiting for the device's lock, which the
+ * worker takes again as soon as it has published. A push makes the descriptor readable only at
+ * publish(), which the worker calls once it has dropped the device's lock. The last event taken makes
+ * it unreadable again. */
 class EventQueue {
 public:
     EventQueue() = default;
@@ -37,22 +37,22 @@ public:
     int descriptor() const { return fd_; }
 
     void push(EventPtr event);
-    /* Makes the descriptor readable if events wait; the device's lock need not be held. */
+    /* Makes the descriptor readable if events wait. */
     void publish();
     /* Null when empty. */
     EventPtr pop();
-    size_t size() const { return events_.size(); }
+    size_t size() const;
     /* Frees every waiting event; returns how many there were. */
     size_t discard_all();
 
 private:
+    /* mutex_ held. */
     void clear_readable();
 
-    int fd_ = -1;                    /* set by open() before any publish(), closed after the last */
-    std::deque<EventPtr> events_;    /* the device's lock */
-    std::atomic<size_t> waiting_{0}; /* events_.size(), for publish() */
-    std::mutex descriptor_mutex_;    /* orders the descriptor's writes and reads with readable_ */
-    bool readable_ = false;          /* descriptor_mutex_ */
+    int fd_ = -1;                 /* set by open() before any publish(); closed under mutex_ */
+    mutable std::mutex mutex_;    /* guards the fields below, and orders the descriptor's writes and reads */
+    std::deque<EventPtr> events_; /* mutex_ */
+    bool readable_ = false;       /* mutex_ */
 };
 
 } // namespace zvx_dev
