@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstring>
 #include <deque>
 #include <mutex>
 #include <set>
@@ -98,6 +99,40 @@ TEST_F(DeviceSession, DescriptorIsReadableExactlyWhileEventsWait)
     EXPECT_EQ(host.next().as<int32_t>(), ZVX_BASE_HW_STATE_PENDING);
     EXPECT_FALSE(host.readable(0));
     EXPECT_EQ(host.stats().events_sent[ZVX_BASE_EVENT_STATE_CHANGED], 2u);
+}
+
+/* The host drains the queue at each wake-up while the worker publishes more: the descriptor wakes it only
+ * when there is an event to take, and the last one taken leaves it quiet. */
+TEST_F(DeviceSession, DescriptorWakesOnlyForEventsWhileTheHostDrainsThemAsTheWorkerPublishes)
+{
+    DeviceHost host("video_decoder.avc");
+    ASSERT_TRUE(host.session);
+    constexpr int CHANGES = 2000;
+    std::thread requests([&] {
+        for (int i = 0; i < CHANGES; ++i)
+            zvx_enqueue_state_change(host.fd, i % 2 == 0 ? ZVX_BASE_HW_STATE_RUNNING : ZVX_BASE_HW_STATE_PENDING);
+    });
+    int taken = 0;
+    int empty_wakes = 0;
+    int out_of_order = 0;
+    while (taken < CHANGES && empty_wakes < 100 && host.readable(DeviceHost::WAIT_MS)) {
+        bool any = false;
+        while (zvx_base_event_header *header = zvx_get_event(host.fd, 0)) {
+            int32_t state = 0;
+            std::memcpy(&state, header->data, sizeof(state));
+            const int32_t expected = taken % 2 == 0 ? ZVX_BASE_HW_STATE_RUNNING : ZVX_BASE_HW_STATE_PENDING;
+            out_of_order += state != expected ? 1 : 0;
+            ++taken;
+            any = true;
+            zvx_mem_free(header);
+        }
+        empty_wakes += any ? 0 : 1;
+    }
+    requests.join();
+    EXPECT_EQ(taken, CHANGES);
+    EXPECT_EQ(empty_wakes, 0) << "the descriptor was readable with no event waiting";
+    EXPECT_EQ(out_of_order, 0);
+    EXPECT_FALSE(host.readable(50));
 }
 
 TEST_F(DeviceSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPresentationOrder)
