@@ -1,8 +1,10 @@
 #include "zvx_dev_event_queue.h"
 
+#include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "zvx_mem.h"
@@ -55,15 +57,19 @@ void EventQueue::push(EventPtr event)
     events_.push_back(std::move(event));
 }
 
-/* The descriptor is written under the lock: a pop that empties the queue meanwhile must find it
- * readable to clear it, or the host would wake for ever to an empty queue. */
+/* The descriptor is written after the lock is dropped: the host it wakes would otherwise preempt the
+ * worker, on a shared CPU, only to wait for the lock the worker still holds. */
 void EventQueue::publish()
 {
-    const std::lock_guard guard(mutex_);
-    if (fd_ == -1 || readable_ || events_.empty())
-        return;
-    eventfd_write(fd_, 1);
-    readable_ = true;
+    int fd;
+    {
+        const std::lock_guard guard(mutex_);
+        if (fd_ == -1 || readable_ || events_.empty())
+            return;
+        readable_ = true;
+        fd = fd_;
+    }
+    eventfd_write(fd, 1);
 }
 
 EventPtr EventQueue::pop()
@@ -93,12 +99,20 @@ size_t EventQueue::discard_all()
     return count;
 }
 
+/* A publish that has marked the queue readable may not have written the descriptor yet. Its write is
+ * waited for, so that it cannot land after this read and wake the host to an empty queue; the worker
+ * takes no lock between the two. */
 void EventQueue::clear_readable()
 {
     if (fd_ == -1 || !readable_)
         return;
     eventfd_t value;
-    eventfd_read(fd_, &value);
+    while (eventfd_read(fd_, &value) != 0) {
+        if (errno != EAGAIN && errno != EINTR)
+            break;
+        struct pollfd written = {fd_, POLLIN, 0};
+        poll(&written, 1, -1);
+    }
     readable_ = false;
 }
 

@@ -22,8 +22,8 @@ EventPtr make_event(uint16_t code, const void *payload, uint16_t size);
 /* Events waiting for the host, and the descriptor that is readable while there are any. The queue has a
  * lock of its own, so that the host takes an event without waiting for the device's lock, which the
  * worker takes again as soon as it has published. A push makes the descriptor readable only at
- * publish(), which the worker calls once it has dropped the device's lock. The last event taken makes
- * it unreadable again. */
+ * publish(), which the worker calls once it has dropped the device's lock, and which writes it outside
+ * the queue's lock too. The last event taken makes it unreadable again. */
 class EventQueue {
 public:
     EventQueue() = default;
@@ -49,10 +49,10 @@ private:
     /* mutex_ held. */
     void clear_readable();
 
-    int fd_ = -1;                 /* set by open() before any publish(); closed under mutex_ */
+    int fd_ = -1;                 /* set by open() before the worker starts; closed under mutex_ once it ends */
     mutable std::mutex mutex_;    /* guards the fields below, and orders the descriptor's writes and reads */
     std::deque<EventPtr> events_; /* mutex_ */
-    bool readable_ = false;       /* mutex_ */
+    bool readable_ = false;       /* mutex_: the descriptor is written, or publish() is about to write it */
 };
 
 } // namespace zvx_dev

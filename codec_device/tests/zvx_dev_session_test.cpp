@@ -7,6 +7,7 @@
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <random>
 #include <set>
 #include <thread>
 
@@ -133,6 +134,31 @@ TEST_F(DeviceSession, DescriptorWakesOnlyForEventsWhileTheHostDrainsThemAsTheWor
     EXPECT_EQ(empty_wakes, 0) << "the descriptor was readable with no event waiting";
     EXPECT_EQ(out_of_order, 0);
     EXPECT_FALSE(host.readable(50));
+}
+
+/* A host that takes each event without polling, at a varied moment after the worker queued it, sometimes
+ * takes it after the worker marked the queue readable but before it wrote the descriptor. Once every
+ * answer is taken, the descriptor must stay quiet. */
+TEST_F(DeviceSession, DescriptorStaysQuietWhenTheHostTakesTheEventBeforeTheWorkerWritesIt)
+{
+    DeviceHost host("video_decoder.avc");
+    ASSERT_TRUE(host.session);
+    constexpr int ROUNDS = 3000;
+    std::minstd_rand jitter(std::random_device{}());
+    int readable_when_empty = 0;
+    for (int round = 0; round < ROUNDS && readable_when_empty == 0; ++round) {
+        zvx_enqueue_state_change(host.fd, round % 2 == 0 ? ZVX_BASE_HW_STATE_RUNNING : ZVX_BASE_HW_STATE_PENDING);
+        zvx_base_event_header *header;
+        while ((header = zvx_get_event(host.fd, 0)) == nullptr) {
+            std::atomic<uint32_t> spin{static_cast<uint32_t>(jitter() % 512)};
+            while (spin.fetch_sub(1, std::memory_order_relaxed) > 0) {
+            }
+        }
+        zvx_mem_free(header);
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
+        readable_when_empty += host.readable(0) ? 1 : 0;
+    }
+    EXPECT_EQ(readable_when_empty, 0) << "the descriptor was written after the host took the last event";
 }
 
 TEST_F(DeviceSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPresentationOrder)
