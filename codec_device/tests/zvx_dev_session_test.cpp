@@ -148,12 +148,14 @@ TEST_F(DeviceSession, DescriptorStaysQuietWhenTheHostTakesTheEventBeforeTheWorke
     int readable_when_empty = 0;
     for (int round = 0; round < ROUNDS && readable_when_empty == 0; ++round) {
         zvx_enqueue_state_change(host.fd, round % 2 == 0 ? ZVX_BASE_HW_STATE_RUNNING : ZVX_BASE_HW_STATE_PENDING);
+        const auto give_up_at = std::chrono::steady_clock::now() + std::chrono::milliseconds(DeviceHost::WAIT_MS);
         zvx_base_event_header *header;
-        while ((header = zvx_get_event(host.fd, 0)) == nullptr) {
+        while ((header = zvx_get_event(host.fd, 0)) == nullptr && std::chrono::steady_clock::now() < give_up_at) {
             std::atomic<uint32_t> spin{static_cast<uint32_t>(jitter() % 512)};
             while (spin.fetch_sub(1, std::memory_order_relaxed) > 0) {
             }
         }
+        ASSERT_NE(header, nullptr) << "no answer to state change " << round;
         zvx_mem_free(header);
         std::this_thread::sleep_for(std::chrono::microseconds(50));
         readable_when_empty += host.readable(0) ? 1 : 0;
