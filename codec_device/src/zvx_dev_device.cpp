@@ -52,7 +52,7 @@ Device::EngineLock::~EngineLock()
         device_.deferred_for_host_ = false;
     lock_.unlock();
     if (resume_worker)
-        device_.work_cv_.notify_one();
+        device_.wake_worker();
 }
 
 bool Device::open()
@@ -77,7 +77,7 @@ void Device::close()
             return;
         stopping_ = true;
     }
-    work_cv_.notify_all();
+    wake_worker();
     if (worker_.joinable())
         worker_.join();
     {
@@ -117,7 +117,7 @@ bool Device::activate_session(const char *role, void **protected_buffer)
             return false;
         session_active_ = true;
     }
-    work_cv_.notify_one();
+    wake_worker();
     /* The device has no protected memory to hand out. */
     if (protected_buffer != nullptr)
         *protected_buffer = nullptr;
@@ -200,7 +200,7 @@ bool Device::post_request(Request request)
             return false;
         requests_.push_back(std::move(request));
     }
-    work_cv_.notify_one();
+    wake_worker();
     return true;
 }
 
@@ -339,7 +339,7 @@ OMX_ERRORTYPE Device::queue_buffer(uint32_t port, const zvx_base_buffer_details 
         if (port == INPUT_PORT)
             ++inputs_queued_;
     }
-    work_cv_.notify_one();
+    wake_worker();
     return OMX_ErrorNone;
 }
 
@@ -352,7 +352,7 @@ void Device::set_script(const zvx_dev_script &script)
         if (engine_ != nullptr)
             engine_->script_changed();
     }
-    work_cv_.notify_one();
+    wake_worker();
 }
 
 zvx_dev_stats Device::stats()

@@ -163,6 +163,22 @@ TEST_F(DeviceSession, DescriptorStaysQuietWhenTheHostTakesTheEventBeforeTheWorke
     EXPECT_EQ(readable_when_empty, 0) << "the descriptor was written after the host took the last event";
 }
 
+/* Each request is posted as soon as the last answer is out, while the worker is on its way to waiting
+ * for the next: none may be left unanswered. */
+TEST_F(DeviceSession, RequestPostedAsTheWorkerGoesIdleIsAnswered)
+{
+    DeviceHost host("video_decoder.avc");
+    ASSERT_TRUE(host.session);
+    constexpr int ROUNDS = 5000;
+    constexpr int ANSWER_WAIT_MS = 1000;
+    int answered = 0;
+    for (int round = 0; round < ROUNDS && answered == round; ++round) {
+        zvx_enqueue_state_change(host.fd, round % 2 == 0 ? ZVX_BASE_HW_STATE_RUNNING : ZVX_BASE_HW_STATE_PENDING);
+        answered += host.next(ANSWER_WAIT_MS).code == ZVX_BASE_EVENT_STATE_CHANGED ? 1 : 0;
+    }
+    EXPECT_EQ(answered, ROUNDS) << "a request was left waiting";
+}
+
 TEST_F(DeviceSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPresentationOrder)
 {
     DeviceHost host("video_decoder.avc");
