@@ -52,7 +52,7 @@ Device::EngineLock::~EngineLock()
         device_.deferred_for_host_ = false;
     lock_.unlock();
     if (resume_worker)
-        device_.wake_worker();
+        device_.work_cv_.notify_one();
 }
 
 bool Device::open()
@@ -77,7 +77,7 @@ void Device::close()
             return;
         stopping_ = true;
     }
-    wake_worker();
+    work_cv_.notify_all();
     if (worker_.joinable())
         worker_.join();
     {
@@ -117,7 +117,7 @@ bool Device::activate_session(const char *role, void **protected_buffer)
             return false;
         session_active_ = true;
     }
-    wake_worker();
+    work_cv_.notify_one();
     /* The device has no protected memory to hand out. */
     if (protected_buffer != nullptr)
         *protected_buffer = nullptr;
@@ -200,7 +200,7 @@ bool Device::post_request(Request request)
             return false;
         requests_.push_back(std::move(request));
     }
-    wake_worker();
+    work_cv_.notify_one();
     return true;
 }
 
@@ -339,7 +339,7 @@ OMX_ERRORTYPE Device::queue_buffer(uint32_t port, const zvx_base_buffer_details 
         if (port == INPUT_PORT)
             ++inputs_queued_;
     }
-    wake_worker();
+    work_cv_.notify_one();
     return OMX_ErrorNone;
 }
 
@@ -352,7 +352,7 @@ void Device::set_script(const zvx_dev_script &script)
         if (engine_ != nullptr)
             engine_->script_changed();
     }
-    wake_worker();
+    work_cv_.notify_one();
 }
 
 zvx_dev_stats Device::stats()

@@ -2,7 +2,6 @@
 #define ZVX_DEV_DEVICE_H
 
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -137,8 +136,6 @@ private:
     void release_shuffled();
     void push_event(EventPtr event);
     void wake_event_waiters(Lock &lock);
-    /* After the caller changed, under mutex_ and released, what the worker would do next. */
-    void wake_worker();
 
     /* Hands the worker a request of an active session; false, and nothing queued, without one. */
     bool post_request(Request request);
@@ -149,14 +146,13 @@ private:
     StreamFacts stream_facts() const;
 
     Totals &totals_;
-    int descriptor_ = -1;                   /* written by open() before the worker starts, read-only after */
-    std::thread worker_;                    /* started by open(), joined by close() */
-    bool events_pushed_ = false;            /* worker thread only: get_event waiters are still to be woken */
-    std::atomic<uint32_t> work_signals_{0}; /* wake_worker() bumps it; the idle worker waits for it to move */
-    std::mutex mutex_;                      /* guards every field below */
-    std::condition_variable work_cv_;       /* the worker waits out an operation's scripted delay */
-    std::condition_variable event_cv_;      /* get_event waits for an event */
-    std::condition_variable idle_cv_;       /* an EngineLock waits for busy_ to clear */
+    int descriptor_ = -1;              /* written by open() before the worker starts, read-only after */
+    std::thread worker_;               /* started by open(), joined by close() */
+    bool events_pushed_ = false;       /* worker thread only: get_event waiters are still to be woken */
+    std::mutex mutex_;                 /* guards every field below */
+    std::condition_variable work_cv_;  /* the worker waits for something to do */
+    std::condition_variable event_cv_; /* get_event waits for an event */
+    std::condition_variable idle_cv_;  /* an EngineLock waits for busy_ to clear */
     /* The worker is in an engine step, unlocked: the engine, script_, parameters_ and the buffers it
      * reads and writes must stay as they are. */
     bool busy_ = false;

@@ -56,12 +56,7 @@ void Device::run()
                 continue;
             }
             ready_at_.reset();
-            /* Read under the lock that the decision was made under: a change made after it bumps the
-             * counter after it, and the wait returns at once. */
-            const uint32_t signals = work_signals_.load(std::memory_order_relaxed);
-            lock.unlock();
-            work_signals_.wait(signals, std::memory_order_acquire);
-            lock.lock();
+            work_cv_.wait(lock);
             continue;
         }
         /* The wait is re-checked: a request that arrives meanwhile is done at the same deadline. */
@@ -80,17 +75,6 @@ void Device::run()
         if (events_pushed_)
             wake_event_waiters(lock);
     }
-}
-
-/* A counter rather than the condition: glibc takes the mutex back as contended after a condition wait,
- * so that every wake-up paid a futex call at the next unlock; and the library's short spin before it
- * sleeps catches the next buffer of a client that sends them back to back. The condition still wakes a
- * worker that waits out a scripted delay. */
-void Device::wake_worker()
-{
-    work_signals_.fetch_add(1, std::memory_order_release);
-    work_signals_.notify_one();
-    work_cv_.notify_one();
 }
 
 /* The host is woken, through the descriptor and the condition, once the lock is free, so that it does
