@@ -51,6 +51,12 @@ void expect_events(DeviceHost &host, std::initializer_list<uint16_t> codes)
         host.expect(code);
 }
 
+/* The states a run of requests asks for in turn, so that each answer tells which request it is for. */
+zvx_base_hw_state alternating_state(int request)
+{
+    return request % 2 == 0 ? ZVX_BASE_HW_STATE_RUNNING : ZVX_BASE_HW_STATE_PENDING;
+}
+
 zvx_dev_script stream_of(uint32_t width, uint32_t height)
 {
     zvx_dev_script script;
@@ -111,7 +117,7 @@ TEST_F(DeviceSession, DescriptorWakesOnlyForEventsWhileTheHostDrainsThemAsTheWor
     constexpr int CHANGES = 2000;
     std::thread requests([&] {
         for (int i = 0; i < CHANGES; ++i)
-            zvx_enqueue_state_change(host.fd, i % 2 == 0 ? ZVX_BASE_HW_STATE_RUNNING : ZVX_BASE_HW_STATE_PENDING);
+            zvx_enqueue_state_change(host.fd, alternating_state(i));
     });
     int taken = 0;
     int empty_wakes = 0;
@@ -121,7 +127,7 @@ TEST_F(DeviceSession, DescriptorWakesOnlyForEventsWhileTheHostDrainsThemAsTheWor
         while (zvx_base_event_header *header = zvx_get_event(host.fd, 0)) {
             int32_t state = 0;
             std::memcpy(&state, header->data, sizeof(state));
-            const int32_t expected = taken % 2 == 0 ? ZVX_BASE_HW_STATE_RUNNING : ZVX_BASE_HW_STATE_PENDING;
+            const int32_t expected = alternating_state(taken);
             out_of_order += state != expected ? 1 : 0;
             ++taken;
             any = true;
@@ -147,7 +153,7 @@ TEST_F(DeviceSession, DescriptorStaysQuietWhenTheHostTakesTheEventBeforeTheWorke
     std::minstd_rand jitter(std::random_device{}());
     int readable_when_empty = 0;
     for (int round = 0; round < ROUNDS && readable_when_empty == 0; ++round) {
-        zvx_enqueue_state_change(host.fd, round % 2 == 0 ? ZVX_BASE_HW_STATE_RUNNING : ZVX_BASE_HW_STATE_PENDING);
+        zvx_enqueue_state_change(host.fd, alternating_state(round));
         const auto give_up_at = std::chrono::steady_clock::now() + std::chrono::milliseconds(DeviceHost::WAIT_MS);
         zvx_base_event_header *header;
         while ((header = zvx_get_event(host.fd, 0)) == nullptr && std::chrono::steady_clock::now() < give_up_at) {
@@ -173,7 +179,7 @@ TEST_F(DeviceSession, RequestPostedAsTheWorkerGoesIdleIsAnswered)
     constexpr int ANSWER_WAIT_MS = 1000;
     int answered = 0;
     for (int round = 0; round < ROUNDS && answered == round; ++round) {
-        zvx_enqueue_state_change(host.fd, round % 2 == 0 ? ZVX_BASE_HW_STATE_RUNNING : ZVX_BASE_HW_STATE_PENDING);
+        zvx_enqueue_state_change(host.fd, alternating_state(round));
         answered += host.next(ANSWER_WAIT_MS).code == ZVX_BASE_EVENT_STATE_CHANGED ? 1 : 0;
     }
     EXPECT_EQ(answered, ROUNDS) << "a request was left waiting";
