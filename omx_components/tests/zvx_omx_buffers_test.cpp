@@ -238,6 +238,36 @@ TEST_F(Buffers, FreedMemoryServesTheNextAllocationOfItsSize)
     }
 }
 
+/* A component closed once its client freed its buffers leaves their memory to the next component that
+ * allocates buffers of those sizes, as a player's next file would. */
+TEST_F(Buffers, MemoryOfAClosedComponentServesTheNextComponent)
+{
+    start_executing();
+    std::set<OMX_U8 *> closed_memory;
+    for (const headers *port_buffers : {&inputs_, &outputs_}) {
+        for (OMX_BUFFERHEADERTYPE *header : *port_buffers) {
+            closed_memory.insert(header->pBuffer);
+        }
+    }
+    change_state(OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateLoaded);
+    free_all(0, inputs_);
+    free_all(1, outputs_);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
+    destroy();
+
+    OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
+    ASSERT_EQ(zvx_omx_decoder_component_init(&handle_, &decoder_, &client_, &callbacks), OMX_ErrorNone);
+    comp_ = &decoder_.common;
+    start_executing();
+    for (const headers *port_buffers : {&inputs_, &outputs_}) {
+        for (OMX_BUFFERHEADERTYPE *header : *port_buffers) {
+            EXPECT_EQ(closed_memory.count(header->pBuffer), 1u) << "a buffer on fresh memory";
+            std::memset(header->pBuffer, 0x5a, header->nAllocLen);
+        }
+    }
+}
+
 TEST_F(Buffers, RegistrationRefusesBadArgumentsSizesAndCounts)
 {
     send(OMX_CommandStateSet, OMX_StateIdle);

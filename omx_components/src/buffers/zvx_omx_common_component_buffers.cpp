@@ -9,6 +9,7 @@
 #include "diagnostics/zvx_omx_api_call_record.h"
 #include "state/zvx_omx_state.h"
 #include "zvx_mem.h"
+#include "zvx_omx_buffer_memory_store.h"
 #include "zvx_omx_common_component.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_log.h"
@@ -324,6 +325,7 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
     bool emptied;
     bool may_unblock;
     void *released = nullptr;
+    const uint32_t released_size = header->priv.buffer_size;
     {
         zvx_omx_mutex_guard guard(&comp->lock);
         {
@@ -333,7 +335,7 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
         }
         // The memory is kept for the next allocation or given back after the lock is dropped: unmapping
         // it here would hold up the command thread and every other client call.
-        if (!zvx_omx_port_keep_spare_block(&port, header->priv.alloc_buffer, header->priv.buffer_size)) {
+        if (!zvx_omx_port_keep_spare_block(&port, header->priv.alloc_buffer, released_size)) {
             released = header->priv.alloc_buffer;
         }
         header->priv.alloc_buffer = nullptr;
@@ -342,7 +344,9 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
         may_unblock = zvx_omx_port_update_populated(&port);
         emptied = zvx_map_size(&port.registered_buffers) == 0;
     }
-    zvx_mem_free(released);
+    if (!zvx_omx_buffer_memory_store_keep(released, released_size)) {
+        zvx_mem_free(released);
+    }
     if (may_unblock) {
         zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
     }

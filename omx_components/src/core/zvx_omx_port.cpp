@@ -2,6 +2,7 @@
 #include "zvx_omx_port.h"
 
 #include "zvx_mem.h"
+#include "zvx_omx_buffer_memory_store.h"
 #include "zvx_omx_config.h"
 
 void zvx_omx_port_free_registered_buffer(zvx_map_pointer header)
@@ -19,7 +20,10 @@ namespace {
 void zvxp_release_spare_blocks(zvx_omx_port *port)
 {
     while (port->spare_count != 0) {
-        zvx_mem_free(port->spare_blocks[--port->spare_count]);
+        void *block = port->spare_blocks[--port->spare_count];
+        if (!zvx_omx_buffer_memory_store_keep(block, port->spare_size)) {
+            zvx_mem_free(block);
+        }
     }
 }
 
@@ -73,9 +77,9 @@ void *zvx_omx_port_take_spare_block(zvx_omx_port *port, uint32_t size)
 {
     if (port->spare_size != size) {
         zvxp_release_spare_blocks(port);
-        return nullptr;
+        port->spare_size = size;
     }
-    return port->spare_count == 0 ? nullptr : port->spare_blocks[--port->spare_count];
+    return port->spare_count == 0 ? zvx_omx_buffer_memory_store_take(size) : port->spare_blocks[--port->spare_count];
 }
 
 bool zvx_omx_port_keep_spare_block(zvx_omx_port *port, void *block, uint32_t size)
