@@ -98,8 +98,10 @@ std::deque<zvx_seq_expected>::iterator zvxp_owed_before(std::deque<zvx_seq_expec
  * none of its own ports before it unanswered. A match that leaves no command accepted before it
  * unanswered goes first, since the client may not yet have recorded that another match was accepted.
  * Then the answers of one OMX_ALL come together, port 0 first: a match whose port 0 has just been
- * answered goes first, then an OMX_ALL match, then a single port's, which may take any answer left. What
- * the answer requires of the buffers dates from the earliest match. */
+ * answered goes first, then an OMX_ALL match, then a single port's, which may take any answer left. Among
+ * matches alike in all that, the answers are interchangeable, and the one accepted first takes it: later
+ * commands wait only for accepted ones, so answering an overlapping call's match first would leave an
+ * accepted one looking unanswered. What the answer requires of the buffers dates from the earliest match. */
 template <typename Matches> zvxp_answered zvxp_find_answered(std::deque<zvx_seq_expected> &expected, Matches matches)
 {
     using iterator = std::deque<zvx_seq_expected>::iterator;
@@ -120,7 +122,9 @@ template <typename Matches> zvxp_answered zvxp_find_answered(std::deque<zvx_seq_
         }
         const int kind = candidate->all_ports ? (candidate->param != 0 ? 0 : 1) : 2;
         const int rank = (zvxp_owed_before(expected, candidate) == candidate ? 0 : 3) + kind;
-        if (rank < best) {
+        const bool accepted_sooner =
+            candidate->confirmed && (!entry->confirmed || candidate->confirmed_at < entry->confirmed_at);
+        if (rank < best || (rank == best && accepted_sooner)) {
             best = rank;
             entry = candidate;
         }

@@ -182,6 +182,24 @@ TEST_F(ModelTest, AnswerGoesToTheMatchThatKeepsTheOrderWhenTheOtherMayStillBeUnc
     EXPECT_TRUE(model.unanswered().empty());
 }
 
+TEST_F(ModelTest, AnswerBetweenTwoAlikeCommandsGoesToTheAcceptedOne)
+{
+    // The client's PortDisable(ALL) is still inside SendCommand when a callback's PortDisable(ALL) is
+    // accepted and answered, and then a PortEnable(1) the callback sent after it; the client's disable
+    // completes last, inside its own call. The PortEnable waits only for the accepted disable.
+    const uint64_t client = model.command_sending(OMX_CommandPortDisable, OMX_ALL);
+    send(OMX_CommandPortDisable, OMX_ALL);
+    complete(OMX_CommandPortDisable, 0);
+    complete(OMX_CommandPortDisable, 1);
+    send(OMX_CommandPortEnable, 1);
+    complete(OMX_CommandPortEnable, 1);
+    complete(OMX_CommandPortDisable, 0);
+    complete(OMX_CommandPortDisable, 1);
+    model.command_sent(client, OMX_ErrorNone);
+    EXPECT_TRUE(model.violations().empty()) << listed(model);
+    EXPECT_TRUE(model.unanswered().empty());
+}
+
 TEST_F(ModelTest, AllPortsAnsweredOutputFirstIsOutOfOrder)
 {
     send(OMX_CommandFlush, OMX_ALL);
