@@ -19,8 +19,8 @@
 
 /* A kept block of exactly size bytes, or null. */
 void *zvx_omx_buffer_memory_store_take(uint32_t size);
-/* Keeps a zvx_mem_valloc block of size bytes; false when the block alone exceeds the store or the
- * library is unloading, and the caller frees it. */
-bool zvx_omx_buffer_memory_store_keep(void *block, uint32_t size);
+/* Takes a zvx_mem_valloc block of size bytes (null is accepted): kept, or freed when it alone exceeds the
+ * store or the library is unloading. True when kept. */
+bool zvx_omx_buffer_memory_store_give(void *block, uint32_t size);
 
 #endif

@@ -143,8 +143,8 @@ bool zvx_omx_port_update_populated(zvx_omx_port *port);
  * size go to the store. Caller holds the component's lock. */
 void *zvx_omx_port_take_spare_block(zvx_omx_port *port, uint32_t size);
 /* Keeps a block the component allocated with zvx_mem_valloc; false when the port keeps no more (blocks
- * of another size go to the store first), and the caller offers it to the store or frees it, best after
- * dropping the lock. Caller holds the component's lock. */
+ * of another size go to the store first), and the caller gives it to the store, best after dropping the
+ * lock. Caller holds the component's lock. */
 bool zvx_omx_port_keep_spare_block(zvx_omx_port *port, void *block, uint32_t size);
 /* Whether any buffer is registered on the port. Caller holds the component's lock. */
 bool zvxp_omx_port_has_buffers(zvx_omx_port *port);

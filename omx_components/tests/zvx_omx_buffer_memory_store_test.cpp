@@ -40,7 +40,7 @@ TEST(BufferMemoryStore, KeepsTheNewestBlocksWithinItsCountAndBytes)
         std::memset(block, 0x11, zvxp_small_size);
     }
     for (void *block : kept) {
-        EXPECT_TRUE(zvx_omx_buffer_memory_store_keep(block, zvxp_small_size));
+        EXPECT_TRUE(zvx_omx_buffer_memory_store_give(block, zvxp_small_size));
     }
     const std::vector<void *> taken = zvxp_take_all(zvxp_small_size);
     EXPECT_EQ(std::set<void *>(taken.begin(), taken.end()), std::set<void *>(kept.begin() + 1, kept.end()))
@@ -54,16 +54,16 @@ TEST(BufferMemoryStore, KeepsTheNewestBlocksWithinItsCountAndBytes)
     void *second = zvx_mem_valloc(zvxp_large_size);
     ASSERT_NE(first, nullptr);
     ASSERT_NE(second, nullptr);
-    EXPECT_TRUE(zvx_omx_buffer_memory_store_keep(first, zvxp_large_size));
-    EXPECT_TRUE(zvx_omx_buffer_memory_store_keep(second, zvxp_large_size));
+    EXPECT_TRUE(zvx_omx_buffer_memory_store_give(first, zvxp_large_size));
+    EXPECT_TRUE(zvx_omx_buffer_memory_store_give(second, zvxp_large_size));
     EXPECT_EQ(zvxp_take_all(zvxp_large_size), std::vector<void *>{second}) << "two would pass the byte bound";
     zvx_mem_free(second);
 
     void *oversized = zvx_mem_valloc(ZVX_OMX_BUFFER_MEMORY_STORE_BYTES + 1);
     ASSERT_NE(oversized, nullptr);
-    EXPECT_FALSE(zvx_omx_buffer_memory_store_keep(oversized, ZVX_OMX_BUFFER_MEMORY_STORE_BYTES + 1));
-    zvx_mem_free(oversized);
-    EXPECT_FALSE(zvx_omx_buffer_memory_store_keep(nullptr, zvxp_small_size));
+    EXPECT_FALSE(zvx_omx_buffer_memory_store_give(oversized, ZVX_OMX_BUFFER_MEMORY_STORE_BYTES + 1))
+        << "freed by the store";
+    EXPECT_FALSE(zvx_omx_buffer_memory_store_give(nullptr, zvxp_small_size));
 }
 
 /* Components close and open on many threads at once; a block handed to two of them would have one
@@ -86,9 +86,7 @@ TEST(BufferMemoryStore, EightThreadsNeverHoldTheSameBlock)
                 std::this_thread::yield();
                 ASSERT_EQ(bytes[0], index);
                 ASSERT_EQ(bytes[zvxp_small_size - 1], index);
-                if (!zvx_omx_buffer_memory_store_keep(block, zvxp_small_size)) {
-                    zvx_mem_free(block);
-                }
+                zvx_omx_buffer_memory_store_give(block, zvxp_small_size);
             }
         });
     }

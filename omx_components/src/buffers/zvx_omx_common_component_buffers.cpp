@@ -344,9 +344,7 @@ OMX_ERRORTYPE zvx_omx_common_component_free_buffer(OMX_HANDLETYPE hComponent, OM
         may_unblock = zvx_omx_port_update_populated(&port);
         emptied = zvx_map_size(&port.registered_buffers) == 0;
     }
-    if (!zvx_omx_buffer_memory_store_keep(released, released_size)) {
-        zvx_mem_free(released);
-    }
+    zvx_omx_buffer_memory_store_give(released, released_size);
     if (may_unblock) {
         zvx_omx_common_cproc_invoker_signal(&comp->cproc_invoker);
     }

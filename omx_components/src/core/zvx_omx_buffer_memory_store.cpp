@@ -75,33 +75,37 @@ void *zvx_omx_buffer_memory_store_take(uint32_t size)
     return nullptr;
 }
 
-bool zvx_omx_buffer_memory_store_keep(void *block, uint32_t size)
+bool zvx_omx_buffer_memory_store_give(void *block, uint32_t size)
 {
-    if (block == nullptr || size > ZVX_OMX_BUFFER_MEMORY_STORE_BYTES) {
+    if (block == nullptr) {
         return false;
     }
-    // Before the block is kept: once it is, another thread may take it and write to it at once.
-    zvxp_release_pages_lazily(block, size);
-    void *evicted[ZVX_OMX_BUFFER_MEMORY_STORE_BLOCKS];
-    uint32_t evicted_count = 0;
-    {
+    bool kept = false;
+    void *freed[ZVX_OMX_BUFFER_MEMORY_STORE_BLOCKS + 1];
+    uint32_t freed_count = 0;
+    if (size <= ZVX_OMX_BUFFER_MEMORY_STORE_BYTES) {
+        // Before the block is kept: once it is, another thread may take it and write to it at once.
+        zvxp_release_pages_lazily(block, size);
         zvx_omx_mutex_guard guard(&zvxp_store_lock);
-        if (zvxp_store_closed) {
-            return false;
+        if (!zvxp_store_closed) {
+            // The newest blocks are the likeliest to serve the next component, so the oldest make room.
+            while (zvxp_kept_count == ZVX_OMX_BUFFER_MEMORY_STORE_BLOCKS ||
+                   zvxp_kept_bytes + size > ZVX_OMX_BUFFER_MEMORY_STORE_BYTES) {
+                freed[freed_count++] = zvxp_kept[0].block;
+                zvxp_kept_bytes -= zvxp_kept[0].size;
+                std::copy(zvxp_kept + 1, zvxp_kept + zvxp_kept_count, zvxp_kept);
+                --zvxp_kept_count;
+            }
+            zvxp_kept[zvxp_kept_count++] = zvxp_kept_block{block, size};
+            zvxp_kept_bytes += size;
+            kept = true;
         }
-        // The newest blocks are the likeliest to serve the next component, so the oldest make room.
-        while (zvxp_kept_count == ZVX_OMX_BUFFER_MEMORY_STORE_BLOCKS ||
-               zvxp_kept_bytes + size > ZVX_OMX_BUFFER_MEMORY_STORE_BYTES) {
-            evicted[evicted_count++] = zvxp_kept[0].block;
-            zvxp_kept_bytes -= zvxp_kept[0].size;
-            std::copy(zvxp_kept + 1, zvxp_kept + zvxp_kept_count, zvxp_kept);
-            --zvxp_kept_count;
-        }
-        zvxp_kept[zvxp_kept_count++] = zvxp_kept_block{block, size};
-        zvxp_kept_bytes += size;
     }
-    for (uint32_t i = 0; i < evicted_count; ++i) {
-        zvx_mem_free(evicted[i]);
+    if (!kept) {
+        freed[freed_count++] = block;
     }
-    return true;
+    for (uint32_t i = 0; i < freed_count; ++i) {
+        zvx_mem_free(freed[i]);
+    }
+    return kept;
 }

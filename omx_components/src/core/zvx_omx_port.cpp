@@ -20,10 +20,7 @@ namespace {
 void zvxp_release_spare_blocks(zvx_omx_port *port)
 {
     while (port->spare_count != 0) {
-        void *block = port->spare_blocks[--port->spare_count];
-        if (!zvx_omx_buffer_memory_store_keep(block, port->spare_size)) {
-            zvx_mem_free(block);
-        }
+        zvx_omx_buffer_memory_store_give(port->spare_blocks[--port->spare_count], port->spare_size);
     }
 }
 
