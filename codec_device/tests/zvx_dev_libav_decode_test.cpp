@@ -329,11 +329,11 @@ TEST_F(LibavDecode, FlushMidStreamDropsWhatIsHeldAndTheStreamGoesOnFromAKeyFrame
     options.resume_at = 20;
     const DecodeResult result = decode_through_device("video_decoder.avc", access_units(path), options);
     EXPECT_TRUE(result.ended);
-    ASSERT_GE(result.timestamps.size(), 15u);
-    ASSERT_LE(result.timestamps.size(), 30u);
-    const size_t before_flush = result.timestamps.size() - 10;
-    EXPECT_TRUE(
-        std::equal(result.pictures.begin(), result.pictures.begin() + before_flush * picture_bytes, reference.begin()))
+    // A picture the decoder still had under way at the flush must not come out after it.
+    ASSERT_EQ(result.timestamps.size(), result.pictures_before_flush + 10);
+    ASSERT_GE(result.pictures_before_flush, 5u);
+    EXPECT_TRUE(std::equal(result.pictures.begin(),
+                           result.pictures.begin() + result.pictures_before_flush * picture_bytes, reference.begin()))
         << "pictures before the flush";
     EXPECT_TRUE(std::equal(result.pictures.end() - 10 * picture_bytes, result.pictures.end(),
                            reference.end() - 10 * picture_bytes))

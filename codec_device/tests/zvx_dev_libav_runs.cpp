@@ -125,7 +125,8 @@ DecodeResult decode_through_device(const char *role, const std::vector<DeviceInp
         }
         case ZVX_BASE_EVENT_INPUT_FLUSHED:
         case ZVX_BASE_EVENT_OUTPUT_FLUSHED:
-            --flush_events_awaited;
+            if (--flush_events_awaited == 0)
+                result.pictures_before_flush = pictures;
             break;
         case ZVX_BASE_EVENT_ALLOC_PARAMS:
             result.allocations.push_back(event.as<zvx_base_fw_frame_alloc_parameters>());

@@ -42,7 +42,8 @@ struct DecodeResult {
     uint32_t inputs_back = 0;
     uint32_t inputs_sent = 0;
     uint32_t rejected = 0;
-    bool ended = false; /* an output carried EOS */
+    size_t pictures_before_flush = 0; /* out when both flushes were answered */
+    bool ended = false;               /* an output carried EOS */
     bool hung = false;
     zvx_dev_stats stats{};
     zvx_dev_port_definition output_definition{}; /* as the device answers at the end */
