@@ -122,7 +122,6 @@ private:
     void fire(const zvx_dev_fault &fault);
     void announce(const Announcement &announcement);
     void consume_input(Lock &lock);
-    void give_input_back(const zvx_base_buffer_details &input);
     void produce_output(Lock &lock);
     void produce_picture(Lock &lock, const zvx_base_buffer_details &output, const Picture &picture);
     void produce_bitstream(Lock &lock, const zvx_base_buffer_details &output, Picture &picture);
@@ -150,7 +149,6 @@ private:
     int descriptor_ = -1;              /* written by open() before the worker starts, read-only after */
     std::thread worker_;               /* started by open(), joined by close() */
     bool events_pushed_ = false;       /* worker thread only: get_event waiters are still to be woken */
-    std::vector<uint8_t> input_copy_;  /* worker thread only: the input an engine reads after it went back */
     std::mutex mutex_;                 /* guards every field below */
     std::condition_variable work_cv_;  /* the worker waits for something to do */
     std::condition_variable event_cv_; /* get_event waits for an event */

@@ -299,9 +299,7 @@ void Device::announce(const Announcement &announcement)
 }
 
 /* The input stays queued while the engine reads it unlocked: the host can neither take it back nor
- * queue it again meanwhile. An engine whose work takes long reads a copy instead, and the host has the
- * buffer back before that work, as from hardware that copies the bitstream in before decoding it: a
- * client waiting for an input buffer, as a seeking one does, then waits for no decode. */
+ * queue it again meanwhile. */
 void Device::consume_input(Lock &lock)
 {
     const zvx_base_buffer_details input = queued_[INPUT_PORT].front();
@@ -313,26 +311,18 @@ void Device::consume_input(Lock &lock)
     taken.flags = input.flags;
     taken.number = next_picture_;
     deliver_records_set_before(inputs_consumed_++);
-    const bool given_back_first = engine_->consume_takes_long();
     {
         const EngineStep step(*this, lock);
-        if (given_back_first) {
-            input_copy_.assign(taken.data.begin(), taken.data.end());
-            taken.data = input_copy_;
-            /* Still busy: an EngineLock waiting cannot end the session between the copy and the work. */
-            lock.lock();
-            give_input_back(input);
-            wake_event_waiters(lock);
-            lock.unlock();
-        }
         engine_->consume(taken);
     }
     report_stream_errors();
     std::optional<uint32_t> number;
     if (has_picture)
         number = next_picture_++;
-    if (!given_back_first)
-        give_input_back(input);
+
+    zvx_base_buffer_userspace returned = returned_descriptor(input);
+    returned.filled_len = 0;
+    return_buffer(INPUT_PORT, input.buffer_id, returned);
 
     if (!number)
         return;
@@ -345,13 +335,6 @@ void Device::consume_input(Lock &lock)
             ++fault;
         }
     }
-}
-
-void Device::give_input_back(const zvx_base_buffer_details &input)
-{
-    zvx_base_buffer_userspace returned = returned_descriptor(input);
-    returned.filled_len = 0;
-    return_buffer(INPUT_PORT, input.buffer_id, returned);
 }
 
 void Device::deliver_records_set_before(uint64_t input)

@@ -62,9 +62,8 @@ public:
     /* Pictures taken in and not yet out: the device stops feeding input at its limit. */
     virtual size_t pictures_in_flight() const = 0;
     /* A decode that does a codec's real work, long enough to matter to a picture waiting for an output
-     * buffer; the pattern's is instant. Its input is copied, and goes back to the host before the work.
-     * An encoder answers no: a client may hold its finished packets until it has its next input buffer
-     * back, and its inputs are whole pictures, too large to copy for nothing. */
+     * buffer; the pattern's is instant. An encoder answers no: a client may hold its finished packets
+     * until it has its next input buffer back. */
     virtual bool consume_takes_long() const { return false; }
     /* Drops every picture held; announcements stay, the host still has to hear of them. */
     virtual void flush() = 0;
