@@ -66,10 +66,6 @@ void LibavDecodeEngine::note_error(std::string message)
 
 void LibavDecodeEngine::consume(const EngineInput &input)
 {
-    if (flush_pending_) {
-        decoder_.flush();
-        flush_pending_ = false;
-    }
     if (decoder_open_ && !input.data.empty()) {
         zvx_av::DecoderInput in;
         in.data = input.data;
@@ -187,7 +183,7 @@ size_t LibavDecodeEngine::pictures_in_flight() const
 void LibavDecodeEngine::flush()
 {
     if (decoder_open_)
-        flush_pending_ = true;
+        decoder_.flush();
     std::erase_if(items_, [](const Item &item) { return std::holds_alternative<Picture>(item.item); });
 }
 

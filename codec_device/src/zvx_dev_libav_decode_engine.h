@@ -47,9 +47,6 @@ private:
 
     zvx_av::Decoder decoder_;
     bool decoder_open_ = false;
-    /* The decoder's flush waits for the pictures its frame threads have under way. Done before the next
-     * input instead, it keeps the host's flush from waiting for them, and they have had the meantime. */
-    bool flush_pending_ = false;
     zvx_av::PictureWriter writer_;
     std::deque<Item> items_;
     std::optional<zvx_av::PictureFormat> announced_;

@@ -84,9 +84,11 @@ public:
 
 private:
     enum class Mode : uint8_t { undecided, access_units, chunks, buffers };
+    /* drained: the end of the stream was sent; stale: flushed by the caller. Either is flushed in
+     * libavcodec before the next data. */
+    enum class ContextState : uint8_t { live, drained, stale };
 
     Status start();
-    Status reopen_with_config();
     Status reset_parser();
     Mode mode_for(const DecoderInput &input) const;
     Status send_access_unit_piece(const DecoderInput &input);
@@ -94,6 +96,7 @@ private:
     Status drain_parser();
     Status decode(std::span<const uint8_t> data, int64_t timestamp_us);
     Status collect_pictures();
+    void make_context_live();
 
     Codec codec_ = Codec::avc;
     DecoderSettings settings_;
@@ -109,7 +112,7 @@ private:
     size_t parser_backlog_ = 0;
     Mode mode_ = Mode::undecided;
     bool data_sent_ = false;
-    bool drained_ = false;
+    ContextState context_state_ = ContextState::live;
     std::deque<DecodedPicture> pictures_;
 };
 

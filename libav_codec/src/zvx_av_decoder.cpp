@@ -87,7 +87,7 @@ Status Decoder::open(Codec codec, const DecoderSettings &settings)
     extradata_ = settings.codec_config;
     mode_ = Mode::undecided;
     data_sent_ = false;
-    drained_ = false;
+    context_state_ = ContextState::live;
     decoder_ = find_decoder(codec, settings.stream_codec_id);
     if (!decoder_)
         return Status(AVERROR_DECODER_NOT_FOUND);
@@ -121,7 +121,7 @@ Status Decoder::start()
     if (opened < 0)
         return Status(opened);
     context_ = std::move(context);
-    drained_ = false;
+    context_state_ = ContextState::live;
     return reset_parser();
 }
 
@@ -176,10 +176,7 @@ Status Decoder::send(const DecoderInput &input)
         if (!started.ok())
             return started;
     }
-    if (drained_) {
-        avcodec_flush_buffers(context_.get());
-        drained_ = false;
-    }
+    make_context_live();
     data_sent_ = true;
     if (mode_ == Mode::undecided && !input.codec_config) {
         mode_ = mode_for(input);
@@ -311,6 +308,8 @@ Status Decoder::end_stream()
 {
     if (!context_)
         return Status();
+    if (context_state_ == ContextState::stale)
+        make_context_live();
     Status result;
     if (mode_ == Mode::chunks) {
         result = drain_parser();
@@ -319,9 +318,9 @@ Status Decoder::end_stream()
         access_unit_.clear();
         access_unit_timestamp_us_ = no_timestamp;
     }
-    if (!drained_) {
+    if (context_state_ == ContextState::live) {
         avcodec_send_packet(context_.get(), nullptr);
-        drained_ = true;
+        context_state_ = ContextState::drained;
     }
     // Every error spoils one picture; the drain ends at the decoder's end of stream.
     for (;;) {
@@ -337,15 +336,24 @@ Status Decoder::end_stream()
 void Decoder::flush()
 {
     if (context_) {
-        avcodec_flush_buffers(context_.get());
+        // libavcodec's own flush waits for the pictures the frame threads have under way: done before the
+        // next data instead, the caller does not wait for them, and they have had the meantime.
+        context_state_ = ContextState::stale;
         // Out of memory, the stream goes on without a parser, as access units.
         (void)reset_parser();
     }
-    drained_ = false;
     access_unit_.clear();
     access_unit_timestamp_us_ = no_timestamp;
     pictures_.clear();
     mode_ = Mode::undecided;
+}
+
+void Decoder::make_context_live()
+{
+    if (context_state_ != ContextState::live) {
+        avcodec_flush_buffers(context_.get());
+        context_state_ = ContextState::live;
+    }
 }
 
 std::optional<DecodedPicture> Decoder::receive()
