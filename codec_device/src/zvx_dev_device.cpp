@@ -156,6 +156,10 @@ void Device::reset_session_state()
     hw_state_ = ZVX_BASE_HW_STATE_STOPPED;
     hung_ = false;
     queued_[INPUT_PORT].clear();
+    pace_.forget();
+    picture_waits_for_client_ = false;
+    decode_not_before_.reset();
+    copied_input_.reset();
     queued_[OUTPUT_PORT].clear();
     requests_.clear();
     announced_.reset();

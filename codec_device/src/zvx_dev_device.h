@@ -16,6 +16,7 @@
 #include <variant>
 #include <vector>
 
+#include "zvx_dev_client_pace.h"
 #include "zvx_dev_engine.h"
 #include "zvx_dev_event_queue.h"
 #include "zvx_dev_parameters.h"
@@ -113,6 +114,7 @@ private:
 
     /* Worker side (zvx_dev_device_worker.cpp): mutex_ held through `lock` except in an EngineStep. */
     void run();
+    void wait_for_work(Lock &lock);
     Operation next_operation();
     uint32_t delay_of(Operation operation) const;
     void perform(Operation operation, Lock &lock);
@@ -122,6 +124,9 @@ private:
     void fire(const zvx_dev_fault &fault);
     void announce(const Announcement &announcement);
     void consume_input(Lock &lock);
+    void give_input_back(const zvx_base_buffer_details &input);
+    void pace_next_decode(Lock &lock);
+    void give_next_input_back_early(Lock &lock);
     void produce_output(Lock &lock);
     void produce_picture(Lock &lock, const zvx_base_buffer_details &output, const Picture &picture);
     void produce_bitstream(Lock &lock, const zvx_base_buffer_details &output, Picture &picture);
@@ -194,6 +199,14 @@ private:
     uint32_t rejects_pending_ = 0;
     uint32_t next_picture_ = 0;
     std::optional<Clock::time_point> ready_at_;
+    /* A decoder's pace to a client that shows its pictures in real time. */
+    ClientPace pace_;
+    bool picture_waits_for_client_ = false; /* the front picture found no output buffer */
+    std::optional<Clock::time_point> decode_not_before_;
+    /* The oldest input, given back to the client before its decode while that decode is put off. */
+    std::optional<zvx_base_buffer_details> copied_input_;
+    /* Its bytes: the worker's own, written and read in engine steps, unlocked. */
+    std::vector<uint8_t> copied_bytes_;
     std::vector<EventPtr> shuffled_;
     std::minstd_rand shuffle_random_;
 

@@ -56,7 +56,7 @@ void Device::run()
                 continue;
             }
             ready_at_.reset();
-            work_cv_.wait(lock);
+            wait_for_work(lock);
             continue;
         }
         /* The wait is re-checked: a request that arrives meanwhile is done at the same deadline. */
@@ -75,6 +75,17 @@ void Device::run()
         if (events_pushed_)
             wake_event_waiters(lock);
     }
+}
+
+/* Until a request, a buffer or the end of a put-off decode's wait. */
+void Device::wait_for_work(Lock &lock)
+{
+    if (decode_not_before_ && Clock::now() >= *decode_not_before_)
+        decode_not_before_.reset();
+    if (decode_not_before_)
+        work_cv_.wait_until(lock, *decode_not_before_);
+    else
+        work_cv_.wait(lock);
 }
 
 /* The host is woken, through the descriptor and the condition, once the lock is free, so that it does
@@ -106,11 +117,17 @@ Device::Operation Device::next_operation()
     /* A ready picture waits for the client's next output buffer, whether the client is setting its buffers
      * up or showing them. A decode started meanwhile would keep the picture from that buffer for a whole
      * picture's time, and decoding ahead of the client only makes a flush wait for the decode. */
-    if (item != nullptr && engine_->consume_takes_long())
+    if (item != nullptr && engine_->consume_takes_long()) {
+        picture_waits_for_client_ = true;
         return Operation::none;
+    }
     const size_t in_flight_limit = std::max(script_.max_pictures_in_flight, script_.reorder_depth + 1);
-    if (!queued_[INPUT_PORT].empty() && engine_->pictures_in_flight() < in_flight_limit)
+    if ((copied_input_ || !queued_[INPUT_PORT].empty()) && engine_->pictures_in_flight() < in_flight_limit) {
+        if (decode_not_before_ && Clock::now() < *decode_not_before_)
+            return Operation::none;
+        decode_not_before_.reset();
         return Operation::input;
+    }
     return Operation::none;
 }
 
@@ -216,6 +233,9 @@ void Device::flush(uint32_t flags)
             return_buffer(port, held.buffer_id, returned);
         }
         if (port == INPUT_PORT) {
+            copied_input_.reset();
+            decode_not_before_.reset();
+            picture_waits_for_client_ = false;
             inputs_consumed_ = inputs_queued_;
             deliver_records_set_before(inputs_consumed_);
             engine_->flush();
@@ -251,6 +271,7 @@ void Device::fire(const zvx_dev_fault &fault)
 void Device::announce(const Announcement &announcement)
 {
     announced_ = announcement;
+    pace_.forget();
     const std::optional<zvx_dev_port_definition> output = parameters_.port_definition(OUTPUT_PORT);
     const uint32_t codec_needs =
         announcement.buffers_needed != 0 ? announcement.buffers_needed : script_.output_buffers_needed;
@@ -299,30 +320,38 @@ void Device::announce(const Announcement &announcement)
 }
 
 /* The input stays queued while the engine reads it unlocked: the host can neither take it back nor
- * queue it again meanwhile. */
+ * queue it again meanwhile. An input given back early is read from its copy. */
 void Device::consume_input(Lock &lock)
 {
-    const zvx_base_buffer_details input = queued_[INPUT_PORT].front();
-    const zvx_base_buffer_userspace &source = registered_.at(input.buffer_id).descriptor;
+    const bool copied = copied_input_.has_value();
+    const zvx_base_buffer_details input = copied ? *copied_input_ : queued_[INPUT_PORT].front();
     const bool has_picture = input.filled_len > 0;
     EngineInput taken;
-    taken.data = {reinterpret_cast<const uint8_t *>(source.handle), std::min(input.filled_len, source.size)};
+    if (copied) {
+        taken.data = copied_bytes_;
+    } else {
+        const zvx_base_buffer_userspace &source = registered_.at(input.buffer_id).descriptor;
+        taken.data = {reinterpret_cast<const uint8_t *>(source.handle), std::min(input.filled_len, source.size)};
+    }
     taken.timestamp = input.timestamp;
     taken.flags = input.flags;
     taken.number = next_picture_;
     deliver_records_set_before(inputs_consumed_++);
+    Clock::duration took{};
     {
         const EngineStep step(*this, lock);
+        const Clock::time_point began = Clock::now();
         engine_->consume(taken);
+        took = Clock::now() - began;
     }
+    pace_.decoded_in(took);
+    copied_input_.reset();
     report_stream_errors();
     std::optional<uint32_t> number;
     if (has_picture)
         number = next_picture_++;
-
-    zvx_base_buffer_userspace returned = returned_descriptor(input);
-    returned.filled_len = 0;
-    return_buffer(INPUT_PORT, input.buffer_id, returned);
+    if (!copied)
+        give_input_back(input);
 
     if (!number)
         return;
@@ -335,6 +364,48 @@ void Device::consume_input(Lock &lock)
             ++fault;
         }
     }
+}
+
+void Device::give_input_back(const zvx_base_buffer_details &input)
+{
+    zvx_base_buffer_userspace returned = returned_descriptor(input);
+    returned.filled_len = 0;
+    return_buffer(INPUT_PORT, input.buffer_id, returned);
+}
+
+/* After a picture went out: a client that took it the moment it gave its buffer back sets the pace, and
+ * the next decode waits for the slack that leaves. Its input goes back at once all the same, as from
+ * hardware that copies the bitstream in before decoding it: a client waiting for an input buffer, as a
+ * seeking GStreamer's streaming thread does with its demuxer's lock held, must not wait for the pace. */
+void Device::pace_next_decode(Lock &lock)
+{
+    if (!picture_waits_for_client_) {
+        pace_.device_set_the_pace();
+        return;
+    }
+    picture_waits_for_client_ = false;
+    const Clock::time_point now = Clock::now();
+    const Clock::duration slack = pace_.slack();
+    pace_.client_took_waiting_picture(now);
+    if (slack == Clock::duration::zero())
+        return;
+    decode_not_before_ = now + slack;
+    give_next_input_back_early(lock);
+}
+
+void Device::give_next_input_back_early(Lock &lock)
+{
+    if (copied_input_ || queued_[INPUT_PORT].empty())
+        return;
+    const zvx_base_buffer_details input = queued_[INPUT_PORT].front();
+    const zvx_base_buffer_userspace &source = registered_.at(input.buffer_id).descriptor;
+    const auto *bytes = reinterpret_cast<const uint8_t *>(source.handle);
+    {
+        const EngineStep step(*this, lock);
+        copied_bytes_.assign(bytes, bytes + std::min(input.filled_len, source.size));
+    }
+    copied_input_ = input;
+    give_input_back(input);
 }
 
 void Device::deliver_records_set_before(uint64_t input)
@@ -413,6 +484,7 @@ void Device::produce_picture(Lock &lock, const zvx_base_buffer_details &output, 
     engine_->pop_front();
     ++pictures_output_;
     return_buffer(OUTPUT_PORT, output.buffer_id, returned);
+    pace_next_decode(lock);
 }
 
 void Device::produce_bitstream(Lock &lock, const zvx_base_buffer_details &output, Picture &picture)

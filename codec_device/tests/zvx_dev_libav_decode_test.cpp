@@ -4,8 +4,10 @@
 #include <OMX_Core.h>
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "zvx_av_media_reader.h"
 #include "zvx_av_test_streams.h"
@@ -234,6 +236,51 @@ TEST_F(LibavDecode, ReadyPictureWaitingForAnOutputBufferHoldsTheNextDecode)
 
     host->queue(1, outputs[1]);
     EXPECT_EQ(host->expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, outputs[1]) << "a decode came first";
+}
+
+/* A client that shows its pictures in real time sets the pace once it has taken a few that waited for
+ * its buffer. The next decode then waits for half that pace, while the input it will read goes back at
+ * once; a flush in that wait, as a seek sends, drops that input undecoded and loses no buffer. */
+TEST_F(LibavDecode, PacedClientsNextDecodeWaitsAndAFlushMeanwhileDecodesNothing)
+{
+    constexpr auto PACE = std::chrono::milliseconds(150);
+    const std::vector<DeviceInput> inputs = small_avc_units(0);
+    ASSERT_FALSE(inputs.empty());
+    const std::unique_ptr<DeviceHost> host = running_avc_decoder();
+    ASSERT_TRUE(host->session);
+    for (const DeviceInput &input : inputs)
+        queue_input(*host, input);
+    std::vector<zvx_base_buffer_handle_t> filled;
+    uint32_t inputs_back = inputs_back_until_quiet(*host, &filled);
+
+    const zvx_base_buffer_handle_t output = host->add_buffer(1, 1 << 20);
+    uint64_t decoded = 0;
+    for (int shown = 0; shown < 6; ++shown) {
+        if (shown > 0)
+            std::this_thread::sleep_for(PACE);
+        decoded = host->stats().pictures_consumed;
+        host->queue(1, output);
+        DeviceEvent event = host->next();
+        for (; event.code == ZVX_BASE_EVENT_INPUT; event = host->next())
+            ++inputs_back;
+        ASSERT_EQ(event.code, ZVX_BASE_EVENT_OUTPUT);
+    }
+    host->expect(ZVX_BASE_EVENT_INPUT); // the input to decode next, before its decode
+    ++inputs_back;
+    std::this_thread::sleep_for(PACE / 8);
+    EXPECT_EQ(host->stats().pictures_consumed, decoded) << "decoded at once for a paced client";
+
+    zvx_enqueue_flush_buffers(host->fd, ZVX_BASE_FLUSH_ALL_PORTS);
+    int flushes = 0;
+    while (flushes < 2) {
+        const DeviceEvent event = host->next();
+        ASSERT_NE(event.code, 0xFFFF) << "the flush was not answered";
+        inputs_back += event.code == ZVX_BASE_EVENT_INPUT ? 1 : 0;
+        flushes += event.code == ZVX_BASE_EVENT_INPUT_FLUSHED || event.code == ZVX_BASE_EVENT_OUTPUT_FLUSHED ? 1 : 0;
+    }
+    std::this_thread::sleep_for(PACE);
+    EXPECT_EQ(host->stats().pictures_consumed, decoded) << "the input given back early was decoded after the flush";
+    EXPECT_EQ(inputs_back, inputs.size());
 }
 
 /* With frame threads or reordering, the decoder has read the stream's headers a few pictures before the
