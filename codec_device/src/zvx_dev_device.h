@@ -115,6 +115,7 @@ private:
     /* Worker side (zvx_dev_device_worker.cpp): mutex_ held through `lock` except in an EngineStep. */
     void run();
     void wait_for_work(Lock &lock);
+    bool decode_put_off();
     Operation next_operation();
     uint32_t delay_of(Operation operation) const;
     void perform(Operation operation, Lock &lock);

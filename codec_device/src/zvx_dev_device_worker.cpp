@@ -80,12 +80,18 @@ void Device::run()
 /* Until a request, a buffer or the end of a put-off decode's wait. */
 void Device::wait_for_work(Lock &lock)
 {
-    if (decode_not_before_ && Clock::now() >= *decode_not_before_)
-        decode_not_before_.reset();
-    if (decode_not_before_)
+    if (decode_put_off())
         work_cv_.wait_until(lock, *decode_not_before_);
     else
         work_cv_.wait(lock);
+}
+
+/* Whether a decode is still put off for the client's pace; a wait that has ended is forgotten. */
+bool Device::decode_put_off()
+{
+    if (decode_not_before_ && Clock::now() >= *decode_not_before_)
+        decode_not_before_.reset();
+    return decode_not_before_.has_value();
 }
 
 /* The host is woken, through the descriptor and the condition, once the lock is free, so that it does
@@ -122,12 +128,9 @@ Device::Operation Device::next_operation()
         return Operation::none;
     }
     const size_t in_flight_limit = std::max(script_.max_pictures_in_flight, script_.reorder_depth + 1);
-    if ((copied_input_ || !queued_[INPUT_PORT].empty()) && engine_->pictures_in_flight() < in_flight_limit) {
-        if (decode_not_before_ && Clock::now() < *decode_not_before_)
-            return Operation::none;
-        decode_not_before_.reset();
+    if ((copied_input_ || !queued_[INPUT_PORT].empty()) && engine_->pictures_in_flight() < in_flight_limit &&
+        !decode_put_off())
         return Operation::input;
-    }
     return Operation::none;
 }
 
