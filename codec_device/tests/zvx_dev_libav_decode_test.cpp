@@ -196,6 +196,17 @@ void queue_input(DeviceHost &host, const DeviceInput &input)
     host.queue(0, id, static_cast<uint32_t>(input.data.size()), input.flags, input.timestamp);
 }
 
+/* A running decoder given every input, before the host has registered an output buffer. */
+std::unique_ptr<DeviceHost> avc_decoder_given(const std::vector<DeviceInput> &inputs)
+{
+    std::unique_ptr<DeviceHost> host = running_avc_decoder();
+    if (host->session) {
+        for (const DeviceInput &input : inputs)
+            queue_input(*host, input);
+    }
+    return host;
+}
+
 /* Every input back until the device has been quiet for a while. */
 uint32_t inputs_back_until_quiet(DeviceHost &host, std::vector<zvx_base_buffer_handle_t> *outputs)
 {
@@ -217,10 +228,8 @@ TEST_F(LibavDecode, ReadyPictureWaitingForAnOutputBufferHoldsTheNextDecode)
 {
     const std::vector<DeviceInput> inputs = small_avc_units(0);
     ASSERT_FALSE(inputs.empty());
-    const std::unique_ptr<DeviceHost> host = running_avc_decoder();
+    const std::unique_ptr<DeviceHost> host = avc_decoder_given(inputs);
     ASSERT_TRUE(host->session);
-    for (const DeviceInput &input : inputs)
-        queue_input(*host, input);
     std::vector<zvx_base_buffer_handle_t> filled;
     uint32_t inputs_back = inputs_back_until_quiet(*host, &filled);
     EXPECT_LT(inputs_back, inputs.size()) << "decoded ahead while the client set its buffers up";
@@ -252,10 +261,8 @@ TEST_F(LibavDecode, PacedClientsNextDecodeWaitsOnACopyOfItsInputAndAFlushMeanwhi
     const std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, path, "nv12");
     const size_t picture_bytes = reference.size() / 20;
     const std::vector<DeviceInput> inputs = access_units(path);
-    const std::unique_ptr<DeviceHost> host = running_avc_decoder();
+    const std::unique_ptr<DeviceHost> host = avc_decoder_given(inputs);
     ASSERT_TRUE(host->session);
-    for (const DeviceInput &input : inputs)
-        queue_input(*host, input);
     std::vector<zvx_base_buffer_handle_t> filled;
     uint32_t inputs_back = inputs_back_until_quiet(*host, &filled);
 
