@@ -27,8 +27,8 @@ uint32_t zvxp_word_at(const void *record, uint32_t offset)
 
 } // namespace
 
-Device::Device(const zvx_dev_script &script, Totals &totals)
-    : totals_(totals), script_(script), shuffle_random_(script.shuffle_seed)
+Device::Device(const zvx_dev_script &script, Totals &totals, DecoderAhead &decoders_ahead)
+    : totals_(totals), decoders_ahead_(decoders_ahead), script_(script), shuffle_random_(script.shuffle_seed)
 {
 }
 
@@ -101,7 +101,7 @@ bool Device::create_session(const char *role)
     role_ = role;
     decoder_ = traits->decoder;
     vp9_ = traits->vp9;
-    engine_ = make_engine(script_.engine, {script_, parameters_, role_, decoder_});
+    engine_ = make_engine(script_.engine, {script_, parameters_, role_, decoder_, decoders_ahead_});
     if (engine_ == nullptr)
         return false;
     session_created_ = true;

@@ -26,11 +26,13 @@
 
 namespace zvx_dev {
 
+class DecoderAhead;
+
 /* One codec device: the host's calls on one side (any thread), a worker thread that drives the
  * session's engine and answers with events on the other. */
 class Device {
 public:
-    Device(const zvx_dev_script &script, Totals &totals);
+    Device(const zvx_dev_script &script, Totals &totals, DecoderAhead &decoders_ahead);
     Device(const Device &) = delete;
     Device &operator=(const Device &) = delete;
     ~Device();
@@ -152,6 +154,7 @@ private:
     StreamFacts stream_facts() const;
 
     Totals &totals_;
+    DecoderAhead &decoders_ahead_;
     int descriptor_ = -1;              /* written by open() before the worker starts, read-only after */
     std::thread worker_;               /* started by open(), joined by close() */
     bool events_pushed_ = false;       /* worker thread only: get_event waiters are still to be woken */

@@ -1,6 +1,7 @@
 #include "zvx_dev_engine.h"
 
 #include "zvx_av_codec.h"
+#include "zvx_dev_decoder_ahead.h"
 #include "zvx_dev_libav_decode_engine.h"
 #include "zvx_dev_libav_encode_engine.h"
 #include "zvx_dev_pattern_engine.h"
@@ -17,7 +18,7 @@ std::unique_ptr<Engine> make_engine(zvx_dev_engine kind, const EngineSetting &se
     if (!codec)
         return nullptr;
     if (setting.decoder)
-        return std::make_unique<LibavDecodeEngine>(*codec);
+        return std::make_unique<LibavDecodeEngine>(*codec, setting.decoders_ahead.take(*codec));
     return std::make_unique<LibavEncodeEngine>(setting, *codec);
 }
 

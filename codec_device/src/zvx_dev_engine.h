@@ -15,6 +15,8 @@
 
 namespace zvx_dev {
 
+class DecoderAhead;
+
 /* One input buffer as the host queued it. */
 struct EngineInput {
     std::span<const uint8_t> data;
@@ -89,6 +91,7 @@ struct EngineSetting {
     const ParameterStore &parameters;
     std::string_view role; /* "video_decoder.avc" */
     bool decoder;
+    DecoderAhead &decoders_ahead;
 };
 
 std::unique_ptr<Engine> make_engine(zvx_dev_engine kind, const EngineSetting &setting);

@@ -43,12 +43,13 @@ std::optional<ColourDescription> zvxp_colour_of(const zvx_av::ColourAspects &asp
 
 } // namespace
 
-LibavDecodeEngine::LibavDecodeEngine(zvx_av::Codec codec)
+LibavDecodeEngine::LibavDecodeEngine(zvx_av::Codec codec, zvx_av::CodecContextPtr opened_ahead)
 {
     // Frame and slice threads, as desktop players decode: the component gives consumed inputs back while
     // a client waits for the first picture to enable its output port.
     const zvx_av::Status opened = decoder_.open(codec, zvx_av::DecoderSettings{});
     decoder_open_ = opened.ok();
+    decoder_.use_opened_ahead(std::move(opened_ahead));
     note(opened, "opening the decoder");
 }
 

@@ -17,7 +17,8 @@ namespace zvx_dev {
  * error reported. */
 class LibavDecodeEngine final : public Engine {
 public:
-    explicit LibavDecodeEngine(zvx_av::Codec codec);
+    /* `opened_ahead`: the codec's decoder opened before the session, or null. */
+    LibavDecodeEngine(zvx_av::Codec codec, zvx_av::CodecContextPtr opened_ahead);
 
     void consume(const EngineInput &input) override;
     StreamItem *front() override;

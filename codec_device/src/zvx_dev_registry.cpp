@@ -33,20 +33,25 @@ void Registry::stop()
         device->close();
         ++totals_.devices_closed;
     }
+    decoders_ahead_.stop();
 }
 
 int Registry::open_device()
 {
-    std::lock_guard guard(mutex_);
-    if (!running_ || default_script_.fail_open)
-        return -1;
-    auto device = std::make_shared<Device>(default_script_, totals_);
-    if (!device->open())
-        return -1;
-    const int fd = device->descriptor();
-    devices_[fd] = std::move(device);
-    opening_order_.push_back(fd);
-    ++totals_.devices_opened;
+    int fd = -1;
+    {
+        std::lock_guard guard(mutex_);
+        if (!running_ || default_script_.fail_open)
+            return -1;
+        auto device = std::make_shared<Device>(default_script_, totals_, decoders_ahead_);
+        if (!device->open())
+            return -1;
+        fd = device->descriptor();
+        devices_[fd] = std::move(device);
+        opening_order_.push_back(fd);
+        ++totals_.devices_opened;
+    }
+    decoders_ahead_.prepare();
     return fd;
 }
 

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <vector>
 
+#include "zvx_dev_decoder_ahead.h"
 #include "zvx_dev_device.h"
 #include "zvx_dev_totals.h"
 #include "zvx_codec_device.h"
@@ -33,6 +34,7 @@ public:
 
 private:
     Totals totals_;
+    DecoderAhead decoders_ahead_;
     std::mutex mutex_; /* guards the fields below */
     bool running_ = false;
     zvx_dev_script default_script_;

@@ -57,11 +57,19 @@ struct DecodedPicture {
     PictureFormat format;
 };
 
+/* The codec's decoder opened as a Decoder with the default settings opens it for a stream whose
+ * configuration comes with its data: opened before the stream, the open is off its first picture's path.
+ * Null when the codec's decoder cannot be opened. */
+CodecContextPtr open_decoder_ahead(Codec codec);
+
 /* libavcodec's decoder for one stream of a role, with frame and slice threads. Pictures come out in
  * presentation order carrying the timestamps their input had. Not thread-safe: one caller at a time. */
 class Decoder {
 public:
     Status open(Codec codec, const DecoderSettings &settings = {});
+    /* A context from open_decoder_ahead(), for after open(): the stream's first data uses it instead of
+     * opening one, when the settings are the defaults and no configuration came before the data. */
+    void use_opened_ahead(CodecContextPtr opened);
 
     /* Decodes what the input completes; the pictures it yields wait for receive(). A bad stream
      * gives an error here and drops the pictures it spoils; the decoder stays usable. */
@@ -102,6 +110,7 @@ private:
     DecoderSettings settings_;
     const AVCodec *decoder_ = nullptr;
     CodecContextPtr context_;
+    CodecContextPtr opened_ahead_;
     ParserPtr parser_;
     CodecContextPtr parser_context_;
     PacketPtr packet_;

@@ -74,7 +74,44 @@ bool config_holds_picture(Codec codec, std::span<const uint8_t> data)
     return false;
 }
 
+Status open_context(const AVCodec &decoder, int thread_count, const std::vector<uint8_t> &extradata,
+                    CodecContextPtr &opened)
+{
+    CodecContextPtr context(avcodec_alloc_context3(&decoder));
+    if (!context)
+        return Status(AVERROR(ENOMEM));
+    // One thread a core, as desktop players decode: libavcodec's own default adds one, and with it one more
+    // picture in flight before the first comes out, after a start or a flush.
+    context->thread_count = thread_count != 0 ? thread_count : av_cpu_count();
+    context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+    // The crop is reported with each picture and applied exactly when it is received: libav's own
+    // cropping keeps the left edge aligned and so may leave part of it.
+    context->apply_cropping = 0;
+    context->pkt_timebase = microseconds;
+    if (!extradata.empty()) {
+        context->extradata = static_cast<uint8_t *>(av_mallocz(extradata.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+        if (!context->extradata)
+            return Status(AVERROR(ENOMEM));
+        std::memcpy(context->extradata, extradata.data(), extradata.size());
+        context->extradata_size = static_cast<int>(extradata.size());
+    }
+    const int status = avcodec_open2(context.get(), &decoder, nullptr);
+    if (status < 0)
+        return Status(status);
+    opened = std::move(context);
+    return Status();
+}
+
 } // namespace
+
+CodecContextPtr open_decoder_ahead(Codec codec)
+{
+    const AVCodec *decoder = find_decoder(codec);
+    CodecContextPtr opened;
+    if (decoder != nullptr)
+        (void)open_context(*decoder, 0, {}, opened);
+    return opened;
+}
 
 Status Decoder::open(Codec codec, const DecoderSettings &settings)
 {
@@ -85,6 +122,7 @@ Status Decoder::open(Codec codec, const DecoderSettings &settings)
     pictures_.clear();
     access_unit_.clear();
     extradata_ = settings.codec_config;
+    opened_ahead_.reset();
     mode_ = Mode::undecided;
     data_sent_ = false;
     context_state_ = ContextState::live;
@@ -95,31 +133,24 @@ Status Decoder::open(Codec codec, const DecoderSettings &settings)
     return Status(packet_ ? 0 : AVERROR(ENOMEM));
 }
 
+void Decoder::use_opened_ahead(CodecContextPtr opened)
+{
+    if (opened && decoder_ != nullptr && opened->codec == decoder_ && settings_.thread_count == 0 &&
+        settings_.stream_codec_id == AV_CODEC_ID_NONE)
+        opened_ahead_ = std::move(opened);
+}
+
 /* Opened at the stream's first data, so that configuration sent as buffers of its own before it
  * becomes extradata, which some decoders (vc1) cannot open without. */
 Status Decoder::start()
 {
-    CodecContextPtr context(avcodec_alloc_context3(decoder_));
-    if (!context)
-        return Status(AVERROR(ENOMEM));
-    // One thread a core, as desktop players decode: libavcodec's own default adds one, and with it one more
-    // picture in flight before the first comes out, after a start or a flush.
-    context->thread_count = settings_.thread_count != 0 ? settings_.thread_count : av_cpu_count();
-    context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
-    // The crop is reported with each picture and applied exactly when it is received: libav's own
-    // cropping keeps the left edge aligned and so may leave part of it.
-    context->apply_cropping = 0;
-    context->pkt_timebase = microseconds;
-    if (!extradata_.empty()) {
-        context->extradata = static_cast<uint8_t *>(av_mallocz(extradata_.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-        if (!context->extradata)
-            return Status(AVERROR(ENOMEM));
-        std::memcpy(context->extradata, extradata_.data(), extradata_.size());
-        context->extradata_size = static_cast<int>(extradata_.size());
+    CodecContextPtr context = std::move(opened_ahead_);
+    if (!context || !extradata_.empty()) {
+        context.reset();
+        const Status opened = open_context(*decoder_, settings_.thread_count, extradata_, context);
+        if (!opened.ok())
+            return opened;
     }
-    const int opened = avcodec_open2(context.get(), decoder_, nullptr);
-    if (opened < 0)
-        return Status(opened);
     context_ = std::move(context);
     context_state_ = ContextState::live;
     return reset_parser();

@@ -306,6 +306,43 @@ TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextData)
     }
 }
 
+/* A context opened ahead serves a stream whose parameter sets come with its data; a stream configured
+ * before its data, or one of another codec, needs a context of its own. */
+TEST(Decoder, AContextOpenedAheadServesOnlyAStreamItFits)
+{
+    const EncodedStream configured = encode_pattern(Codec::avc, 8);
+    ASSERT_EQ(configured.packets.size(), 8u);
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 8, "-c:v libx264 -bf 2"));
+    const std::vector<std::vector<uint8_t>> units = zvx_av_test::read_access_units(path);
+
+    zvx_av::Decoder plain;
+    ASSERT_TRUE(plain.open(Codec::avc).ok());
+    const DecodedPictures reference = decode_all(plain, units, true);
+    ASSERT_EQ(reference.formats.size(), 8u);
+
+    for (const Codec ahead_codec : {Codec::avc, Codec::hevc}) {
+        const std::string ahead_name(zvx_av::role_name(ahead_codec));
+        zvx_av::Decoder decoder;
+        ASSERT_TRUE(decoder.open(Codec::avc).ok());
+        zvx_av::CodecContextPtr ahead = zvx_av::open_decoder_ahead(ahead_codec);
+        ASSERT_NE(ahead, nullptr) << ahead_name;
+        decoder.use_opened_ahead(std::move(ahead));
+        const DecodedPictures pictures = decode_all(decoder, units, true);
+        EXPECT_EQ(pictures.errors, 0) << ahead_name;
+        EXPECT_TRUE(pictures.bytes == reference.bytes) << "opened ahead for " << ahead_name;
+
+        zvx_av::Decoder configured_first;
+        ASSERT_TRUE(configured_first.open(Codec::avc).ok());
+        configured_first.use_opened_ahead(zvx_av::open_decoder_ahead(ahead_codec));
+        ASSERT_TRUE(configured_first.send({configured.config, zvx_av::no_timestamp, true, true}).ok());
+        const DecodedPictures from_config = decode_all(configured_first, configured.packets, true);
+        EXPECT_EQ(from_config.errors, 0) << "configured before its data, opened ahead for " << ahead_name;
+        EXPECT_EQ(from_config.formats.size(), 8u) << "configured before its data, opened ahead for " << ahead_name;
+    }
+}
+
 TEST(Decoder, FlushDropsWhatIsHeldAndTheStreamGoesOnFromAKeyFrame)
 {
     zvx_av_test::TempFolder folder;
