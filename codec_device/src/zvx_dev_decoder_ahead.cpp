@@ -8,47 +8,93 @@ namespace zvx_dev {
 
 DecoderAhead::~DecoderAhead()
 {
-    stop();
+    {
+        std::lock_guard guard(mutex_);
+        quitting_ = true;
+    }
+    changed_.notify_all();
+    if (opener_.joinable())
+        opener_.join();
 }
 
 void DecoderAhead::prepare()
 {
-    std::lock_guard guard(mutex_);
-    if (!last_decoded_ || opening_ == last_decoded_)
-        return;
-    drop_locked();
-    const zvx_av::Codec codec = *last_decoded_;
-    try {
-        opener_ = std::thread([this, codec] { opened_ = zvx_av::open_decoder_ahead(codec); });
-    } catch (const std::system_error &) {
-        return;
+    {
+        std::lock_guard guard(mutex_);
+        if (!last_decoded_ || wanted_ == last_decoded_)
+            return;
+        if (!opener_.joinable()) {
+            try {
+                opener_ = std::thread([this] { run(); });
+            } catch (const std::system_error &) {
+                return;
+            }
+        }
+        wanted_ = last_decoded_;
     }
-    opening_ = codec;
+    changed_.notify_all();
 }
 
 zvx_av::CodecContextPtr DecoderAhead::take(zvx_av::Codec codec)
 {
-    std::lock_guard guard(mutex_);
+    Lock lock(mutex_);
     last_decoded_ = codec;
-    if (opening_ != codec)
+    if (wanted_ != codec)
         return nullptr;
-    opener_.join();
-    opening_.reset();
+    wait_for_open(lock);
+    wanted_.reset();
+    opened_codec_.reset();
     return std::move(opened_);
 }
 
 void DecoderAhead::stop()
 {
-    std::lock_guard guard(mutex_);
-    drop_locked();
+    Lock lock(mutex_);
+    wait_for_open(lock);
+    wanted_.reset();
+    opened_codec_.reset();
+    const zvx_av::CodecContextPtr dropped = std::move(opened_);
+    lock.unlock();
 }
 
-void DecoderAhead::drop_locked()
+/* Until the wanted decoder is open, or its open has failed. */
+void DecoderAhead::wait_for_open(Lock &lock)
 {
-    if (opener_.joinable())
-        opener_.join();
-    opening_.reset();
-    opened_.reset();
+    changed_.wait(lock, [this] { return !opening_ && (!wanted_ || opened_codec_ == wanted_); });
+}
+
+void DecoderAhead::run()
+{
+    Lock lock(mutex_);
+    for (;;) {
+        changed_.wait(lock, [this] { return quitting_ || (wanted_ && !opening_ && opened_codec_ != wanted_); });
+        if (quitting_)
+            return;
+        const zvx_av::Codec codec = *wanted_;
+        zvx_av::CodecContextPtr unwanted = std::move(opened_);
+        opened_codec_.reset();
+        opening_ = true;
+        lock.unlock();
+        unwanted.reset();
+        zvx_av::CodecContextPtr opened = zvx_av::open_decoder_ahead(codec);
+        lock.lock();
+        opening_ = false;
+        if (wanted_ == codec) {
+            if (opened) {
+                opened_ = std::move(opened);
+                opened_codec_ = codec;
+            } else {
+                // The codec's decoder does not open: wanting it again would only fail again.
+                wanted_.reset();
+            }
+        }
+        changed_.notify_all();
+        if (opened) {
+            lock.unlock();
+            opened.reset();
+            lock.lock();
+        }
+    }
 }
 
 } // namespace zvx_dev
