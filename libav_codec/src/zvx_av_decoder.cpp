@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "zvx_av_frame_memory.h"
+
 extern "C" {
 #include <libavutil/cpu.h>
 }
@@ -88,6 +90,7 @@ Status open_context(const AVCodec &decoder, int thread_count, const std::vector<
     // cropping keeps the left edge aligned and so may leave part of it.
     context->apply_cropping = 0;
     context->pkt_timebase = microseconds;
+    context->get_buffer2 = get_kept_frame_buffer;
     if (!extradata.empty()) {
         context->extradata = static_cast<uint8_t *>(av_mallocz(extradata.size() + AV_INPUT_BUFFER_PADDING_SIZE));
         if (!context->extradata)

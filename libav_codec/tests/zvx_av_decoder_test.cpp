@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -341,6 +342,37 @@ TEST(Decoder, AContextOpenedAheadServesOnlyAStreamItFits)
         EXPECT_EQ(from_config.errors, 0) << "configured before its data, opened ahead for " << ahead_name;
         EXPECT_EQ(from_config.formats.size(), 8u) << "configured before its data, opened ahead for " << ahead_name;
     }
+}
+
+/* A new stream's pictures land in the memory the last stream's pictures left, already mapped. */
+TEST(Decoder, ANewStreamsPicturesTakeTheMemoryTheLastStreamLeft)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "208x120", 12, "-c:v libx264 -bf 2"));
+    const std::vector<std::vector<uint8_t>> units = zvx_av_test::read_access_units(path);
+    const auto blocks_of_a_decode = [&units] {
+        std::set<const uint8_t *> blocks;
+        zvx_av::Decoder decoder;
+        EXPECT_TRUE(decoder.open(Codec::avc).ok());
+        const auto take = [&] {
+            while (std::optional<zvx_av::DecodedPicture> picture = decoder.receive())
+                blocks.insert(picture->frame->buf[0]->data);
+        };
+        for (const std::vector<uint8_t> &unit : units) {
+            EXPECT_TRUE(decoder.send({unit, 0, true, false}).ok());
+            take();
+        }
+        EXPECT_TRUE(decoder.end_stream().ok());
+        take();
+        return blocks;
+    };
+    const std::set<const uint8_t *> first = blocks_of_a_decode();
+    const std::set<const uint8_t *> second = blocks_of_a_decode();
+    ASSERT_FALSE(second.empty());
+    const auto reused = std::count_if(second.begin(), second.end(),
+                                      [&first](const uint8_t *block) { return first.count(block) != 0; });
+    EXPECT_EQ(static_cast<size_t>(reused), second.size());
 }
 
 TEST(Decoder, FlushDropsWhatIsHeldAndTheStreamGoesOnFromAKeyFrame)
