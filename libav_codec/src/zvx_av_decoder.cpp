@@ -91,6 +91,14 @@ Status open_context(const AVCodec &decoder, int thread_count, const std::vector<
     context->apply_cropping = 0;
     context->pkt_timebase = microseconds;
     context->get_buffer2 = get_kept_frame_buffer;
+#if FF_API_THREAD_SAFE_CALLBACKS
+    // The callback is safe from any thread: unmarked, libavcodec before 60 has each frame thread ask the
+    // caller's thread for its buffers, a round trip a picture.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    context->thread_safe_callbacks = 1;
+#pragma GCC diagnostic pop
+#endif
     if (!extradata.empty()) {
         context->extradata = static_cast<uint8_t *>(av_mallocz(extradata.size() + AV_INPUT_BUFFER_PADDING_SIZE));
         if (!context->extradata)
