@@ -159,7 +159,7 @@ void Device::reset_session_state()
     pace_.forget();
     picture_waits_for_client_ = false;
     decode_not_before_.reset();
-    copied_input_.reset();
+    copied_inputs_.clear();
     queued_[OUTPUT_PORT].clear();
     requests_.clear();
     announced_.reset();

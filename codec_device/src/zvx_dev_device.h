@@ -83,7 +83,7 @@ private:
         zvx_base_buffer_handle_t buffer_id;
     };
     using Request = std::variant<StateRequest, FlushRequest, RefReleaseRequest, zvx_dev_fault>;
-    enum class Operation { none, request, announce, reject_stale, output, input };
+    enum class Operation { none, request, announce, reject_stale, output, copy_input, input };
     using Clock = std::chrono::steady_clock;
     using Lock = std::unique_lock<std::mutex>;
 
@@ -207,10 +207,14 @@ private:
     ClientPace pace_;
     bool picture_waits_for_client_ = false; /* the front picture found no output buffer */
     std::optional<Clock::time_point> decode_not_before_;
-    /* The oldest input, given back to the client before its decode while that decode is put off. */
-    std::optional<zvx_base_buffer_details> copied_input_;
-    /* Its bytes: the worker's own, written and read in engine steps, unlocked. */
-    std::vector<uint8_t> copied_bytes_;
+    /* The oldest inputs, given back to the client before their decode while that decode is put off; the
+     * worker's own, their bytes written and read in engine steps, unlocked. */
+    struct CopiedInput {
+        zvx_base_buffer_details details;
+        std::vector<uint8_t> bytes;
+    };
+    static constexpr size_t MAX_COPIED_INPUTS = 2; /* the put-off decode's, and one for a client ahead */
+    std::deque<CopiedInput> copied_inputs_;
     std::vector<EventPtr> shuffled_;
     std::minstd_rand shuffle_random_;
 

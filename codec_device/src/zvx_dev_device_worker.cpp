@@ -120,6 +120,12 @@ Device::Operation Device::next_operation()
         return Operation::reject_stale;
     if (item != nullptr && find_output(false))
         return Operation::output;
+    /* A buffer back while the decode is put off: the client is ahead of its pace. A seeking GStreamer, for
+     * one, gives the sink's buffer back while its streaming thread waits for an input buffer, and the
+     * seek waits for that thread; one more input goes back at once. */
+    if (item == nullptr && copied_inputs_.size() == 1 && !queued_[INPUT_PORT].empty() && decode_put_off() &&
+        find_output(false))
+        return Operation::copy_input;
     /* A ready picture waits for the client's next output buffer, whether the client is setting its buffers
      * up or showing them. A decode started meanwhile would keep the picture from that buffer for a whole
      * picture's time, and decoding ahead of the client only makes a flush wait for the decode. */
@@ -128,7 +134,7 @@ Device::Operation Device::next_operation()
         return Operation::none;
     }
     const size_t in_flight_limit = std::max(script_.max_pictures_in_flight, script_.reorder_depth + 1);
-    if ((copied_input_ || !queued_[INPUT_PORT].empty()) && engine_->pictures_in_flight() < in_flight_limit &&
+    if ((!copied_inputs_.empty() || !queued_[INPUT_PORT].empty()) && engine_->pictures_in_flight() < in_flight_limit &&
         !decode_put_off())
         return Operation::input;
     return Operation::none;
@@ -173,6 +179,9 @@ void Device::perform(Operation operation, Lock &lock)
         break;
     case Operation::output:
         produce_output(lock);
+        break;
+    case Operation::copy_input:
+        give_next_input_back_early(lock);
         break;
     case Operation::input:
         consume_input(lock);
@@ -236,7 +245,7 @@ void Device::flush(uint32_t flags)
             return_buffer(port, held.buffer_id, returned);
         }
         if (port == INPUT_PORT) {
-            copied_input_.reset();
+            copied_inputs_.clear();
             decode_not_before_.reset();
             picture_waits_for_client_ = false;
             inputs_consumed_ = inputs_queued_;
@@ -326,12 +335,12 @@ void Device::announce(const Announcement &announcement)
  * queue it again meanwhile. An input given back early is read from its copy. */
 void Device::consume_input(Lock &lock)
 {
-    const bool copied = copied_input_.has_value();
-    const zvx_base_buffer_details input = copied ? *copied_input_ : queued_[INPUT_PORT].front();
+    const bool copied = !copied_inputs_.empty();
+    const zvx_base_buffer_details input = copied ? copied_inputs_.front().details : queued_[INPUT_PORT].front();
     const bool has_picture = input.filled_len > 0;
     EngineInput taken;
     if (copied) {
-        taken.data = copied_bytes_;
+        taken.data = copied_inputs_.front().bytes;
     } else {
         const zvx_base_buffer_userspace &source = registered_.at(input.buffer_id).descriptor;
         taken.data = {reinterpret_cast<const uint8_t *>(source.handle), std::min(input.filled_len, source.size)};
@@ -348,7 +357,8 @@ void Device::consume_input(Lock &lock)
         took = Clock::now() - began;
     }
     pace_.decoded_in(took);
-    copied_input_.reset();
+    if (copied)
+        copied_inputs_.pop_front();
     report_stream_errors();
     std::optional<uint32_t> number;
     if (has_picture)
@@ -398,16 +408,17 @@ void Device::pace_next_decode(Lock &lock)
 
 void Device::give_next_input_back_early(Lock &lock)
 {
-    if (copied_input_ || queued_[INPUT_PORT].empty())
+    if (copied_inputs_.size() >= MAX_COPIED_INPUTS || queued_[INPUT_PORT].empty())
         return;
     const zvx_base_buffer_details input = queued_[INPUT_PORT].front();
     const zvx_base_buffer_userspace &source = registered_.at(input.buffer_id).descriptor;
     const auto *bytes = reinterpret_cast<const uint8_t *>(source.handle);
+    CopiedInput &copy = copied_inputs_.emplace_back();
+    copy.details = input;
     {
         const EngineStep step(*this, lock);
-        copied_bytes_.assign(bytes, bytes + std::min(input.filled_len, source.size));
+        copy.bytes.assign(bytes, bytes + std::min(input.filled_len, source.size));
     }
-    copied_input_ = input;
     give_input_back(input);
 }
 

@@ -287,6 +287,13 @@ TEST_F(LibavDecode, PacedClientsNextDecodeWaitsOnACopyOfItsInputAndAFlushMeanwhi
     std::this_thread::sleep_for(PACE / 8);
     EXPECT_EQ(host->stats().pictures_consumed, decoded) << "decoded at once for a paced client";
 
+    // A seeking player's sink gives its buffer back early while its streaming thread waits for an input
+    // buffer: one more input goes back at once, still undecoded.
+    host->queue(1, host->add_buffer(1, 1 << 20));
+    host->expect(ZVX_BASE_EVENT_INPUT);
+    ++inputs_back;
+    EXPECT_EQ(host->stats().pictures_consumed, decoded) << "decoded when the client came back early";
+
     zvx_enqueue_flush_buffers(host->fd, ZVX_BASE_FLUSH_ALL_PORTS);
     int flushes = 0;
     while (flushes < 2) {
