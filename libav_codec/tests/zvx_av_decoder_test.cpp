@@ -371,7 +371,7 @@ TEST(Decoder, ANewStreamsPicturesTakeTheMemoryTheLastStreamLeft)
     const std::set<const uint8_t *> second = blocks_of_a_decode();
     ASSERT_FALSE(second.empty());
     const auto reused =
-        std::count_if(second.begin(), second.end(), [&first](const uint8_t *block) { return first.count(block) != 0; });
+        std::count_if(second.begin(), second.end(), [&first](const uint8_t *block) { return first.contains(block); });
     EXPECT_EQ(static_cast<size_t>(reused), second.size());
 }
 
