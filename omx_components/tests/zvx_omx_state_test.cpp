@@ -204,7 +204,7 @@ TEST_F(Commands, HungSessionMakesTheComponentInvalidAndEndsAFlushWaitingForIt)
     drive_to(OMX_StatePause);
     send(OMX_CommandFlush, 0);
     zvx_sync(comp_);
-    zvx_answer(comp_, ZVX_BASE_EVENT_SESSION_HUNG);
+    zvx_answer_with(comp_, ZVX_BASE_EVENT_SESSION_HUNG, int32_t{0});
     expect_events({zvx_error(OMX_ErrorInvalidState, OMX_StateInvalid), zvx_complete(OMX_CommandFlush, 0)});
     EXPECT_EQ(state(), OMX_StateInvalid);
     EXPECT_FALSE(zvx_omx_state_has_session(comp_));
