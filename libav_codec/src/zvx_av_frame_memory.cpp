@@ -1,12 +1,11 @@
 #include "zvx_av_frame_memory.h"
 
-#include <pthread.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 
 #include "zvx_mem.h"
+#include "zvx_mem_kept_store.h"
 
 extern "C" {
 #include <libavutil/cpu.h>
@@ -24,84 +23,20 @@ constexpr size_t KEPT_BLOCKS = 64;
 /* What libavcodec's own pool adds to each plane, for SIMD reads past a line's end. */
 constexpr size_t PLANE_PADDING = 16;
 
-struct KeptBlock {
-    uint8_t *block;
-    size_t size;
-};
-
-/* Never destroyed: a picture still referenced at exit may be released after the closer ran. */
-pthread_mutex_t kept_lock = PTHREAD_MUTEX_INITIALIZER;
-KeptBlock kept[KEPT_BLOCKS]; /* kept_lock */
-size_t kept_count;           /* kept_lock */
-size_t kept_bytes;           /* kept_lock */
-bool kept_closed;            /* kept_lock */
-
-struct KeptLock {
-    KeptLock() { pthread_mutex_lock(&kept_lock); }
-    ~KeptLock() { pthread_mutex_unlock(&kept_lock); }
-    KeptLock(const KeptLock &) = delete;
-    KeptLock &operator=(const KeptLock &) = delete;
-};
-
-/* Frees what is kept at exit or unload, so that nothing outlives the library. */
-struct KeptCloser {
-    KeptCloser() = default;
-    KeptCloser(const KeptCloser &) = delete;
-    KeptCloser &operator=(const KeptCloser &) = delete;
-    ~KeptCloser()
-    {
-        const KeptLock lock;
-        kept_closed = true;
-        while (kept_count != 0)
-            zvx_mem_free(kept[--kept_count].block);
-        kept_bytes = 0;
-    }
-} closer;
-
-uint8_t *take_kept(size_t size)
-{
-    const KeptLock lock;
-    for (size_t i = kept_count; i-- != 0;) {
-        if (kept[i].size == size) {
-            uint8_t *block = kept[i].block;
-            std::copy(kept + i + 1, kept + kept_count, kept + i);
-            --kept_count;
-            kept_bytes -= size;
-            return block;
-        }
-    }
-    return nullptr;
-}
+/* Pictures are taken and given back at the decode's rate, so the pages stay: releasing them would
+ * fault every picture in again. */
+constinit zvx_mem_kept_store kept(KEPT_BLOCKS, KEPT_BYTES, zvx_mem_kept_store::page_release::never);
+const zvx_mem_kept_store_closer closer(kept);
 
 /* av_buffer_create's free callback: the block's size rides in the opaque pointer. */
 void give_back(void *opaque, uint8_t *block)
 {
-    const size_t size = reinterpret_cast<uintptr_t>(opaque);
-    uint8_t *freed[KEPT_BLOCKS + 1];
-    size_t freed_count = 0;
-    {
-        const KeptLock lock;
-        if (kept_closed || size > KEPT_BYTES) {
-            freed[freed_count++] = block;
-        } else {
-            // The newest blocks are the likeliest to serve the next picture, so the oldest make room.
-            while (kept_count == KEPT_BLOCKS || kept_bytes + size > KEPT_BYTES) {
-                freed[freed_count++] = kept[0].block;
-                kept_bytes -= kept[0].size;
-                std::copy(kept + 1, kept + kept_count, kept);
-                --kept_count;
-            }
-            kept[kept_count++] = KeptBlock{block, size};
-            kept_bytes += size;
-        }
-    }
-    for (size_t i = 0; i < freed_count; ++i)
-        zvx_mem_free(freed[i]);
+    kept.give(block, reinterpret_cast<uintptr_t>(opaque));
 }
 
 AVBufferRef *frame_block(size_t size)
 {
-    uint8_t *block = take_kept(size);
+    auto *block = static_cast<uint8_t *>(kept.take(size));
     if (block == nullptr) {
         block = static_cast<uint8_t *>(zvx_mem_valloc(size));
         if (block == nullptr)
