@@ -19,18 +19,13 @@ struct DeviceEvent {
     uint16_t code = 0;
     std::vector<uint8_t> payload;
 
-    zvx_base_buffer_userspace buffer() const
-    {
-        zvx_base_buffer_userspace descriptor{};
-        std::memcpy(&descriptor, payload.data(), std::min(payload.size(), sizeof(descriptor)));
-        return descriptor;
-    }
     template <typename T> T as() const
     {
         T value{};
         std::memcpy(&value, payload.data(), std::min(payload.size(), sizeof(T)));
         return value;
     }
+    zvx_base_buffer_userspace buffer() const { return as<zvx_base_buffer_userspace>(); }
 };
 
 class DeviceHost {
