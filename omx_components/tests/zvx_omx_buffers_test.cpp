@@ -238,9 +238,9 @@ TEST_F(Buffers, FreedMemoryServesTheNextAllocationOfItsSize)
     }
 }
 
-/* A component closed once its client freed its buffers leaves their memory to the next component that
- * allocates buffers of those sizes, as a player's next file would. */
-TEST_F(Buffers, MemoryOfAClosedComponentServesTheNextComponent)
+/* A component closed once its client freed its buffers knows those headers no more, and leaves their
+ * memory to the next component that allocates buffers of those sizes, as a player's next file would. */
+TEST_F(Buffers, FreedHeadersAreUnknownAndTheMemoryOfAClosedComponentServesTheNext)
 {
     start_executing();
     std::set<OMX_U8 *> closed_memory;
@@ -254,6 +254,13 @@ TEST_F(Buffers, MemoryOfAClosedComponentServesTheNextComponent)
     free_all(0, inputs_);
     free_all(1, outputs_);
     expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
+    for (OMX_BUFFERHEADERTYPE *freed : inputs_) {
+        EXPECT_EQ(omx_->EmptyThisBuffer(omx_, freed), OMX_ErrorBadParameter);
+        EXPECT_EQ(omx_->FreeBuffer(omx_, 0, freed), OMX_ErrorBadParameter);
+    }
+    for (OMX_BUFFERHEADERTYPE *freed : outputs_) {
+        EXPECT_EQ(omx_->FillThisBuffer(omx_, freed), OMX_ErrorBadParameter);
+    }
     destroy();
 
     OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
@@ -319,21 +326,61 @@ TEST_F(Buffers, EightThreadsRegisterAtOnceAndExactlyTheCountSucceeds)
     client_.take(1);
 }
 
-TEST_F(Buffers, HeaderIsFoundAmongThePortsBuffersBeforeAnythingOfItIsRead)
+TEST_F(Buffers, HeadersAreCheckedBeforeAnythingOfThemIsReadAndAQueuedOneIsLeftWhereItIs)
 {
     start_executing();
+    OMX_BUFFERHEADERTYPE *header = inputs_[0];
     // Exactly a public header: a read of anything behind it is caught by the sanitizers.
     auto *foreign = static_cast<OMX_BUFFERHEADERTYPE *>(std::calloc(1, sizeof(OMX_BUFFERHEADERTYPE)));
-    *foreign = *inputs_[0];
+    *foreign = *header;
     EXPECT_EQ(omx_->EmptyThisBuffer(omx_, foreign), OMX_ErrorBadParameter);
     EXPECT_EQ(omx_->FillThisBuffer(omx_, foreign), OMX_ErrorBadParameter);
     std::free(foreign);
     EXPECT_EQ(omx_->EmptyThisBuffer(omx_, nullptr), OMX_ErrorBadParameter);
-    EXPECT_EQ(omx_->EmptyThisBuffer(nullptr, inputs_[0]), OMX_ErrorBadParameter);
+    EXPECT_EQ(omx_->EmptyThisBuffer(nullptr, header), OMX_ErrorBadParameter);
     EXPECT_EQ(omx_->EmptyThisBuffer(omx_, outputs_[0]), OMX_ErrorBadPortIndex);
-    EXPECT_EQ(omx_->FillThisBuffer(omx_, inputs_[0]), OMX_ErrorBadPortIndex);
+    EXPECT_EQ(omx_->FillThisBuffer(omx_, header), OMX_ErrorBadPortIndex);
+
+    const OMX_BUFFERHEADERTYPE kept = *header;
+    header->nSize = 3;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadParameter);
+    *header = kept;
+    header->nVersion.nVersion = 0xdeadbeef;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorVersionMismatch);
+    *header = kept;
+    header->nInputPortIndex = 1;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadPortIndex);
+    *header = kept;
+    header->nOffset = 0xFFFFFFF0u;
+    header->nFilledLen = 0xFFFFFFF0u;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadParameter);
+    header->nOffset = 1;
+    header->nFilledLen = header->nAllocLen;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadParameter);
+    outputs_[0]->nOffset = outputs_[0]->nAllocLen + 1;
+    EXPECT_EQ(omx_->FillThisBuffer(omx_, outputs_[0]), OMX_ErrorBadParameter);
     EXPECT_EQ(zvxp_queued_to_session.load(), 0);
     EXPECT_EQ(zvx_list_size_omxbufferhdrptr(&comp_->ports[0].tracked_buffers), 0u);
+
+    // Data at an offset reaches the session from the start of the buffer.
+    *header = kept;
+    header->pBuffer[8] = 0x5a;
+    header->nOffset = 8;
+    header->nFilledLen = 1;
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorNone);
+    EXPECT_EQ(header->pBuffer[0], 0x5a);
+    EXPECT_EQ(header->nOffset, 0u);
+
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorIncorrectStateOperation) << "queued already";
+    EXPECT_EQ(omx_->FreeBuffer(omx_, 0, header), OMX_ErrorIncorrectStateOperation);
+    EXPECT_EQ(zvxp_queued_to_session.load(), 1);
+    EXPECT_EQ(zvx_list_size_omxbufferhdrptr(&comp_->ports[0].tracked_buffers), 1u);
+    EXPECT_EQ(zvx_list_size_port_buffers(&comp_->ports[0].buffer_list), 1u);
+    queue(outputs_);
+    give_back({header});
+    zvx_sync(comp_);
+    EXPECT_EQ(returns(), once_each({header}));
+    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorNone) << "back with the client";
 }
 
 TEST_F(Buffers, AnotherComponentsHeaderIsRefusedAndNotKept)
@@ -357,23 +404,6 @@ TEST_F(Buffers, AnotherComponentsHeaderIsRefusedAndNotKept)
     EXPECT_EQ(zvx_list_size_port_buffers(&comp_->ports[0].buffer_list), 0u);
 }
 
-TEST_F(Buffers, FreedHeaderQueuedAgainIsUnknown)
-{
-    start_executing();
-    change_state(OMX_StateIdle);
-    send(OMX_CommandStateSet, OMX_StateLoaded);
-    free_all(0, inputs_);
-    free_all(1, outputs_);
-    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
-    for (OMX_BUFFERHEADERTYPE *freed : inputs_) {
-        EXPECT_EQ(omx_->EmptyThisBuffer(omx_, freed), OMX_ErrorBadParameter);
-        EXPECT_EQ(omx_->FreeBuffer(omx_, 0, freed), OMX_ErrorBadParameter);
-    }
-    for (OMX_BUFFERHEADERTYPE *freed : outputs_) {
-        EXPECT_EQ(omx_->FillThisBuffer(omx_, freed), OMX_ErrorBadParameter);
-    }
-}
-
 /* An input port that never had a buffer does not make a freed output header safe to read: the header is
  * refused unread (the sanitizer builds fail on a read of the freed memory). */
 TEST_F(Buffers, FreedOutputQueuedAsInputIsRefusedUnread)
@@ -389,40 +419,6 @@ TEST_F(Buffers, FreedOutputQueuedAsInputIsRefusedUnread)
     free_all(1, outputs);
     expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
     EXPECT_EQ(omx_->EmptyThisBuffer(omx_, outputs.front()), OMX_ErrorBadParameter);
-}
-
-TEST_F(Buffers, HeaderSizeVersionPortAndLengthsAreChecked)
-{
-    start_executing();
-    OMX_BUFFERHEADERTYPE *header = inputs_[0];
-    const OMX_BUFFERHEADERTYPE kept = *header;
-    header->nSize = 3;
-    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadParameter);
-    *header = kept;
-    header->nVersion.nVersion = 0xdeadbeef;
-    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorVersionMismatch);
-    *header = kept;
-    header->nInputPortIndex = 1;
-    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadPortIndex);
-    *header = kept;
-    header->nOffset = 0xFFFFFFF0u;
-    header->nFilledLen = 0xFFFFFFF0u;
-    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadParameter);
-    header->nOffset = 1;
-    header->nFilledLen = header->nAllocLen;
-    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorBadParameter);
-    outputs_[0]->nOffset = outputs_[0]->nAllocLen + 1;
-    EXPECT_EQ(omx_->FillThisBuffer(omx_, outputs_[0]), OMX_ErrorBadParameter);
-    EXPECT_EQ(zvxp_queued_to_session.load(), 0);
-
-    // Data at an offset reaches the session from the start of the buffer.
-    *header = kept;
-    header->pBuffer[8] = 0x5a;
-    header->nOffset = 8;
-    header->nFilledLen = 1;
-    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorNone);
-    EXPECT_EQ(header->pBuffer[0], 0x5a);
-    EXPECT_EQ(header->nOffset, 0u);
 }
 
 TEST_F(Buffers, QueueingOnlyInIdleExecutingOrPauseOnAnEnabledPort)
@@ -445,24 +441,6 @@ TEST_F(Buffers, QueueingOnlyInIdleExecutingOrPauseOnAnEnabledPort)
     free_all(1, outputs_);
     expect_events({zvx_complete(OMX_CommandPortDisable, 1)});
     EXPECT_EQ(zvxp_queued_to_session.load(), 2);
-}
-
-TEST_F(Buffers, ResubmittedBufferIsRefusedAndLeftWhereItIs)
-{
-    start_executing();
-    OMX_BUFFERHEADERTYPE *header = inputs_[0];
-    queue({header});
-    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorIncorrectStateOperation);
-    EXPECT_EQ(omx_->FreeBuffer(omx_, 0, header), OMX_ErrorIncorrectStateOperation);
-    EXPECT_EQ(zvxp_queued_to_session.load(), 1);
-    EXPECT_EQ(zvx_list_size_omxbufferhdrptr(&comp_->ports[0].tracked_buffers), 1u);
-    EXPECT_EQ(zvx_list_size_port_buffers(&comp_->ports[0].buffer_list), 1u);
-
-    queue(outputs_);
-    give_back({header});
-    zvx_sync(comp_);
-    EXPECT_EQ(returns(), once_each({header}));
-    EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorNone) << "back with the client";
 }
 
 TEST_F(Buffers, EightThreadsQueueOneBufferAndOneOfThemWins)
@@ -598,7 +576,7 @@ TEST_F(Buffers, OutputCarriesWhatTheSessionWroteAndTheCropAndEndOfStream)
     EXPECT_EQ(returns(), once_each({outputs_[0], outputs_[1]}));
 }
 
-TEST_F(Buffers, CallbacksMayQueueTheBufferTheyReturn)
+TEST_F(Buffers, CallbacksMayQueueTheBufferTheyReturnAndATeardownThenLosesNothing)
 {
     struct requeueing_client {
         OMX_COMPONENTTYPE *omx;
@@ -628,6 +606,7 @@ TEST_F(Buffers, CallbacksMayQueueTheBufferTheyReturn)
     EXPECT_EQ(zvx_list_size_omxbufferhdrptr(&comp_->ports[1].tracked_buffers), outputs_.size());
     callbacks = zvx_test_client::callbacks();
     ASSERT_EQ(omx_->SetCallbacks(omx_, &callbacks, &client_), OMX_ErrorNone);
+    destroy(); // with every buffer in the session: nothing may be lost (the sanitizer and valgrind runs)
 }
 
 TEST_F(Buffers, RefusedOutputsWaitForEveryOutstandingOneThenGoBackTogether)
@@ -686,14 +665,6 @@ TEST_F(Buffers, OutputFlushGivesBackRefusedOutputsStillParked)
     zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
     expect_events({zvx_complete(OMX_CommandFlush, 1)});
     EXPECT_EQ(returns(), once_each(outputs_));
-}
-
-TEST_F(Buffers, TeardownInTheMiddleOfAStreamLosesNothing)
-{
-    start_executing();
-    queue(inputs_);
-    queue(outputs_);
-    destroy();
 }
 
 /* An encoder as the encoder suite builds it: Loaded, no buffer registered ever. */

@@ -120,33 +120,25 @@ bool same_bytes(const OMX_PARAM_PORTDEFINITIONTYPE &a, const OMX_PARAM_PORTDEFIN
     return std::memcmp(&a, &b, sizeof(a)) == 0;
 }
 
-TEST_F(DecoderParameters, MissingHandleOrRecordIsABadParameter)
+// A short record is exactly as long as its nSize says, so anything read past it is an out-of-bounds read.
+TEST_F(DecoderParameters, MissingShortBadVersionPortOrIndexRecordIsRefusedAndChangesNothing)
 {
-    auto record = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
+    const OMX_PARAM_PORTDEFINITIONTYPE before = definition(0);
+    auto record = before;
     EXPECT_EQ(omx_->GetParameter(nullptr, OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
     EXPECT_EQ(omx_->SetParameter(nullptr, OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
     EXPECT_EQ(get(OMX_IndexParamPortDefinition, nullptr), OMX_ErrorBadParameter);
     EXPECT_EQ(set(OMX_IndexParamPortDefinition, nullptr), OMX_ErrorBadParameter);
     EXPECT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigCommonOutputCrop, nullptr), OMX_ErrorBadParameter);
-}
 
-// The record is exactly as long as its nSize says, so anything read past it is an out-of-bounds read.
-TEST_F(DecoderParameters, RecordShorterThanItsIndexNeedsIsReadNoFurther)
-{
     auto short_record = std::make_unique<OMX_U32>(4);
     EXPECT_EQ(get(OMX_IndexParamPortDefinition, short_record.get()), OMX_ErrorBadParameter);
     EXPECT_EQ(set(OMX_IndexParamPortDefinition, short_record.get()), OMX_ErrorBadParameter);
     EXPECT_EQ(*short_record, 4u);
-
     auto role = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     role.nSize = sizeof(role) - 1;
     EXPECT_EQ(get(OMX_IndexParamStandardComponentRole, &role), OMX_ErrorBadParameter);
-}
 
-TEST_F(DecoderParameters, BadVersionPortOrIndexIsRefusedAndChangesNothing)
-{
-    const OMX_PARAM_PORTDEFINITIONTYPE before = definition(0);
-    auto record = before;
     record.nBufferCountActual = 9;
     record.nVersion.s.nVersionMajor = 2;
     EXPECT_EQ(get(OMX_IndexParamPortDefinition, &record), OMX_ErrorVersionMismatch);
