@@ -30,7 +30,7 @@ enum class InputFraming : uint8_t {
 };
 
 struct DecoderSettings {
-    int thread_count = 0; /* 0: one a core */
+    int thread_count = 0; /* 0: one a core, the cores shared among the process's streams under way */
     InputFraming framing = InputFraming::automatic;
     /* Codec configuration known before the stream (a container's extradata). */
     std::vector<uint8_t> codec_config;
@@ -66,9 +66,15 @@ CodecContextPtr open_decoder_ahead(Codec codec);
  * presentation order carrying the timestamps their input had. Not thread-safe: one caller at a time. */
 class Decoder {
 public:
+    Decoder() = default;
+    Decoder(const Decoder &) = delete;
+    Decoder &operator=(const Decoder &) = delete;
+    ~Decoder();
+
     Status open(Codec codec, const DecoderSettings &settings = {});
     /* A context from open_decoder_ahead(), for after open(): the stream's first data uses it instead of
-     * opening one, when the settings are the defaults and no configuration came before the data. */
+     * opening one, when the settings are the defaults, no configuration came before the data and it has
+     * the threads the stream gets then. */
     void use_opened_ahead(CodecContextPtr opened);
 
     /* Decodes what the input completes; the pictures it yields wait for receive(). A bad stream
@@ -83,6 +89,8 @@ public:
 
     /* Meaningful once the stream's headers have been decoded. */
     FramesHeld frames_held() const;
+    /* The threads the stream decodes on; 0 before its first data. */
+    int threads() const;
     /* The pictures' shape once the decoder has read the stream's headers, which with frame threads is
      * before the first picture is out; none before. */
     std::optional<PictureShape> stream_shape() const;
@@ -97,6 +105,7 @@ private:
     enum class ContextState : uint8_t { live, drained, stale };
 
     Status start();
+    void set_under_way(bool under_way);
     Status reset_parser();
     Mode mode_for(const DecoderInput &input) const;
     Status send_access_unit_piece(const DecoderInput &input);
@@ -123,6 +132,7 @@ private:
     bool data_sent_ = false;
     ContextState context_state_ = ContextState::live;
     std::deque<DecodedPicture> pictures_;
+    bool under_way_ = false; /* counted among the process's decoders with a stream under way */
 };
 
 } // namespace zvx_av

@@ -1,6 +1,7 @@
 #include "zvx_av_decoder.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 #include "zvx_av_frame_memory.h"
@@ -76,15 +77,25 @@ bool config_holds_picture(Codec codec, std::span<const uint8_t> data)
     return false;
 }
 
+/* Decoders of this process with a stream under way; any thread. */
+std::atomic<int> decoders_under_way{0};
+
+/* One thread a core, as desktop players decode (libavcodec's own default adds one, and with it one more
+ * picture in flight before the first comes out, after a start or a flush), the cores shared among the
+ * streams under way: with more threads than cores, the frame threads' hand-offs cost more pictures than
+ * their overlap gains. */
+int threads_among(int decoders)
+{
+    return std::max(1, av_cpu_count() / std::max(1, decoders));
+}
+
 Status open_context(const AVCodec &decoder, int thread_count, const std::vector<uint8_t> &extradata,
                     CodecContextPtr &opened)
 {
     CodecContextPtr context(avcodec_alloc_context3(&decoder));
     if (!context)
         return Status(AVERROR(ENOMEM));
-    // One thread a core, as desktop players decode: libavcodec's own default adds one, and with it one more
-    // picture in flight before the first comes out, after a start or a flush.
-    context->thread_count = thread_count != 0 ? thread_count : av_cpu_count();
+    context->thread_count = thread_count;
     context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     // The crop is reported with each picture and applied exactly when it is received: libav's own
     // cropping keeps the left edge aligned and so may leave part of it.
@@ -120,8 +131,20 @@ CodecContextPtr open_decoder_ahead(Codec codec)
     const AVCodec *decoder = find_decoder(codec);
     CodecContextPtr opened;
     if (decoder != nullptr)
-        (void)open_context(*decoder, 0, {}, opened);
+        (void)open_context(*decoder, threads_among(decoders_under_way + 1), {}, opened);
     return opened;
+}
+
+Decoder::~Decoder()
+{
+    set_under_way(false);
+}
+
+void Decoder::set_under_way(bool under_way)
+{
+    if (under_way != under_way_)
+        decoders_under_way += under_way ? 1 : -1;
+    under_way_ = under_way;
 }
 
 Status Decoder::open(Codec codec, const DecoderSettings &settings)
@@ -129,6 +152,7 @@ Status Decoder::open(Codec codec, const DecoderSettings &settings)
     codec_ = codec;
     settings_ = settings;
     context_.reset();
+    set_under_way(false);
     parser_.reset();
     pictures_.clear();
     access_unit_.clear();
@@ -155,10 +179,14 @@ void Decoder::use_opened_ahead(CodecContextPtr opened)
  * becomes extradata, which some decoders (vc1) cannot open without. */
 Status Decoder::start()
 {
+    set_under_way(true);
+    const int thread_count = settings_.thread_count != 0 ? settings_.thread_count : threads_among(decoders_under_way);
     CodecContextPtr context = std::move(opened_ahead_);
-    if (!context || !extradata_.empty()) {
+    // A context that decodes on the caller's thread alone (a codec without threads) serves any count.
+    if (!context || !extradata_.empty() ||
+        (context->thread_count != thread_count && context->active_thread_type != 0)) {
         context.reset();
-        const Status opened = open_context(*decoder_, settings_.thread_count, extradata_, context);
+        const Status opened = open_context(*decoder_, thread_count, extradata_, context);
         if (!opened.ok())
             return opened;
     }
@@ -412,6 +440,11 @@ std::optional<PictureShape> Decoder::stream_shape() const
     if (!context_)
         return std::nullopt;
     return describe_stream(*context_);
+}
+
+int Decoder::threads() const
+{
+    return context_ ? context_->thread_count : 0;
 }
 
 FramesHeld Decoder::frames_held() const

@@ -10,6 +10,10 @@
 #include "zvx_av_picture_wrapper.h"
 #include "zvx_av_test_streams.h"
 
+extern "C" {
+#include <libavutil/cpu.h>
+}
+
 namespace {
 
 using zvx_av::Codec;
@@ -342,6 +346,35 @@ TEST(Decoder, AContextOpenedAheadServesOnlyAStreamItFits)
         EXPECT_EQ(from_config.errors, 0) << "configured before its data, opened ahead for " << ahead_name;
         EXPECT_EQ(from_config.formats.size(), 8u) << "configured before its data, opened ahead for " << ahead_name;
     }
+}
+
+/* Streams decoded at once share the cores: eight 720p streams on two cores, each on a thread a core, lost
+ * a tenth of their pictures to the frame threads' hand-offs. */
+TEST(Decoder, StreamsUnderWayAtOnceShareTheCores)
+{
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 2, "-c:v libx264"));
+    const std::vector<std::vector<uint8_t>> units = zvx_av_test::read_access_units(path);
+    ASSERT_FALSE(units.empty());
+    const int cores = av_cpu_count();
+    const auto start = [&units](zvx_av::Decoder &decoder) {
+        EXPECT_TRUE(decoder.open(Codec::avc).ok());
+        EXPECT_EQ(decoder.threads(), 0);
+        EXPECT_TRUE(decoder.send({units[0], 0, true}).ok());
+        return decoder.threads();
+    };
+
+    zvx_av::Decoder first;
+    EXPECT_EQ(start(first), cores);
+    {
+        zvx_av::Decoder second;
+        EXPECT_EQ(start(second), std::max(1, cores / 2));
+        EXPECT_EQ(first.threads(), cores) << "a stream under way keeps its threads";
+    }
+    ASSERT_TRUE(first.open(Codec::avc).ok());
+    zvx_av::Decoder third;
+    EXPECT_EQ(start(third), cores) << "neither a decoder gone nor one opened again has a stream under way";
 }
 
 /* A new stream's pictures land in the memory the last stream's pictures left, already mapped. */
