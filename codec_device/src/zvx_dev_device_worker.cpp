@@ -123,8 +123,8 @@ Device::Operation Device::next_operation()
     /* A buffer back while the decode is put off: the client is ahead of its pace. A seeking GStreamer, for
      * one, gives the sink's buffer back while its streaming thread waits for an input buffer, and the
      * seek waits for that thread; one more input goes back at once. */
-    if (item == nullptr && copied_inputs_.size() == 1 && !queued_[INPUT_PORT].empty() && decode_put_off() &&
-        find_output(false))
+    if (item == nullptr && !copied_inputs_.empty() && copied_inputs_.size() < MAX_COPIED_INPUTS &&
+        !queued_[INPUT_PORT].empty() && decode_put_off() && find_output(false))
         return Operation::copy_input;
     /* A ready picture waits for the client's next output buffer, whether the client is setting its buffers
      * up or showing them. A decode started meanwhile would keep the picture from that buffer for a whole
