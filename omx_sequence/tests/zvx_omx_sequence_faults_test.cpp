@@ -115,8 +115,7 @@ TEST_F(SequenceFaultTest, EveryBufferIsBackBeforeIdleCompletesFromPause)
     EXPECT_TRUE(command(OMX_CommandStateSet, OMX_StatePause));
     EXPECT_TRUE(command(OMX_CommandStateSet, OMX_StateIdle));
     EXPECT_TRUE(client_->lent(INPUT).empty() && client_->lent(OUTPUT).empty()) << "buffers held in Idle";
-    EXPECT_TRUE(tear_down());
-    EXPECT_TRUE(clean()) << report();
+    EXPECT_TRUE(tear_down() && clean()) << report();
 }
 
 /* Fault 2: two flushes of one port back to back, in Idle after Executing and in Pause. */
@@ -128,11 +127,7 @@ TEST_F(SequenceFaultTest, EachOfTwoFlushesOfAPortIsAnswered)
         ASSERT_TRUE(command(OMX_CommandStateSet, stopped));
         client_->send_command(OMX_CommandFlush, INPUT);
         client_->send_command(OMX_CommandFlush, INPUT);
-        EXPECT_TRUE(settle()) << "in " << zvx_seq_state_name(stopped);
-        EXPECT_TRUE(clean()) << report();
-        if (!clean()) {
-            break;
-        }
+        ASSERT_TRUE(settle() && clean()) << "in " << zvx_seq_state_name(stopped) << report();
         EXPECT_TRUE(tear_down());
     }
 }
@@ -153,11 +148,7 @@ TEST_F(SequenceFaultTest, StateChangeRightAfterFlushAllIsAnswered)
         std::this_thread::sleep_for(2ms);
         client_->send_command(OMX_CommandFlush, OMX_ALL);
         client_->send_command(OMX_CommandStateSet, run % 2 == 0 ? OMX_StatePause : OMX_StateIdle);
-        EXPECT_TRUE(settle()) << "run " << run;
-        EXPECT_TRUE(clean()) << "run " << run << report();
-        if (!clean()) {
-            break;
-        }
+        ASSERT_TRUE(settle() && clean()) << "run " << run << report();
         EXPECT_TRUE(tear_down());
     }
 }
@@ -183,8 +174,7 @@ TEST_F(SequenceFaultTest, DisabledEncoderOutputStaysDisabledAndEmpty)
         << "the enable completed with no buffer";
     EXPECT_TRUE(settle());
     ASSERT_EQ(client_->get_port(OUTPUT, &definition), OMX_ErrorNone);
-    EXPECT_TRUE(tear_down());
-    EXPECT_TRUE(clean()) << report();
+    EXPECT_TRUE(tear_down() && clean()) << report();
 }
 
 /* Fault 4, with outputs queued when the disable is sent: each came back, but its free was refused and
@@ -198,8 +188,7 @@ TEST_F(SequenceFaultTest, OutputsQueuedAtDisableComeBackAndAreFreed)
     client_->send_command(OMX_CommandPortDisable, OUTPUT);
     EXPECT_TRUE(settle());
     EXPECT_TRUE(client_->buffers(OUTPUT).empty()) << "outputs the client could not free";
-    EXPECT_TRUE(tear_down());
-    EXPECT_TRUE(clean()) << report();
+    EXPECT_TRUE(tear_down() && clean()) << report();
 }
 
 /* Fault 4, an output given after the disable was sent: accepted, and never given back. */
@@ -212,8 +201,7 @@ TEST_F(SequenceFaultTest, OutputGivenWhileDisablingIsRefusedOrReturned)
     std::this_thread::sleep_for(5ms);
     fill_all();
     EXPECT_TRUE(settle());
-    EXPECT_TRUE(tear_down());
-    EXPECT_TRUE(clean()) << report();
+    EXPECT_TRUE(tear_down() && clean()) << report();
 }
 
 /* Fault 5: in Idle with the output disabled, PortEnable then PortDisable at once: the disable completed
@@ -227,8 +215,7 @@ TEST_F(SequenceFaultTest, EnableThenDisableTakeEffectInOrder)
     client_->send_command(OMX_CommandPortEnable, OUTPUT);
     client_->send_command(OMX_CommandPortDisable, OUTPUT);
     EXPECT_TRUE(settle());
-    EXPECT_TRUE(tear_down());
-    EXPECT_TRUE(clean()) << report();
+    EXPECT_TRUE(tear_down() && clean()) << report();
 }
 
 /* Fault 5: a disable in Loaded, with buffers allocated for a pending Idle, completed with them still
@@ -245,8 +232,7 @@ TEST_F(SequenceFaultTest, DisableWaitsForThePortsBuffersToBeFreed)
     client_->send_command(OMX_CommandPortDisable, OUTPUT);
     ASSERT_EQ(client_->get_port(OUTPUT, &definition), OMX_ErrorNone);
     EXPECT_TRUE(settle());
-    EXPECT_TRUE(tear_down());
-    EXPECT_TRUE(clean()) << report();
+    EXPECT_TRUE(tear_down() && clean()) << report();
 }
 
 /* Fault 6: Executing asked while Idle to Loaded was pending completed first, then Loaded. */
@@ -261,8 +247,7 @@ TEST_F(SequenceFaultTest, StateSetsAreAnsweredInTheOrderSent)
     EXPECT_TRUE(settle());
     EXPECT_EQ(client_->inspect<OMX_STATETYPE>([](const zvx_seq_model &model) { return model.state(); }),
               OMX_StateLoaded);
-    EXPECT_TRUE(tear_down());
-    EXPECT_TRUE(clean()) << report();
+    EXPECT_TRUE(tear_down() && clean()) << report();
 }
 
 /* Fault 7: FreeBuffer of an input on its way back during a disable was accepted, and EmptyBufferDone
@@ -282,11 +267,7 @@ TEST_F(SequenceFaultTest, InputFreedDuringItsReturnNeverReachesACallback)
                 client_->free_buffer(INPUT, header);
             }
         }
-        EXPECT_TRUE(settle());
-        EXPECT_TRUE(clean()) << "run " << run << report();
-        if (!clean()) {
-            break;
-        }
+        ASSERT_TRUE(settle() && clean()) << "run " << run << report();
         EXPECT_TRUE(tear_down());
     }
 }
@@ -316,8 +297,7 @@ TEST_F(SequenceFaultTest, IdleWaitsForTheCountInForce)
     EXPECT_TRUE(settle());
     EXPECT_EQ(client_->buffers(INPUT).size(), raised);
     ASSERT_EQ(client_->get_port(INPUT, &input), OMX_ErrorNone);
-    EXPECT_TRUE(tear_down());
-    EXPECT_TRUE(clean()) << report();
+    EXPECT_TRUE(tear_down() && clean()) << report();
 }
 
 /* Fault 8: an input handed back from inside its EmptyBufferDone was refused as already queued. */
@@ -333,8 +313,7 @@ TEST_F(SequenceFaultTest, InputRequeuedInsideItsCallbackIsTaken)
         fill_all();
         empty_all();
         std::this_thread::sleep_for(200ms);
-        EXPECT_TRUE(tear_down());
-        EXPECT_TRUE(clean()) << report();
+        EXPECT_TRUE(tear_down() && clean()) << report();
     }
 }
 
@@ -362,8 +341,7 @@ TEST_F(SequenceFaultTest, AcceptedCountReadsBack)
         client_->set_port(output);
         EXPECT_TRUE(command(OMX_CommandPortEnable, OUTPUT));
         ASSERT_EQ(client_->get_port(OUTPUT, &output), OMX_ErrorNone);
-        EXPECT_TRUE(tear_down());
-        EXPECT_TRUE(clean()) << report();
+        EXPECT_TRUE(tear_down() && clean()) << report();
     }
 }
 

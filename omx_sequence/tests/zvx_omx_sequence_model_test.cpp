@@ -20,6 +20,11 @@ long doubled(const zvx_seq_model &model)
     });
 }
 
+bool settled(const zvx_seq_model &model)
+{
+    return model.violations().empty() && model.unanswered().empty();
+}
+
 std::string listed(const zvx_seq_model &model)
 {
     std::string text;
@@ -54,6 +59,11 @@ protected:
     {
         model.give_finished(header, model.give_starting(header), result, true);
     }
+    void freed(OMX_BUFFERHEADERTYPE *header)
+    {
+        model.free_starting(header);
+        model.free_finished(header, OMX_ErrorNone);
+    }
     void returned(OMX_BUFFERHEADERTYPE *header, OMX_U32 port)
     {
         model.buffer_done_entered(header, port);
@@ -72,11 +82,9 @@ TEST_F(ModelTest, AnswersInOrderOncePerPortPass)
     send(OMX_CommandPortDisable, 1);
     complete(OMX_CommandFlush, 0);
     complete(OMX_CommandFlush, 1);
-    model.free_starting(&output);
-    model.free_finished(&output, OMX_ErrorNone);
+    freed(&output);
     complete(OMX_CommandPortDisable, 1);
-    EXPECT_TRUE(model.violations().empty()) << listed(model);
-    EXPECT_TRUE(model.unanswered().empty());
+    EXPECT_TRUE(settled(model)) << listed(model);
     EXPECT_FALSE(model.port_enabled(1));
 }
 
@@ -115,8 +123,7 @@ TEST_F(ModelTest, OverlappingSendCommandsFromTwoThreadsHaveNoOrder)
     complete(OMX_CommandPortEnable, 0);
     model.command_sent(client, OMX_ErrorNone);
     complete(OMX_CommandPortEnable, 0);
-    EXPECT_TRUE(model.violations().empty()) << listed(model);
-    EXPECT_TRUE(model.unanswered().empty());
+    EXPECT_TRUE(settled(model)) << listed(model);
 
     // The client's Flush(ALL) is still inside SendCommand when a callback's Flush(0), accepted first, is
     // queued behind it: the ALL's answers come first.
@@ -126,8 +133,7 @@ TEST_F(ModelTest, OverlappingSendCommandsFromTwoThreadsHaveNoOrder)
     complete(OMX_CommandFlush, 1);
     model.command_sent(all, OMX_ErrorNone);
     complete(OMX_CommandFlush, 0);
-    EXPECT_TRUE(model.violations().empty()) << listed(model);
-    EXPECT_TRUE(model.unanswered().empty());
+    EXPECT_TRUE(settled(model)) << listed(model);
 
     // A callback's Flush(1) overlapping the client's Flush(ALL) is answered before the ALL begins.
     const uint64_t both = model.command_sending(OMX_CommandFlush, OMX_ALL);
@@ -136,8 +142,7 @@ TEST_F(ModelTest, OverlappingSendCommandsFromTwoThreadsHaveNoOrder)
     complete(OMX_CommandFlush, 1);
     complete(OMX_CommandFlush, 0);
     complete(OMX_CommandFlush, 1);
-    EXPECT_TRUE(model.violations().empty()) << listed(model);
-    EXPECT_TRUE(model.unanswered().empty());
+    EXPECT_TRUE(settled(model)) << listed(model);
 
     // Accepted before the ALL was sent, a single port's command stays ahead of it.
     send(OMX_CommandPortDisable, 1);
@@ -145,8 +150,7 @@ TEST_F(ModelTest, OverlappingSendCommandsFromTwoThreadsHaveNoOrder)
     complete(OMX_CommandPortDisable, 1);
     complete(OMX_CommandPortDisable, 0);
     complete(OMX_CommandPortDisable, 1);
-    EXPECT_TRUE(model.violations().empty()) << listed(model);
-    EXPECT_TRUE(model.unanswered().empty());
+    EXPECT_TRUE(settled(model)) << listed(model);
 
     // A PortDisable(ALL) completing inside its own SendCommand is ahead of the one its first answer's
     // callback sends, though that one is accepted first.
@@ -157,8 +161,7 @@ TEST_F(ModelTest, OverlappingSendCommandsFromTwoThreadsHaveNoOrder)
     model.command_sent(outer, OMX_ErrorNone);
     complete(OMX_CommandPortDisable, 0);
     complete(OMX_CommandPortDisable, 1);
-    EXPECT_TRUE(model.violations().empty()) << listed(model);
-    EXPECT_TRUE(model.unanswered().empty());
+    EXPECT_TRUE(settled(model)) << listed(model);
 }
 
 TEST_F(ModelTest, CommandOrderIsWhenSendCommandReturnedNotWhenTheModelHeardOfIt)
@@ -175,8 +178,7 @@ TEST_F(ModelTest, CommandOrderIsWhenSendCommandReturnedNotWhenTheModelHeardOfIt)
     complete(OMX_CommandFlush, 1);
     complete(OMX_CommandPortDisable, 0);
     complete(OMX_CommandPortDisable, 1);
-    EXPECT_TRUE(model.violations().empty()) << listed(model);
-    EXPECT_TRUE(model.unanswered().empty());
+    EXPECT_TRUE(settled(model)) << listed(model);
 }
 
 TEST_F(ModelTest, AnswerGoesToTheMatchThatKeepsTheOrderWhenTheOtherMayStillBeUnconfirmed)
@@ -193,8 +195,7 @@ TEST_F(ModelTest, AnswerGoesToTheMatchThatKeepsTheOrderWhenTheOtherMayStillBeUnc
     complete(OMX_CommandPortDisable, 1);
     complete(OMX_CommandFlush, 0);
     complete(OMX_CommandFlush, 1);
-    EXPECT_TRUE(model.violations().empty()) << listed(model);
-    EXPECT_TRUE(model.unanswered().empty());
+    EXPECT_TRUE(settled(model)) << listed(model);
 }
 
 TEST_F(ModelTest, AnswerBetweenTwoAlikeCommandsGoesToTheAcceptedOne)
@@ -211,8 +212,7 @@ TEST_F(ModelTest, AnswerBetweenTwoAlikeCommandsGoesToTheAcceptedOne)
     complete(OMX_CommandPortDisable, 0);
     complete(OMX_CommandPortDisable, 1);
     model.command_sent(client, OMX_ErrorNone);
-    EXPECT_TRUE(model.violations().empty()) << listed(model);
-    EXPECT_TRUE(model.unanswered().empty());
+    EXPECT_TRUE(settled(model)) << listed(model);
 }
 
 TEST_F(ModelTest, CommandAnsweredOnceOfTwoIsMissingAnAnswer)
@@ -238,8 +238,7 @@ TEST_F(ModelTest, AnswerBeforeSendCommandReturnsCounts)
     const uint64_t id = model.command_sending(OMX_CommandStateSet, OMX_StateIdle);
     model.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInsufficientResources), OMX_StateIdle);
     model.command_sent(id, OMX_ErrorNone);
-    EXPECT_TRUE(model.violations().empty()) << listed(model);
-    EXPECT_TRUE(model.unanswered().empty());
+    EXPECT_TRUE(settled(model)) << listed(model);
 
     const uint64_t refused = model.command_sending(OMX_CommandFlush, 0);
     complete(OMX_CommandFlush, 0);
@@ -295,8 +294,7 @@ TEST_F(ModelTest, BufferBackTwiceOnTheOtherPortOrAfterItsFreeIsDoubled)
     returned(&output, 0);
     EXPECT_EQ(doubled(model), 2) << "on the other port's callback";
     give(&input);
-    model.free_starting(&input);
-    model.free_finished(&input, OMX_ErrorNone);
+    freed(&input);
     EXPECT_EQ(doubled(model), 2) << "a free of a held header may be accepted";
     returned(&input, 0);
     EXPECT_EQ(doubled(model), 3) << "returned after its free";
@@ -381,12 +379,10 @@ TEST_F(ModelTest, BuffersAllocatedForTheNextCommandDoNotCountAgainstTheOneAhead)
 {
     execute();
     send(OMX_CommandStateSet, OMX_StateIdle);
-    model.free_starting(&input);
-    model.free_finished(&input, OMX_ErrorNone);
+    freed(&input);
     complete(OMX_CommandStateSet, OMX_StateIdle);
     send(OMX_CommandStateSet, OMX_StateLoaded);
-    model.free_starting(&output);
-    model.free_finished(&output, OMX_ErrorNone);
+    freed(&output);
     send(OMX_CommandStateSet, OMX_StateIdle);
     model.buffer_registered(&input, 0);
     complete(OMX_CommandStateSet, OMX_StateLoaded);
