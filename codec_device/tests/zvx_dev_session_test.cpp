@@ -668,12 +668,4 @@ TEST_F(DeviceSession, KernelMemoryFailureRangeFailsTheAllocationsInIt)
     EXPECT_EQ(host.last_error, OMX_ErrorNone);
 }
 
-TEST_F(DeviceSession, ReferenceReleaseIsConfirmedWithTheBufferId)
-{
-    DeviceHost host("video_decoder.avc");
-    ASSERT_TRUE(host.session);
-    zvx_notify_ref_frame_release(host.fd, 0xABCDEF0123ull);
-    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_REF_FRAME_RELEASED).as<uint64_t>(), 0xABCDEF0123ull);
-}
-
 } // namespace

@@ -105,7 +105,7 @@ TEST_F(DeviceWorker, HostCallsThatQueueOrReadGoThroughWhileTheEngineDecodes)
 
     EXPECT_EQ(host.queue(0, inputs[1], 8), OMX_ErrorNone);
     EXPECT_EQ(host.queue(1, host.add_buffer(1, 32 * 16 * 2)), OMX_ErrorNone);
-    zvx_notify_ref_frame_release(host.fd, 7);
+    zvx_notify_ref_frame_release(host.fd, 0xABCDEF0123ull);
     EXPECT_EQ(zvx_get_event(host.fd, 0), nullptr);
     zvx_dev_port_definition definition{};
     definition.nPortIndex = 1;
@@ -114,8 +114,9 @@ TEST_F(DeviceWorker, HostCallsThatQueueOrReadGoThroughWhileTheEngineDecodes)
     EXPECT_FALSE(gate.gave_up()) << "a host call waited for the decode";
     gate.release();
 
-    for (uint16_t code : {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_REF_FRAME_RELEASED, ZVX_BASE_EVENT_ALLOC_PARAMS,
-                          ZVX_BASE_EVENT_SEQUENCE_PARAMS, ZVX_BASE_EVENT_INPUT})
+    host.expect(ZVX_BASE_EVENT_INPUT);
+    EXPECT_EQ(host.expect(ZVX_BASE_EVENT_REF_FRAME_RELEASED).as<uint64_t>(), 0xABCDEF0123ull) << "confirmed by id";
+    for (uint16_t code : {ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS, ZVX_BASE_EVENT_INPUT})
         host.expect(code);
 }
 
