@@ -93,7 +93,7 @@ constexpr char kDetails[] = "UTF: Result Details\n";
 
 // The framework's own text is not restated here: its framing, the generated filter lists and the
 // program's help function behind it are what can go wrong.
-TEST(DemoCommandLine, HelpListsTheFiltersThenTheProgramsOwnAndExitsZero)
+TEST(DemoCommandLine, HelpListsTheFiltersThenTheProgramsOwnAndRefusedArgumentsPrintItAndExitOne)
 {
     const DemoRun help = run_demo({"--help"});
     EXPECT_EQ(help.exit_code(), 0);
@@ -104,15 +104,12 @@ TEST(DemoCommandLine, HelpListsTheFiltersThenTheProgramsOwnAndExitsZero)
     const DemoRun short_help = run_demo({"-h"});
     EXPECT_EQ(short_help.out, help.out);
     EXPECT_EQ(short_help.exit_code(), 0);
-}
 
-TEST(DemoCommandLine, RefusedArgumentsPrintHelpAndExitOne)
-{
-    const std::string help = run_demo({"--help"}).out.substr(std::strlen(kBanner));
+    const std::string help_text = help.out.substr(std::strlen(kBanner));
     for (const char *option : {"--bogus", "--testid=12a", "--resfail-start=0", "--consolidate=Mean", "-z"}) {
         const DemoRun run = run_demo({option});
         std::string expected(kBanner);
-        expected.append("UTF: Unknown argument \"").append(option).append("\"\n").append(help);
+        expected.append("UTF: Unknown argument \"").append(option).append("\"\n").append(help_text);
         EXPECT_EQ(run.out, expected) << option;
         EXPECT_EQ(run.exit_code(), 1) << option;
     }
@@ -226,18 +223,14 @@ TEST(DemoVerdicts, ExpectedOutcomesAndFatalErrors)
     EXPECT_EQ(enabled.count("ran although marked as an expected failure"), 2u);
 }
 
-TEST(DemoCrash, ProgramHandlerExitsWithSignalNumber)
+TEST(DemoCrash, ProgramHandlerExitsWithSignalNumberAndGlibcTraceDiesBySignal)
 {
-    const DemoRun run = run_demo({"--crash", "--suite=Crash"}, true);
-    EXPECT_EQ(run.exit_code(), 11);
-    EXPECT_TRUE(run.has("Error: signal 11\n"));
-}
-
-TEST(DemoCrash, GlibcTraceThenDeathBySignal)
-{
-    const DemoRun run = run_demo({"--crash", "--suite=Crash", "--backtrace=1"}, true);
-    EXPECT_EQ(run.term_signal(), SIGSEGV);
-    EXPECT_TRUE(run.has(" stack frames found ***\n"));
+    const DemoRun handled = run_demo({"--crash", "--suite=Crash"}, true);
+    EXPECT_EQ(handled.exit_code(), 11);
+    EXPECT_TRUE(handled.has("Error: signal 11\n"));
+    const DemoRun traced = run_demo({"--crash", "--suite=Crash", "--backtrace=1"}, true);
+    EXPECT_EQ(traced.term_signal(), SIGSEGV);
+    EXPECT_TRUE(traced.has(" stack frames found ***\n"));
 }
 
 TEST(DemoCrash, DebuggerTraceThenDeathBySignal)
