@@ -26,15 +26,11 @@ protected:
 TEST_F(ComponentOverLibav, StreamsOwnSizeReachesTheClientAndEveryPictureComesOut)
 {
     zvx_av_test::TempFolder folder;
-    const std::string first = folder.file("a.h264");
-    const std::string second = folder.file("b.h264");
-    ASSERT_TRUE(zvx_av_test::make_stream(first, "180x100", 15, "-c:v libx264 -bf 2"));
-    ASSERT_TRUE(zvx_av_test::make_stream(second, "320x240", 15, "-c:v libx264 -bf 2"));
-    std::vector<uint8_t> joined = zvx_av_test::read_file(first);
-    const std::vector<uint8_t> tail = zvx_av_test::read_file(second);
-    joined.insert(joined.end(), tail.begin(), tail.end());
+    const zvx_av_test::JoinedStreams joined =
+        zvx_av_test::join_streams(folder, {"180x100", "320x240"}, 15, "-c:v libx264 -bf 2");
+    ASSERT_FALSE(joined.path.empty());
 
-    const zvx_dev_component_decode run = zvx_dev_decode_through_component("avc", joined, 777, 0, LIMIT);
+    const zvx_dev_component_decode run = zvx_dev_decode_through_component("avc", joined.bytes, 777, 0, LIMIT);
     EXPECT_TRUE(run.reached_executing);
     EXPECT_TRUE(run.ended);
     EXPECT_TRUE(run.stopped);
@@ -48,12 +44,7 @@ TEST_F(ComponentOverLibav, StreamsOwnSizeReachesTheClientAndEveryPictureComesOut
  * Loaded. */
 TEST_F(ComponentOverLibav, NoiseForEveryRoleEndsCleanly)
 {
-    std::vector<uint8_t> noise(20000);
-    uint32_t state = 99;
-    for (uint8_t &byte : noise) {
-        state = state * 1103515245u + 12345u;
-        byte = static_cast<uint8_t>(state >> 16);
-    }
+    const std::vector<uint8_t> noise = zvx_av_test::random_bytes(20000, 99);
     for (const char *codec : {"avc", "hevc", "vp8", "vp9", "mpeg2", "mpeg4", "h263", "vc1", "rv"}) {
         const zvx_dev_component_decode run =
             zvx_dev_decode_through_component(codec, noise, 1500, OMX_BUFFERFLAG_ENDOFFRAME, LIMIT);

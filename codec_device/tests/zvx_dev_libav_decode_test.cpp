@@ -362,24 +362,15 @@ TEST_F(LibavDecode, DeepStreamIntoBuffersTooSmallForTwoByteSamplesComesOutInEigh
 TEST_F(LibavDecode, TwoStreamsOfDifferentSizesJoinedLoseNoPictureAcrossTheChange)
 {
     zvx_av_test::TempFolder folder;
-    const std::string first = folder.file("a.h264");
-    const std::string second = folder.file("b.h264");
-    ASSERT_TRUE(zvx_av_test::make_stream(first, "176x144", 20, "-c:v libx264 -bf 3"));
-    ASSERT_TRUE(zvx_av_test::make_stream(second, "128x96", 20, "-c:v libx264 -bf 3"));
-    std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, first, "nv12");
-    const std::vector<uint8_t> tail_reference = zvx_av_test::reference_decode(folder, second, "nv12");
-    reference.insert(reference.end(), tail_reference.begin(), tail_reference.end());
-    std::vector<uint8_t> joined = zvx_av_test::read_file(first);
-    const std::vector<uint8_t> tail = zvx_av_test::read_file(second);
-    joined.insert(joined.end(), tail.begin(), tail.end());
-    const std::string joined_path = folder.file("ab.h264");
-    ASSERT_TRUE(zvx_av_test::write_file(joined_path, joined));
+    const zvx_av_test::JoinedStreams joined =
+        zvx_av_test::join_streams(folder, {"176x144", "128x96"}, 20, "-c:v libx264 -bf 3", "nv12");
+    ASSERT_FALSE(joined.path.empty());
 
     for (const bool framed : {true, false}) {
-        const DecodeResult result =
-            decode_through_device("video_decoder.avc", framed ? access_units(joined_path) : chunks_of(joined, 900));
+        const DecodeResult result = decode_through_device("video_decoder.avc", framed ? access_units(joined.path)
+                                                                                      : chunks_of(joined.bytes, 900));
         EXPECT_EQ(result.timestamps.size(), 40u) << (framed ? "framed" : "chunked");
-        EXPECT_TRUE(result.pictures == reference) << (framed ? "framed" : "chunked");
+        EXPECT_TRUE(result.pictures == joined.reference) << (framed ? "framed" : "chunked");
         ASSERT_EQ(result.allocations.size(), 2u);
         EXPECT_EQ(result.allocations[1].cropx, 128);
         EXPECT_EQ(result.allocations[1].cropy, 96);
@@ -432,16 +423,8 @@ TEST_F(LibavDecode, CorruptTruncatedAndMislabelledStreamsEndWithEveryInputBack)
     for (DeviceInput &unit : truncated)
         unit.data.resize(unit.data.size() / 3);
     std::vector<DeviceInput> noise;
-    uint32_t state = 12345;
-    for (int i = 0; i < 12; ++i) {
-        DeviceInput input;
-        for (int b = 0; b < 300 + i * 97; ++b) {
-            state = state * 1103515245u + 12345u;
-            input.data.push_back(static_cast<uint8_t>(state >> 16));
-        }
-        input.flags = i % 2 == 0 ? OMX_BUFFERFLAG_ENDOFFRAME : 0;
-        noise.push_back(std::move(input));
-    }
+    for (unsigned i = 0; i < 12; ++i)
+        noise.push_back({zvx_av_test::random_bytes(300 + i * 97, i), 0, i % 2 == 0 ? OMX_BUFFERFLAG_ENDOFFRAME : 0u});
 
     struct Case {
         const char *role;

@@ -12,18 +12,9 @@ namespace {
 using zvx_av::Codec;
 using zvx_av_test::decode_all;
 using zvx_av_test::DecodedPictures;
+using zvx_av_test::random_bytes;
 
 constexpr int FRAMES = 20;
-
-std::vector<uint8_t> random_bytes(size_t size, unsigned seed)
-{
-    std::mt19937 random(seed); // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must repeat
-    std::uniform_int_distribution<int> byte(0, 255);
-    std::vector<uint8_t> bytes(size);
-    for (uint8_t &b : bytes)
-        b = static_cast<uint8_t>(byte(random));
-    return bytes;
-}
 
 /* Every eighth access unit gets a few bytes past its headers overwritten. */
 std::vector<std::vector<uint8_t>> corrupt(std::vector<std::vector<uint8_t>> units)

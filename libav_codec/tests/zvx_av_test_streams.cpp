@@ -63,6 +63,35 @@ std::vector<uint8_t> reference_decode(const TempFolder &folder, const std::strin
     return read_file(out);
 }
 
+JoinedStreams join_streams(const TempFolder &folder, const std::pair<std::string, std::string> &sizes, int frames,
+                           const std::string &encode, const std::string &pixel_format)
+{
+    JoinedStreams joined;
+    for (const std::string &size : {sizes.first, sizes.second}) {
+        const std::string path = folder.file(size + ".h264");
+        if (!make_stream(path, size, frames, encode))
+            return {};
+        const std::vector<uint8_t> bytes = read_file(path);
+        joined.bytes.insert(joined.bytes.end(), bytes.begin(), bytes.end());
+        if (!pixel_format.empty()) {
+            const std::vector<uint8_t> reference = reference_decode(folder, path, pixel_format);
+            joined.reference.insert(joined.reference.end(), reference.begin(), reference.end());
+        }
+    }
+    joined.path = folder.file("joined.h264");
+    return write_file(joined.path, joined.bytes) ? joined : JoinedStreams{};
+}
+
+std::vector<uint8_t> random_bytes(size_t size, unsigned seed)
+{
+    std::mt19937 random(seed); // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must repeat
+    std::uniform_int_distribution<int> byte(0, 255);
+    std::vector<uint8_t> bytes(size);
+    for (uint8_t &b : bytes)
+        b = static_cast<uint8_t>(byte(random));
+    return bytes;
+}
+
 std::vector<uint8_t> read_file(const std::string &path)
 {
     std::ifstream in(path, std::ios::binary);

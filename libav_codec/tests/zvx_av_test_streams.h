@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "zvx_av_decoder.h"
@@ -41,6 +42,19 @@ bool make_raw_pictures(const std::string &path, const std::string &size, int fra
 /* ffmpeg's decode of `path` as raw pictures of `pixel_format` (e.g. "yuv420p"), every one kept. */
 std::vector<uint8_t> reference_decode(const TempFolder &folder, const std::string &path,
                                       const std::string &pixel_format);
+
+/* Two H.264 streams of `frames` pictures each, at `sizes`, encoded alike and joined in one file; with ffmpeg's
+ * decodes of the two, one after the other, when a pixel format is given. Empty when one could not be made. */
+struct JoinedStreams {
+    std::string path;
+    std::vector<uint8_t> bytes;
+    std::vector<uint8_t> reference;
+};
+JoinedStreams join_streams(const TempFolder &folder, const std::pair<std::string, std::string> &sizes, int frames,
+                           const std::string &encode, const std::string &pixel_format = "");
+
+/* Bytes from a fixed seed, so that a failure repeats. */
+std::vector<uint8_t> random_bytes(size_t size, unsigned seed);
 
 std::vector<uint8_t> read_file(const std::string &path);
 bool write_file(const std::string &path, const std::vector<uint8_t> &bytes);
