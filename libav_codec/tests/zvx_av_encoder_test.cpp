@@ -33,12 +33,16 @@ void take_packets(zvx_av::Encoder &encoder, std::vector<Packet> &packets)
         packets.push_back({{packet->data().begin(), packet->data().end()}, packet->timestamp_us, packet->key});
 }
 
-/* Raw pictures of the test pattern, read back as tight I420; a .y4m file tells its own size. */
-std::vector<std::vector<uint8_t>> read_pictures(const std::string &path, int width, int height)
+/* `count` raw pictures of the test pattern written to `file`, read back as tight I420; a .y4m file tells
+ * its own size. */
+std::vector<std::vector<uint8_t>> raw_pictures(const char *file, int width, int height, int count)
 {
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file(file);
     zvx_av::RawPictureReader reader;
     std::vector<std::vector<uint8_t>> pictures;
-    if (!reader.open(path, width, height).ok() || reader.width() != width || reader.height() != height)
+    if (!zvx_av_test::make_raw_pictures(path, std::to_string(width) + "x" + std::to_string(height), count) ||
+        !reader.open(path, width, height).ok() || reader.width() != width || reader.height() != height)
         return pictures;
     const zvx_av::PictureLayout tight = {ColourFormat::i420, width, height};
     zvx_av::PictureWriter writer;
@@ -129,10 +133,7 @@ class EncoderTest : public testing::TestWithParam<Codec> {};
 
 TEST_P(EncoderTest, StreamDecodesWithEveryPictureAt30DecibelsForCifAtOneMegabit)
 {
-    zvx_av_test::TempFolder folder;
-    const std::string raw = folder.file("cif.y4m");
-    ASSERT_TRUE(zvx_av_test::make_raw_pictures(raw, "352x288", 30));
-    const std::vector<std::vector<uint8_t>> pictures = read_pictures(raw, 352, 288);
+    const std::vector<std::vector<uint8_t>> pictures = raw_pictures("cif.y4m", 352, 288, 30);
     ASSERT_EQ(pictures.size(), 30u);
 
     zvx_av::EncoderSettings settings = settings_for(GetParam(), 352, 288);
@@ -158,10 +159,7 @@ TEST_P(EncoderTest, StreamDecodesWithEveryPictureAt30DecibelsForCifAtOneMegabit)
 
 TEST_P(EncoderTest, KeyFramesAtTheIntervalAndWhereRequested)
 {
-    zvx_av_test::TempFolder folder;
-    const std::string raw = folder.file("qcif.yuv");
-    ASSERT_TRUE(zvx_av_test::make_raw_pictures(raw, "176x144", 30));
-    const std::vector<std::vector<uint8_t>> pictures = read_pictures(raw, 176, 144);
+    const std::vector<std::vector<uint8_t>> pictures = raw_pictures("qcif.yuv", 176, 144, 30);
     ASSERT_EQ(pictures.size(), 30u);
     zvx_av::EncoderSettings settings = settings_for(GetParam(), 176, 144);
     settings.key_frame_interval = 10;
@@ -184,12 +182,9 @@ TEST_P(EncoderTest, KeyFramesAtTheIntervalAndWhereRequested)
 
 TEST_P(EncoderTest, BitrateHoldsOverSecondsAndAChangeMidStreamTakesEffect)
 {
-    zvx_av_test::TempFolder folder;
-    const std::string raw = folder.file("cif.yuv");
     constexpr size_t FIRST = 100; /* four seconds at the first rate */
     constexpr size_t SECOND = 50;
-    ASSERT_TRUE(zvx_av_test::make_raw_pictures(raw, "352x288", FIRST + SECOND));
-    const std::vector<std::vector<uint8_t>> pictures = read_pictures(raw, 352, 288);
+    const std::vector<std::vector<uint8_t>> pictures = raw_pictures("cif.yuv", 352, 288, FIRST + SECOND);
     ASSERT_EQ(pictures.size(), FIRST + SECOND);
     zvx_av::EncoderSettings settings = settings_for(GetParam(), 352, 288);
     settings.rate_control = zvx_av::RateControl::constant_bitrate;
@@ -218,10 +213,7 @@ TEST_P(EncoderTest, BitrateHoldsOverSecondsAndAChangeMidStreamTakesEffect)
 
 TEST_P(EncoderTest, LowDelayGivesEachPacketAsItsPictureGoesIn)
 {
-    zvx_av_test::TempFolder folder;
-    const std::string path = folder.file("in.yuv");
-    ASSERT_TRUE(zvx_av_test::make_raw_pictures(path, "176x144", 12));
-    const std::vector<std::vector<uint8_t>> pictures = read_pictures(path, 176, 144);
+    const std::vector<std::vector<uint8_t>> pictures = raw_pictures("in.yuv", 176, 144, 12);
     ASSERT_EQ(pictures.size(), 12u);
     zvx_av::EncoderSettings settings = settings_for(GetParam(), 176, 144);
     settings.input_format = AV_PIX_FMT_YUV420P;
