@@ -122,11 +122,10 @@ public:
         return event;
     }
 
-    void run() { change_state(ZVX_BASE_HW_STATE_RUNNING); }
-    void change_state(zvx_base_hw_state state)
+    void run()
     {
-        zvx_enqueue_state_change(fd, state);
-        EXPECT_EQ(expect(ZVX_BASE_EVENT_STATE_CHANGED).as<int32_t>(), state);
+        zvx_enqueue_state_change(fd, ZVX_BASE_HW_STATE_RUNNING);
+        EXPECT_EQ(expect(ZVX_BASE_EVENT_STATE_CHANGED).as<int32_t>(), ZVX_BASE_HW_STATE_RUNNING);
     }
 
     zvx_dev_stats stats() const

@@ -22,6 +22,7 @@ constexpr int WAIT_MS = 20000;
 constexpr int QUIET_MS = 200;
 /* A device that refuses every buffer it is given would keep the run going for ever. */
 constexpr uint32_t REJECTS_BEFORE_GIVING_UP = 1000;
+constexpr uint32_t INPUT_BUFFERS = 4;
 constexpr uint32_t OUTPUT_BUFFERS = 6;
 
 int bytes_per_sample(zvx_av::ColourFormat format)
@@ -67,7 +68,7 @@ DecodeResult decode_through_device(const char *role, const std::vector<DeviceInp
     for (const DeviceInput &input : inputs)
         largest = std::max(largest, input.data.size());
     std::deque<zvx_base_buffer_handle_t> free_inputs;
-    for (uint32_t i = 0; i < options.input_buffers; ++i)
+    for (uint32_t i = 0; i < INPUT_BUFFERS; ++i)
         free_inputs.push_back(host.add_buffer(0, static_cast<uint32_t>(largest)));
     std::vector<zvx_base_buffer_handle_t> outputs;
     for (uint32_t i = 0; i < OUTPUT_BUFFERS; ++i)
@@ -98,7 +99,6 @@ DecodeResult decode_through_device(const char *role, const std::vector<DeviceInp
         const DeviceEvent event = host.next(WAIT_MS);
         if (event.code == 0xFFFF)
             break;
-        result.events.push_back(event.code);
         switch (event.code) {
         case ZVX_BASE_EVENT_INPUT:
             ++result.inputs_back;
@@ -233,7 +233,6 @@ EncodeResult encode_through_device(const char *role, const std::vector<std::vect
                 continue;
             building.flags |= returned.flags;
             building.timestamp = returned.timestamp;
-            ++building.chunks;
             if ((returned.flags & (OMX_BUFFERFLAG_ENDOFFRAME | OMX_BUFFERFLAG_EOS)) != 0) {
                 result.outputs.push_back(building);
                 building = {};

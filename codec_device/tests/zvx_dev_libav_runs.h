@@ -23,8 +23,6 @@ struct DecodeOptions {
     uint32_t color_format = 21; /* OMX_COLOR_FormatYUV420SemiPlanar */
     zvx_av::ColourFormat written_as = zvx_av::ColourFormat::nv12;
     zvx_dev_script script;
-    /* Input buffers, as many as the host registers. */
-    uint32_t input_buffers = 4;
     uint32_t output_buffer_bytes = 4 << 20;
     /* Flush both ports once this many pictures are out, then go on from input `resume_at`. */
     int flush_after_pictures = -1;
@@ -37,7 +35,6 @@ struct DecodeResult {
     std::vector<zvx_base_fw_frame_alloc_parameters> allocations;
     std::vector<zvx_base_response_sequence_parameters> sequences;
     std::vector<zvx_base_buffer_param> colours;
-    std::vector<uint16_t> events; /* codes, in order */
     uint32_t errors = 0;
     uint32_t inputs_back = 0;
     uint32_t inputs_sent = 0;
@@ -69,7 +66,6 @@ struct EncodedOutput {
     std::vector<uint8_t> bytes; /* a whole packet, its chunks joined */
     uint32_t flags = 0;         /* of its last chunk, with SYNCFRAME and CODECCONFIG of any */
     uint64_t timestamp = 0;
-    uint32_t chunks = 0;
 };
 
 struct EncodeResult {
