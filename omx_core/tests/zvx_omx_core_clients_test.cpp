@@ -6,28 +6,22 @@
 // through this project's code fails the test.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
+#include <cstdio>
 #include <fstream>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "zvx_client_commands.h"
+
 namespace {
 
+using zvx_client::CommandResult;
+
 constexpr const char *ZVXP_CORE = ZVX_OMX_CORE_PATH;
-constexpr const char *ZVXP_PRELOAD = ZVX_CLIENT_PRELOAD;
 constexpr int64_t ZVXP_FRAME_NS = 1000000000 / 30;
 constexpr uint32_t ZVXP_QVGA_I420_BYTES = 320 * 240 * 3 / 2;
-
-struct run_result {
-    int status;
-    std::string output;
-};
 
 /* One buffer as fakesink reports it. */
 struct sunk_buffer {
@@ -35,11 +29,6 @@ struct sunk_buffer {
     int64_t pts_ns; /* -1: none */
     bool header;    /* codec configuration, not a picture */
 };
-
-bool program_exists(const char *name)
-{
-    return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
-}
 
 int64_t parse_clock_time(const std::string &text)
 {
@@ -60,76 +49,20 @@ std::vector<sunk_buffer> sunk_buffers(const std::string &output)
     return buffers;
 }
 
-/* Leak reports whose allocation stack passed through this project's code. */
-std::vector<std::string> leaks_of_ours(const std::string &output)
-{
-    std::vector<std::string> ours;
-    std::istringstream lines(output);
-    std::string line, block;
-    bool in_block = false;
-    while (std::getline(lines, line)) {
-        if (line.find("leak of") != std::string::npos) {
-            in_block = true;
-            block.clear();
-        }
-        if (!in_block)
-            continue;
-        if (!line.empty()) {
-            block += line + "\n";
-            continue;
-        }
-        if (block.find("zvx") != std::string::npos)
-            ours.push_back(block);
-        in_block = false;
-    }
-    return ours;
-}
-
-class RealClient : public ::testing::Test {
+class GStreamer : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "zvx_clients_XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        dir_ = pattern;
+        if (!zvx_client::program_exists("gst-launch-1.0") || !zvx_client::program_exists("gst-inspect-1.0"))
+            GTEST_SKIP() << "GStreamer's tools are not installed (scripts/setup.sh installs them)";
     }
 
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
-    /* Runs a shell command line, its output collected, for at most `seconds`; `signal` ends it then.
-     * A test runs at most two, inside CTest's 300 s, so a hung client is reported with its output. */
-    run_result run(const std::string &command, int seconds = 120, const char *signal = "TERM")
+    /* With the plugin's configuration and a registry of the test's own, warmed up without the sanitizer
+     * runtime so that no plugin scanner runs under it. A test runs at most two commands, inside CTest's
+     * 300 s, so a hung client is reported with its output. */
+    CommandResult launch(const std::string &pipeline, int seconds = 120, const char *signal = "TERM")
     {
-        const std::filesystem::path output = dir_ / "output.txt";
-        // The command's own status, also when the signal ended it; a command that outlives the signal
-        // by ten seconds is killed. In the foreground the signal goes to the command once: sent to its
-        // process group as well, a second SIGINT could land after GLib restored the default action and
-        // kill a client that was shutting down cleanly.
-        const std::string line = "timeout --foreground --preserve-status -k 10 -s " + std::string(signal) + " " +
-                                 std::to_string(seconds) + " " + command + " >" + output.string() + " 2>&1";
-        const int status = std::system(line.c_str());
-        std::ifstream file(output);
-        std::stringstream text;
-        text << file.rdbuf();
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, text.str()};
-    }
-
-    /* The client as it runs under test: with the sanitizer runtime the core needs, and leaks reported
-     * without changing its exit status (the client's own are not ours to judge). */
-    std::string client(const std::string &program) const
-    {
-        std::string prefix = "env";
-        if (*ZVXP_PRELOAD != '\0')
-            prefix +=
-                std::string(" LD_PRELOAD=") + ZVXP_PRELOAD + " ASAN_OPTIONS=detect_leaks=1 LSAN_OPTIONS=exitcode=0";
-        return prefix + " " + program;
-    }
-
-    /* GStreamer's environment: the plugin's configuration and a registry of the test's own, warmed up
-     * without the sanitizer runtime so that no plugin scanner runs under it. */
-    std::string gstreamer()
-    {
-        std::ofstream config(dir_ / "gstomx.conf");
+        std::ofstream config(folder_.file("gstomx.conf"));
         config << "[omxh264dec]\ntype-name=GstOMXH264Dec\ncore-name=" << ZVXP_CORE
                << "\ncomponent-name=OMX.DHQ.video.k7nn.decoder\ncomponent-role=video_decoder.avc\n"
                   "rank=257\nin-port-index=0\nout-port-index=1\n\n"
@@ -138,46 +71,24 @@ protected:
                   "rank=257\nin-port-index=0\nout-port-index=1\n";
         config.close();
         const std::string environment =
-            "GST_OMX_CONFIG_DIR=" + dir_.string() + " GST_REGISTRY=" + (dir_ / "registry.bin").string();
-        const run_result inspect = run("env " + environment + " gst-inspect-1.0 omxh264dec omxh264enc", 60);
+            "GST_OMX_CONFIG_DIR=" + folder_.file("") + " GST_REGISTRY=" + folder_.file("registry.bin");
+        const CommandResult inspect =
+            zvx_client::run_command("env " + environment + " gst-inspect-1.0 omxh264dec omxh264enc", 60);
         EXPECT_EQ(inspect.status, 0) << inspect.output;
-        return environment;
+        return zvx_client::run_command(
+            zvx_client::client_command(ZVX_CLIENT_PRELOAD, environment, "gst-launch-1.0 -v " + pipeline), seconds,
+            signal);
     }
 
-    void expect_clean(const run_result &result)
-    {
-        EXPECT_EQ(result.output.find("ERROR: AddressSanitizer"), std::string::npos) << result.output;
-        EXPECT_EQ(result.output.find("runtime error:"), std::string::npos) << result.output;
-        EXPECT_EQ(result.output.find(" E ZVX_OMX_IF:"), std::string::npos) << result.output;
-        for (const std::string &leak : leaks_of_ours(result.output))
-            ADD_FAILURE() << "leaked by the core:\n" << leak;
-    }
-
-    std::filesystem::path dir_;
-};
-
-class GStreamer : public RealClient {
-protected:
-    void SetUp() override
-    {
-        RealClient::SetUp();
-        if (!program_exists("gst-launch-1.0") || !program_exists("gst-inspect-1.0"))
-            GTEST_SKIP() << "GStreamer's tools are not installed (scripts/setup.sh installs them)";
-    }
-
-    run_result launch(const std::string &pipeline, int seconds = 120, const char *signal = "TERM")
-    {
-        const std::string environment = gstreamer();
-        return run("env " + environment + " " + client("gst-launch-1.0 -v " + pipeline), seconds, signal);
-    }
+    zvx_client::TempFolder folder_;
 };
 
 constexpr const char *ZVXP_QVGA = "video/x-raw,format=I420,width=320,height=240,framerate=30/1";
 
 TEST_F(GStreamer, DecodesAnX264StreamInPresentationOrderToTheEnd)
 {
-    const run_result result = launch(std::string("videotestsrc num-buffers=60 ! ") + ZVXP_QVGA +
-                                     " ! x264enc ! h264parse ! omxh264dec ! fakesink silent=false");
+    const CommandResult result = launch(std::string("videotestsrc num-buffers=60 ! ") + ZVXP_QVGA +
+                                        " ! x264enc ! h264parse ! omxh264dec ! fakesink silent=false");
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_NE(result.output.find("Got EOS from element"), std::string::npos) << result.output;
     const std::vector<sunk_buffer> frames = sunk_buffers(result.output);
@@ -188,12 +99,12 @@ TEST_F(GStreamer, DecodesAnX264StreamInPresentationOrderToTheEnd)
         const int64_t expected = frames[0].pts_ns + static_cast<int64_t>(i) * ZVXP_FRAME_NS;
         EXPECT_NEAR(frames[i].pts_ns, expected, 1000) << "frame " << i << " out of presentation order";
     }
-    expect_clean(result);
+    zvx_client::expect_clean(result);
 }
 
 TEST_F(GStreamer, EncodesSixtyPicturesToTheEnd)
 {
-    const run_result result = launch("videotestsrc num-buffers=60 ! omxh264enc ! fakesink silent=false");
+    const CommandResult result = launch("videotestsrc num-buffers=60 ! omxh264enc ! fakesink silent=false");
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_NE(result.output.find("Got EOS from element"), std::string::npos) << result.output;
     // The stream's parameter sets come first, as buffers of their own.
@@ -204,7 +115,7 @@ TEST_F(GStreamer, EncodesSixtyPicturesToTheEnd)
     ASSERT_EQ(units.size(), 60u) << result.output;
     for (size_t i = 1; i < units.size(); ++i)
         EXPECT_GT(units[i].pts_ns, units[i - 1].pts_ns) << "unit " << i;
-    expect_clean(result);
+    zvx_client::expect_clean(result);
 }
 
 // The pipeline is interrupted while pictures stream through a live source: GStreamer sets it to NULL at
@@ -212,15 +123,16 @@ TEST_F(GStreamer, EncodesSixtyPicturesToTheEnd)
 // would stall the teardown until the time-out, or come back as an error from FreeBuffer.
 TEST_F(GStreamer, TeardownMidStreamGivesEveryBufferBack)
 {
-    const run_result result = launch(std::string("videotestsrc is-live=true num-buffers=3000 ! ") + ZVXP_QVGA +
-                                         " ! x264enc tune=zerolatency ! h264parse ! omxh264dec ! fakesink silent=false",
-                                     6, "INT");
+    const CommandResult result =
+        launch(std::string("videotestsrc is-live=true num-buffers=3000 ! ") + ZVXP_QVGA +
+                   " ! x264enc tune=zerolatency ! h264parse ! omxh264dec ! fakesink silent=false",
+               6, "INT");
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_NE(result.output.find("handling interrupt"), std::string::npos) << result.output;
     EXPECT_NE(result.output.find("Freeing pipeline"), std::string::npos) << result.output;
     EXPECT_GT(sunk_buffers(result.output).size(), 10u) << "stopped before the stream flowed";
     EXPECT_EQ(result.output.find("Got EOS from element"), std::string::npos) << "ended before the interrupt";
-    expect_clean(result);
+    zvx_client::expect_clean(result);
 }
 
 } // namespace
