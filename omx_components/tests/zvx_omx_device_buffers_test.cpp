@@ -108,13 +108,21 @@ public:
     std::vector<output> returned_;
 };
 
-/* A client of one component over the emulator; the fixtures below make the component. */
-class EmulatedClient : public ::testing::Test {
+/* A client of one component over the emulator. */
+template <typename Component, auto init, auto destroy> class EmulatedClient : public ::testing::Test {
 protected:
-    void SetUp() override { zvx_init_emulator(); }
-    void TearDown() override { zvx_destroy_emulator(); }
-
-    OMX_CALLBACKTYPE callbacks_ = {client_log::on_event, client_log::on_buffer, client_log::on_buffer};
+    void SetUp() override
+    {
+        zvx_init_emulator();
+        OMX_CALLBACKTYPE callbacks = {client_log::on_event, client_log::on_buffer, client_log::on_buffer};
+        ASSERT_EQ(init(&handle_, &component_, &log_, &callbacks), OMX_ErrorNone);
+        omx_ = &handle_.omx;
+    }
+    void TearDown() override
+    {
+        destroy(&component_);
+        zvx_destroy_emulator();
+    }
 
     void send(OMX_COMMANDTYPE command, OMX_U32 param)
     {
@@ -154,85 +162,31 @@ protected:
         ASSERT_EQ(omx_->FillThisBuffer(omx_, header), OMX_ErrorNone);
     }
 
-    /* Output disabled on the way to Idle, then Executing with the input's buffers. */
-    void start()
-    {
-        send(OMX_CommandPortDisable, 1);
-        complete(OMX_CommandPortDisable, 1);
-        send(OMX_CommandStateSet, OMX_StateIdle);
-        inputs_ = allocate(0);
-        complete(OMX_CommandStateSet, OMX_StateIdle);
-        send(OMX_CommandStateSet, OMX_StateExecuting);
-        complete(OMX_CommandStateSet, OMX_StateExecuting);
-    }
-
-    /* Refills outputs and gives inputs back as the component returns them, pictures in all (queued given
-     * already) of length bytes (0: the whole buffer), then the end of stream; until the output ends. */
-    void stream_to_the_end(int queued, int pictures, OMX_TICKS interval, OMX_U32 length, OMX_U32 flags)
-    {
-        bool ended = false;
-        const seen_event end_of_stream = {OMX_EventBufferFlag, 1, OMX_BUFFERFLAG_EOS};
-        const auto deadline = std::chrono::steady_clock::now() + 10s;
-        while (!log_.returns_until(end_of_stream)) {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the stream never ended";
-            for (OMX_BUFFERHEADERTYPE *header : log_.take_returned()) {
-                if (header->nInputPortIndex == 1) {
-                    fill(header);
-                } else if (queued < pictures) {
-                    empty(header, length != 0 ? length : header->nAllocLen, flags, queued++ * interval);
-                } else if (!ended) {
-                    empty(header, 0, OMX_BUFFERFLAG_EOS, queued * interval);
-                    ended = true;
-                }
-            }
-        }
-    }
-
     client_log log_;
+    Component component_;
     zvx_omx_component handle_;
     OMX_COMPONENTTYPE *omx_ = nullptr;
-    std::vector<OMX_BUFFERHEADERTYPE *> inputs_;
-    std::vector<OMX_BUFFERHEADERTYPE *> outputs_;
 };
 
-class EmulatedBuffers : public EmulatedClient {
-protected:
-    void SetUp() override
-    {
-        EmulatedClient::SetUp();
-        ASSERT_EQ(zvx_omx_decoder_component_init(&handle_, &decoder_, &log_, &callbacks_), OMX_ErrorNone);
-        omx_ = &handle_.omx;
-    }
-
-    zvx_omx_decoder_component decoder_;
-};
-
-class EmulatedEncoder : public EmulatedClient {
-protected:
-    void SetUp() override
-    {
-        EmulatedClient::SetUp();
-        ASSERT_EQ(zvx_omx_encoder_component_init(&handle_, &encoder_, &log_, &callbacks_), OMX_ErrorNone);
-        omx_ = &handle_.omx;
-    }
-
-    void TearDown() override
-    {
-        zvx_omx_encoder_component_destroy(&encoder_);
-        EmulatedClient::TearDown();
-    }
-
-    zvx_omx_encoder_component encoder_;
-};
+using EmulatedBuffers =
+    EmulatedClient<zvx_omx_decoder_component, zvx_omx_decoder_component_init, zvx_omx_decoder_component_destroy>;
+using EmulatedEncoder =
+    EmulatedClient<zvx_omx_encoder_component, zvx_omx_encoder_component_init, zvx_omx_encoder_component_destroy>;
 
 TEST_F(EmulatedBuffers, TeardownInTheMiddleOfAStreamLeavesNothingRegistered)
 {
-    start();
-    for (OMX_BUFFERHEADERTYPE *header : inputs_) {
+    send(OMX_CommandPortDisable, 1);
+    complete(OMX_CommandPortDisable, 1);
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    const std::vector<OMX_BUFFERHEADERTYPE *> inputs = allocate(0);
+    complete(OMX_CommandStateSet, OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateExecuting);
+    complete(OMX_CommandStateSet, OMX_StateExecuting);
+    for (OMX_BUFFERHEADERTYPE *header : inputs) {
         empty(header, 100, OMX_BUFFERFLAG_ENDOFFRAME, 0);
     }
     ASSERT_TRUE(log_.saw({OMX_EventPortSettingsChanged, 1, 0}));
-    zvx_omx_decoder_component_destroy(&decoder_);
+    zvx_omx_decoder_component_destroy(&component_);
     EXPECT_EQ(zvx_dev_get_totals().buffers_left_registered, 0u);
 }
 
@@ -243,20 +197,35 @@ TEST_F(EmulatedEncoder, OutputBuffersKeptThroughTheSettingsEventAreFilledToTheEn
     constexpr int pictures = 12;
     constexpr OMX_TICKS interval = 33333;
     send(OMX_CommandStateSet, OMX_StateIdle);
-    inputs_ = allocate(0);
-    outputs_ = allocate(1);
+    const std::vector<OMX_BUFFERHEADERTYPE *> inputs = allocate(0);
+    const std::vector<OMX_BUFFERHEADERTYPE *> outputs = allocate(1);
     complete(OMX_CommandStateSet, OMX_StateIdle);
     send(OMX_CommandStateSet, OMX_StateExecuting);
     complete(OMX_CommandStateSet, OMX_StateExecuting);
-    for (OMX_BUFFERHEADERTYPE *header : outputs_) {
+    for (OMX_BUFFERHEADERTYPE *header : outputs) {
         fill(header);
     }
     int queued = 0;
-    for (OMX_BUFFERHEADERTYPE *header : inputs_) {
+    for (OMX_BUFFERHEADERTYPE *header : inputs) {
         empty(header, header->nAllocLen, 0, queued++ * interval);
     }
-    ASSERT_NO_FATAL_FAILURE(stream_to_the_end(queued, pictures, interval, 0, 0))
-        << "the encoder stopped filling the kept buffers";
+    // Refills outputs and gives inputs back as they return, then the end of stream; until the output ends.
+    bool ended = false;
+    const seen_event end_of_stream = {OMX_EventBufferFlag, 1, OMX_BUFFERFLAG_EOS};
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    while (!log_.returns_until(end_of_stream)) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the encoder stopped filling the kept buffers";
+        for (OMX_BUFFERHEADERTYPE *header : log_.take_returned()) {
+            if (header->nInputPortIndex == 1) {
+                fill(header);
+            } else if (queued < pictures) {
+                empty(header, header->nAllocLen, 0, queued++ * interval);
+            } else if (!ended) {
+                empty(header, 0, OMX_BUFFERFLAG_EOS, queued * interval);
+                ended = true;
+            }
+        }
+    }
     int pictures_out = 0;
     for (const client_log::output &output : log_.returned()) {
         if (output.filled_len != 0 && (output.flags & OMX_BUFFERFLAG_CODECCONFIG) == 0 &&

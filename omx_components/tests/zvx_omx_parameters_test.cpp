@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
-#include <condition_variable>
 #include <cstdarg>
 #include <cstring>
 #include <memory>
@@ -393,51 +391,22 @@ TEST_F(DecoderParameters, CommandFunctionTakesTheStreamsOwnFormatInAnyState)
     enter_state(OMX_StateLoaded);
 }
 
-std::mutex callback_mutex;
-std::condition_variable callback_done;
-struct callback_outcome {
-    bool ran = false;
-    bool on_command_thread = false;
-    OMX_ERRORTYPE get = OMX_ErrorUndefined;
-    OMX_ERRORTYPE set = OMX_ErrorUndefined;
-} in_callback;
-
 // Whatever the state change reports, it reports it from the command thread; the client answers by
-// reading and changing settings right there.
-OMX_ERRORTYPE reenter_from_event(OMX_HANDLETYPE handle, OMX_PTR, OMX_EVENTTYPE, OMX_U32, OMX_U32, OMX_PTR)
-{
-    auto *omx = static_cast<OMX_COMPONENTTYPE *>(handle);
-    auto definition = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
-    const OMX_ERRORTYPE got = omx->GetParameter(omx, OMX_IndexParamPortDefinition, &definition);
-    definition.nBufferCountActual = 7;
-    const OMX_ERRORTYPE set = omx->SetParameter(omx, OMX_IndexParamPortDefinition, &definition);
-    std::lock_guard<std::mutex> lock(callback_mutex);
-    if (!in_callback.ran) {
-        in_callback.ran = true;
-        in_callback.on_command_thread =
-            zvx_omx_common_cproc_on_command_thread(static_cast<zvx_omx_common_component *>(omx->pComponentPrivate));
-        in_callback.get = got;
-        in_callback.set = set;
-    }
-    callback_done.notify_all();
-    return OMX_ErrorNone;
-}
-
+// reading and changing settings right there, which must not wait for that thread.
 TEST_F(DecoderParameters, CallsFromInsideACallbackRunOnTheCommandThreadWithoutWaitingForIt)
 {
-    OMX_CALLBACKTYPE callbacks = {reenter_from_event, nullptr, nullptr};
-    ASSERT_EQ(omx_->SetCallbacks(omx_, &callbacks, nullptr), OMX_ErrorNone);
-    {
-        std::lock_guard<std::mutex> lock(callback_mutex);
-        in_callback = callback_outcome{};
-    }
+    zvx_test_client client;
+    client.on_event = [this](const zvx_test_event &) {
+        EXPECT_TRUE(zvx_omx_common_cproc_on_command_thread(comp_));
+        auto record = definition(0);
+        record.nBufferCountActual = 7;
+        EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorNone);
+    };
+    OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
+    ASSERT_EQ(omx_->SetCallbacks(omx_, &callbacks, &client), OMX_ErrorNone);
     ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateLoaded, nullptr), OMX_ErrorNone);
-    std::unique_lock<std::mutex> lock(callback_mutex);
-    ASSERT_TRUE(callback_done.wait_for(lock, std::chrono::seconds(10), [] { return in_callback.ran; }));
-    EXPECT_TRUE(in_callback.on_command_thread);
-    EXPECT_EQ(in_callback.get, OMX_ErrorNone);
-    EXPECT_EQ(in_callback.set, OMX_ErrorNone);
-    lock.unlock();
+    EXPECT_EQ(client.take(1).size(), 1u);
+    zvx_sync(comp_); // the callback has returned
     EXPECT_EQ(definition(0).nBufferCountActual, 7u);
 }
 
