@@ -134,8 +134,19 @@ TEST_F(SetRole, UnknownCodecWordClearsTheRole)
     EXPECT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.avc1"), OMX_ErrorBadParameter);
 }
 
-TEST_F(SetRole, DecoderDestroyRestoresTheCommonExtensionLookup)
+TEST_F(SetRole, DecoderNamesLieOverTheCommonExtensionLookupUntilDestroy)
 {
+    OMX_COMPONENTTYPE *omx = &decoder_handle_.omx;
+    OMX_INDEXTYPE metadata = OMX_IndexMax;
+    OMX_INDEXTYPE anw = OMX_IndexMax;
+    char store_metadata[] = "OMX.google.android.index.storeMetaDataInBuffers";
+    char store_anw[] = "OMX.google.android.index.storeANWBufferInMetadata";
+    ASSERT_EQ(decoder_.InheritedGetExtensionIndex(omx, store_metadata, &metadata), OMX_ErrorNone);
+    ASSERT_EQ(decoder_.InheritedGetExtensionIndex(omx, store_anw, &anw), OMX_ErrorNone);
+    EXPECT_EQ(metadata, anw);
+    char native_buffer2[] = "OMX.google.android.index.useAndroidNativeBuffer2";
+    EXPECT_EQ(decoder_.InheritedGetExtensionIndex(omx, native_buffer2, &anw), OMX_ErrorUnsupportedIndex);
+
     EXPECT_NE(decoder_handle_.omx.GetExtensionIndex, decoder_.InheritedGetExtensionIndex);
     zvx_omx_decoder_component_destroy(&decoder_);
     EXPECT_EQ(decoder_handle_.omx.GetExtensionIndex, decoder_.InheritedGetExtensionIndex);

@@ -101,6 +101,9 @@ using Commands = zvx_decoder_test;
 TEST_F(Commands, DisableWithoutSessionCompletesInsideSendCommandInputFirst)
 {
     EXPECT_EQ(omx_->SendCommand(omx_, OMX_CommandPortDisable, 2, nullptr), OMX_ErrorBadParameter);
+    EXPECT_EQ(omx_->SendCommand(omx_, OMX_CommandFlush, 2, nullptr), OMX_ErrorBadParameter);
+    EXPECT_EQ(omx_->SendCommand(omx_, OMX_CommandMarkBuffer, 0, nullptr), OMX_ErrorNotImplemented);
+    EXPECT_EQ(omx_->SendCommand(nullptr, OMX_CommandFlush, 0, nullptr), OMX_ErrorBadParameter);
     send(OMX_CommandPortDisable, OMX_ALL);
     const std::vector<zvx_test_event> at_once = {zvx_complete(OMX_CommandPortDisable, 0),
                                                  zvx_complete(OMX_CommandPortDisable, 1)};
@@ -208,6 +211,14 @@ TEST_F(Commands, HungSessionMakesTheComponentInvalidAndEndsAFlushWaitingForIt)
     expect_events({zvx_error(OMX_ErrorInvalidState, OMX_StateInvalid), zvx_complete(OMX_CommandFlush, 0)});
     EXPECT_EQ(state(), OMX_StateInvalid);
     EXPECT_FALSE(zvx_omx_state_has_session(comp_));
+}
+
+TEST_F(Commands, SetCallbacksWithoutTableKeepsTheOldOnesButStoresAppData)
+{
+    EXPECT_EQ(omx_->SetCallbacks(omx_, nullptr, &decoder_), OMX_ErrorNone);
+    EXPECT_EQ(omx_->pApplicationPrivate, &decoder_);
+    EXPECT_EQ(comp_->omx_callbacks.EventHandler, zvx_test_client::event_handler);
+    EXPECT_EQ(omx_->SetCallbacks(omx_, nullptr, &client_), OMX_ErrorNone);
 }
 
 TEST_F(Commands, CallbacksMayCallBackIntoTheComponent)
