@@ -220,24 +220,6 @@ TEST_F(CommandProcessor, UnfinishedCommandLeftBehindTheExitIsFreedWithTheQueue)
     EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2}));
 }
 
-TEST_F(CommandProcessor, EverythingQueuedBeforeExitRunsAndTheThreadCanStartAgain)
-{
-    take_run_log();
-    zvx_omx_common_cproc_invoker_start(&comp_);
-    for (int id = 0; id < 200; ++id) {
-        queue_recorded(&comp_, id, 1);
-    }
-    zvx_omx_common_cproc_invoker_exit(&comp_);
-    EXPECT_EQ(take_run_log().size(), 200u);
-    EXPECT_EQ(comp_.cproc_invoker.invoker_thread, 0u);
-    EXPECT_EQ(comp_.cproc_invoker.exit, 0);
-
-    zvx_omx_common_cproc_invoker_start(&comp_);
-    queue_recorded(&comp_, 7, 1);
-    zvx_omx_common_cproc_invoker_exit(&comp_);
-    EXPECT_EQ(take_run_log(), std::vector<int>{7});
-}
-
 std::atomic<int> seen_on_command_thread;
 
 bool note_thread(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *)
@@ -246,24 +228,33 @@ bool note_thread(struct zvx_omx_common_component *comp, struct zvx_omx_common_cp
     return true;
 }
 
-TEST_F(CommandProcessor, OnlyTheComponentsOwnThreadIsItsCommandThread)
+TEST_F(CommandProcessor, EverythingQueuedBeforeExitRunsOnTheComponentsOwnThreadWhichCanStartAgain)
 {
-    seen_on_command_thread = -1;
-    zvx_omx_common_cproc_invoker_start(&comp_);
-    queue_function(&comp_, note_thread);
-    zvx_omx_common_cproc_invoker_exit(&comp_);
-    EXPECT_EQ(seen_on_command_thread.load(), 1);
-    EXPECT_FALSE(zvx_omx_common_cproc_on_command_thread(&comp_));
-    EXPECT_FALSE(zvx_omx_common_cproc_on_command_thread(nullptr));
-}
-
-TEST_F(CommandProcessor, ExitWithoutThreadAndNullArgumentsAreHarmless)
-{
-    zvx_omx_common_cproc_invoker_exit(&comp_);
+    zvx_omx_common_cproc_invoker_exit(&comp_); // no thread yet: harmless, as are null arguments
     zvx_omx_common_cproc_invoker_exit(nullptr);
     zvx_omx_common_cproc_invoker_start(nullptr);
     EXPECT_FALSE(zvx_omx_common_cproc_command_queue_enqueue(&comp_.cproc_queue, nullptr));
     EXPECT_EQ(zvx_omx_common_cproc_command_queue_dequeue(&comp_.cproc_queue), nullptr);
+
+    take_run_log();
+    seen_on_command_thread = -1;
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    queue_function(&comp_, note_thread);
+    for (int id = 0; id < 200; ++id) {
+        queue_recorded(&comp_, id, 1);
+    }
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    EXPECT_EQ(take_run_log().size(), 200u);
+    EXPECT_EQ(seen_on_command_thread.load(), 1);
+    EXPECT_FALSE(zvx_omx_common_cproc_on_command_thread(&comp_));
+    EXPECT_FALSE(zvx_omx_common_cproc_on_command_thread(nullptr));
+    EXPECT_EQ(comp_.cproc_invoker.invoker_thread, 0u);
+    EXPECT_EQ(comp_.cproc_invoker.exit, 0);
+
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    queue_recorded(&comp_, 7, 1);
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    EXPECT_EQ(take_run_log(), std::vector<int>{7});
 }
 
 class CommandProcessorWithDevice : public CommandProcessor {
@@ -288,7 +279,7 @@ protected:
     int device_[2];
 };
 
-TEST_F(CommandProcessorWithDevice, NoEventIsFetchedWithoutSession)
+TEST_F(CommandProcessorWithDevice, EventsAreFetchedOnlyWithASessionAndReachTheDispatcher)
 {
     zvx_omx_common_cproc_invoker_start(&comp_);
     for (int id = 0; id < 20; ++id) {
@@ -297,10 +288,7 @@ TEST_F(CommandProcessorWithDevice, NoEventIsFetchedWithoutSession)
     zvx_omx_common_cproc_invoker_exit(&comp_);
     take_run_log();
     EXPECT_EQ(get_event_calls.load(), 0);
-}
 
-TEST_F(CommandProcessorWithDevice, SessionEventsReachTheDispatcher)
-{
     comp_.session_created = true;
     comp_.hw_state = ZVX_BASE_HW_STATE_STOPPED;
     pending_state_events = 1;
