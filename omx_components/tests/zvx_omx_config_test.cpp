@@ -66,34 +66,6 @@ TEST_F(SettingsStore, AvcDecoderListsEveryProfileLevelPairProfileMajor)
     EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamVideoProfileLevelQuerySupported, 48), nullptr);
 }
 
-TEST_F(SettingsStore, CodecDefaultsCarryTheCodecCompressionFormat)
-{
-    struct Case {
-        OMX_ERRORTYPE (*config)(uint32_t, OMX_U32, struct zvx_map *);
-        uint32_t type;
-        OMX_VIDEO_CODINGTYPE coding;
-    };
-    const Case cases[] = {
-        {zvx_omx_port_h263_config, ZVX_OMX_DECODER, OMX_VIDEO_CodingH263},
-        {zvx_omx_port_hevc_config, ZVX_OMX_ENCODER, OMX_VIDEO_CodingHEVC},
-        {zvx_omx_port_mpeg2_config, ZVX_OMX_DECODER, OMX_VIDEO_CodingMPEG2},
-        {zvx_omx_port_vc1_config, ZVX_OMX_DECODER, OMX_VIDEO_CodingWMV},
-        {zvx_omx_port_vp9_config, ZVX_OMX_ENCODER, OMX_VIDEO_CodingVP9},
-    };
-    for (const Case &c : cases) {
-        struct zvx_map map;
-        ASSERT_EQ(zvx_omx_config_construct(&map), OMX_ErrorNone);
-        ASSERT_EQ(c.config(c.type, 1, &map), OMX_ErrorNone);
-        auto *def =
-            static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&map, OMX_IndexParamPortDefinition, 0));
-        ASSERT_NE(def, nullptr);
-        EXPECT_EQ(def->format.video.eCompressionFormat, c.coding);
-        EXPECT_EQ(def->nPortIndex, 1u);
-        EXPECT_NE(zvx_omx_config_find(&map, OMX_IndexParamVideoProfileLevelQuerySupported, 0), nullptr);
-        zvx_omx_config_destruct(&map);
-    }
-}
-
 TEST_F(SettingsStore, JpegFrameDefaultsKeepOnlyFourTwoZeroYuvRenumbered)
 {
     ASSERT_EQ(zvx_omx_config_encoder_input(&store), OMX_ErrorNone);

@@ -77,14 +77,6 @@ protected:
     zvx_omx_component encoder_handle_;
 };
 
-OMX_VIDEO_CODINGTYPE bitstream_coding(zvx_omx_common_component &comp)
-{
-    const OMX_U32 port = zvx_omx_common_component_get_bitstream_port_index(&comp);
-    const auto *definition = static_cast<const OMX_PARAM_PORTDEFINITIONTYPE *>(
-        zvx_omx_config_find(&comp.ports[port].config_and_params, OMX_IndexParamPortDefinition, 0));
-    return definition != nullptr ? definition->format.video.eCompressionFormat : OMX_VIDEO_CodingMax;
-}
-
 TEST_F(SetRole, EveryCodecWordLoadsItsBitstreamDefaultsAndClosesTheSession)
 {
     const struct {
@@ -111,7 +103,15 @@ TEST_F(SetRole, EveryCodecWordLoadsItsBitstreamDefaultsAndClosesTheSession)
             comp->session_created = true;
             EXPECT_EQ(zvx_omx_common_component_set_role(comp, (prefix + codec.word).c_str()), OMX_ErrorNone);
             EXPECT_EQ(comp->role, codec.role);
-            EXPECT_EQ(bitstream_coding(*comp), codec.coding);
+            const OMX_U32 port = zvx_omx_common_component_get_bitstream_port_index(comp);
+            auto *defaults = &comp->ports[port].config_and_params;
+            const auto *definition = static_cast<const OMX_PARAM_PORTDEFINITIONTYPE *>(
+                zvx_omx_config_find(defaults, OMX_IndexParamPortDefinition, 0));
+            ASSERT_NE(definition, nullptr);
+            EXPECT_EQ(definition->format.video.eCompressionFormat, codec.coding);
+            EXPECT_EQ(definition->nPortIndex, port);
+            EXPECT_EQ(zvx_omx_config_find(defaults, OMX_IndexParamVideoProfileLevelQuerySupported, 0) != nullptr,
+                      codec.coding != OMX_VIDEO_CodingMJPEG);
             EXPECT_FALSE(comp->session_created);
         }
     }
