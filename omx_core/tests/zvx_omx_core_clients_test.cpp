@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <fstream>
 #include <regex>
 #include <string>
@@ -32,10 +31,12 @@ struct sunk_buffer {
 
 int64_t parse_clock_time(const std::string &text)
 {
-    unsigned hours = 0, minutes = 0, seconds = 0, nanoseconds = 0;
-    if (std::sscanf(text.c_str(), "%u:%u:%u.%u", &hours, &minutes, &seconds, &nanoseconds) != 4)
+    static const std::regex clock(R"((\d+):(\d+):(\d+)\.(\d+))");
+    std::smatch part;
+    if (!std::regex_match(text, part, clock))
         return -1;
-    return ((int64_t{hours} * 60 + minutes) * 60 + seconds) * 1000000000 + nanoseconds;
+    return ((std::stoll(part[1]) * 60 + std::stoll(part[2])) * 60 + std::stoll(part[3])) * 1000000000 +
+           std::stoll(part[4]);
 }
 
 std::vector<sunk_buffer> sunk_buffers(const std::string &output)
