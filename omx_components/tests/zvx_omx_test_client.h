@@ -330,6 +330,10 @@ protected:
     std::vector<OMX_BUFFERHEADERTYPE *> idle_with_inputs(size_t count)
     {
         send(OMX_CommandStateSet, OMX_StateIdle);
+        OMX_BUFFERHEADERTYPE *refused = nullptr;
+        EXPECT_EQ(omx_->AllocateBuffer(omx_, &refused, 1, nullptr, definition(1).nBufferSize),
+                  OMX_ErrorIncorrectStateOperation)
+            << "a disabled port takes no buffer on the way to Idle";
         std::vector<OMX_BUFFERHEADERTYPE *> inputs = allocate(0, count);
         zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
         expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
