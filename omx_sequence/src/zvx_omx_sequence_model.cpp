@@ -501,18 +501,26 @@ void zvx_seq_model::on_refusal(OMX_ERRORTYPE error, OMX_U32 data2)
     });
     const bool becomes_invalid = error == OMX_ErrorInvalidState && data2 == OMX_StateInvalid &&
                                  state_ != OMX_StateInvalid && to_invalid != expected_.end();
-    const auto found = becomes_invalid
-                           ? to_invalid
-                           : std::find_if(expected_.begin(), expected_.end(), [&](const zvx_seq_expected &entry) {
-                                 if (entry.command == OMX_CommandStateSet) {
-                                     return entry.param == data2;
-                                 }
-                                 // Same state and incorrect transition refuse state changes only.
-                                 if (error == OMX_ErrorSameState || error == OMX_ErrorIncorrectStateTransition) {
-                                     return false;
-                                 }
-                                 return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
-                             });
+    const auto refuses = [&](const zvx_seq_expected &entry) {
+        if (entry.command == OMX_CommandStateSet) {
+            return entry.param == data2;
+        }
+        // Same state and incorrect transition refuse state changes only.
+        if (error == OMX_ErrorSameState || error == OMX_ErrorIncorrectStateTransition) {
+            return false;
+        }
+        return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
+    };
+    // A match still inside SendCommand may yet be refused there, as a MarkBuffer the component does not
+    // implement is: an accepted match takes the refusal first.
+    auto found = to_invalid;
+    if (!becomes_invalid) {
+        found = std::find_if(expected_.begin(), expected_.end(),
+                             [&](const zvx_seq_expected &entry) { return entry.confirmed && refuses(entry); });
+        if (found == expected_.end()) {
+            found = std::find_if(expected_.begin(), expected_.end(), refuses);
+        }
+    }
     if (found == expected_.end()) {
         if (error == OMX_ErrorInvalidState) {
             state_ = OMX_StateInvalid; // a component may find itself invalid and say so at any time

@@ -246,6 +246,19 @@ TEST_F(ModelTest, AnswerBeforeSendCommandReturnsCounts)
     EXPECT_TRUE(flags(model, zvx_seq_fault::other)) << "an answer to a command SendCommand refused";
 }
 
+TEST_F(ModelTest, RefusalGoesToTheAcceptedMatchBeforeOneStillInsideSendCommand)
+{
+    // An invalid component: the client's MarkBuffer(0) is still inside SendCommand, which will refuse it,
+    // when a callback's Flush(0) is accepted and refused with Error(InvalidState, 0).
+    send(OMX_CommandStateSet, OMX_StateInvalid);
+    model.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_StateInvalid);
+    const uint64_t mark = model.command_sending(OMX_CommandMarkBuffer, 0);
+    send(OMX_CommandFlush, 0);
+    model.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), 0);
+    model.command_sent(mark, OMX_ErrorNotImplemented);
+    EXPECT_TRUE(settled(model)) << listed(model);
+}
+
 TEST_F(ModelTest, RefusalsMustFitTheState)
 {
     reach(OMX_StateIdle);
