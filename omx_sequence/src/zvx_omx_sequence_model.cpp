@@ -511,16 +511,9 @@ void zvx_seq_model::on_refusal(OMX_ERRORTYPE error, OMX_U32 data2)
         }
         return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
     };
-    // A match still inside SendCommand may yet be refused there, as a MarkBuffer the component does not
-    // implement is: an accepted match takes the refusal first.
-    auto found = to_invalid;
-    if (!becomes_invalid) {
-        found = std::find_if(expected_.begin(), expected_.end(),
-                             [&](const zvx_seq_expected &entry) { return entry.confirmed && refuses(entry); });
-        if (found == expected_.end()) {
-            found = std::find_if(expected_.begin(), expected_.end(), refuses);
-        }
-    }
+    // Of several matches, the refusal goes to one that keeps the order, as a completion does: the first
+    // may still be inside SendCommand, which may yet refuse it (a MarkBuffer the component lacks).
+    const auto found = becomes_invalid ? to_invalid : zvxp_find_answered(expected_, refuses).entry;
     if (found == expected_.end()) {
         if (error == OMX_ErrorInvalidState) {
             state_ = OMX_StateInvalid; // a component may find itself invalid and say so at any time

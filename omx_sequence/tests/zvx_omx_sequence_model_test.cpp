@@ -246,7 +246,7 @@ TEST_F(ModelTest, AnswerBeforeSendCommandReturnsCounts)
     EXPECT_TRUE(flags(model, zvx_seq_fault::other)) << "an answer to a command SendCommand refused";
 }
 
-TEST_F(ModelTest, RefusalGoesToTheAcceptedMatchBeforeOneStillInsideSendCommand)
+TEST_F(ModelTest, RefusalGoesToTheMatchThatKeepsTheOrder)
 {
     // An invalid component: the client's MarkBuffer(0) is still inside SendCommand, which will refuse it,
     // when a callback's Flush(0) is accepted and refused with Error(InvalidState, 0).
@@ -257,6 +257,19 @@ TEST_F(ModelTest, RefusalGoesToTheAcceptedMatchBeforeOneStillInsideSendCommand)
     model.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), 0);
     model.command_sent(mark, OMX_ErrorNotImplemented);
     EXPECT_TRUE(settled(model)) << listed(model);
+
+    // The client's StateSet(Loaded) is accepted but not yet recorded when a callback's PortDisable(1) and
+    // StateSet(Loaded) are: the first refusal is the client's, ahead of the disable.
+    zvx_seq_model loaded;
+    const uint64_t client = loaded.command_sending(OMX_CommandStateSet, OMX_StateLoaded);
+    const uint64_t returned_at = loaded.stamp();
+    loaded.command_sent(loaded.command_sending(OMX_CommandPortDisable, 1), OMX_ErrorNone);
+    loaded.command_sent(loaded.command_sending(OMX_CommandStateSet, OMX_StateLoaded), OMX_ErrorNone);
+    loaded.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateLoaded);
+    loaded.command_sent(client, OMX_ErrorNone, returned_at);
+    loaded.on_event(OMX_EventCmdComplete, OMX_CommandPortDisable, 1);
+    loaded.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateLoaded);
+    EXPECT_TRUE(settled(loaded)) << listed(loaded);
 }
 
 TEST_F(ModelTest, RefusalsMustFitTheState)
