@@ -308,6 +308,12 @@ bool zvx_seq_model::port_command_pending(OMX_U32 port) const
     });
 }
 
+bool zvx_seq_model::freeing_on(OMX_U32 port) const
+{
+    return std::any_of(buffers_.begin(), buffers_.end(),
+                       [port](const auto &entry) { return entry.second.port == port && entry.second.freeing; });
+}
+
 size_t zvx_seq_model::client_count(OMX_U32 port) const
 {
     return static_cast<size_t>(std::count_if(buffers_.begin(), buffers_.end(), [port](const auto &entry) {
@@ -431,9 +437,10 @@ void zvx_seq_model::completed_state(OMX_U32 target, const zvx_seq_expected &comm
                 require_back(port, command.sent_at, what);
             }
         } else if (from == OMX_StateLoaded || from == OMX_StateWaitForResources) {
-            // A port command sent meanwhile, run next, may change the port before the client reads it.
+            // A port command sent meanwhile, run next, may change the port before the client reads it, and
+            // so may a free the client began before it heard of the completion.
             for (OMX_U32 port = 0; port < PORT_COUNT; ++port) {
-                requires_populated_[port] = enabled_[port] && !port_command_pending(port);
+                requires_populated_[port] = enabled_[port] && !port_command_pending(port) && !freeing_on(port);
             }
         }
         break;

@@ -469,6 +469,18 @@ TEST_F(ModelTest, PortDefinitionFollowsTheClient)
     queued.check_port_definition(definition, queued.epoch());
     EXPECT_TRUE(queued.violations().empty()) << listed(queued);
 
+    // Idle completes while the client's FreeBuffer of one of the port's buffers is under way.
+    zvx_seq_model freeing;
+    freeing.command_sent(freeing.command_sending(OMX_CommandStateSet, OMX_StateIdle), OMX_ErrorNone);
+    freeing.buffer_registered(&input, 1);
+    freeing.buffer_registered(&output, 1);
+    freeing.free_starting(&output);
+    freeing.on_event(OMX_EventCmdComplete, OMX_CommandStateSet, OMX_StateIdle);
+    freeing.free_finished(&output, OMX_ErrorNone);
+    definition.bEnabled = OMX_TRUE;
+    freeing.check_port_definition(definition, freeing.epoch());
+    EXPECT_TRUE(freeing.violations().empty()) << listed(freeing);
+
     // The component raises the count with a new minimum, read before its PortSettingsChanged comes.
     zvx_seq_model announced;
     definition.bEnabled = OMX_TRUE;
