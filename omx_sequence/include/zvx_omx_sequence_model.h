@@ -107,9 +107,9 @@ public:
     bool state_change_pending() const;
     bool port_command_pending(OMX_U32 port) const;
     bool port_enabled(OMX_U32 port) const { return port < PORT_COUNT && enabled_[port]; }
-    /* Headers registered on the port and not being freed. */
     /* A FreeBuffer of one of the port's buffers is under way. */
     bool freeing_on(OMX_U32 port) const;
+    /* Headers registered on the port and not being freed. */
     size_t client_count(OMX_U32 port) const;
     /* The same, less buffers registered after a command sent later that lets the port take them (a
      * StateSet(Idle) after a StateSet(Loaded), a PortEnable after a PortDisable): a command takes effect
