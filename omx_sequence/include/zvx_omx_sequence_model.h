@@ -145,6 +145,9 @@ private:
                                                 const std::string &answer);
     void on_complete(OMX_U32 command, OMX_U32 param);
     void on_refusal(OMX_ERRORTYPE error, OMX_U32 data2);
+    /* A completion of the command the last refusal went to: when the refusal could as well have answered
+     * another command, sent so that the two overlapped, it was that one's, which now takes it. */
+    bool refusal_was_another_commands(OMX_U32 command, OMX_U32 param);
     void completed_state(OMX_U32 target, const zvx_seq_expected &command);
     void refused_state(OMX_ERRORTYPE error, OMX_U32 target);
     void completed_port_command(const zvx_seq_expected &command);
@@ -165,6 +168,14 @@ private:
     std::deque<zvx_seq_expected> expected_;
     /* Answers already taken for commands whose SendCommand has not returned yet. */
     std::map<uint64_t, int> answered_early_;
+    /* The last refusal, until the next answer: where two matching commands overlapped, only a later
+     * answer shows which of them it was. */
+    struct refusal {
+        zvx_seq_expected taken;
+        OMX_ERRORTYPE error;
+        OMX_U32 data2;
+    };
+    std::optional<refusal> last_refusal_;
     OMX_STATETYPE state_ = OMX_StateLoaded;
     bool enabled_[PORT_COUNT] = {true, true};
     /* An OMX_EventPortSettingsChanged not yet followed by a disable of the port: its count may move. */

@@ -93,6 +93,19 @@ std::deque<zvx_seq_expected>::iterator zvxp_owed_before(std::deque<zvx_seq_expec
     });
 }
 
+/* An Error event with data2 as the answer to the command entry. */
+bool zvxp_refuses(OMX_ERRORTYPE error, OMX_U32 data2, const zvx_seq_expected &entry)
+{
+    if (entry.command == OMX_CommandStateSet) {
+        return entry.param == data2;
+    }
+    // Same state and incorrect transition refuse state changes only.
+    if (error == OMX_ErrorSameState || error == OMX_ErrorIncorrectStateTransition) {
+        return false;
+    }
+    return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
+}
+
 /* SendCommands from two threads overlap, so which of two matching commands the component queued first is
  * not always known. The answer goes to a match that may be next: none accepted before it was sent, and
  * none of its own ports before it unanswered. A match that leaves no command accepted before it
@@ -397,9 +410,14 @@ void zvx_seq_model::on_complete(OMX_U32 command, OMX_U32 param)
 {
     const std::string answer =
         "CmdComplete(" + zvx_seq_describe_command(static_cast<OMX_COMMANDTYPE>(command), param) + ")";
-    const zvxp_answered answered = zvxp_find_answered(expected_, [&](const zvx_seq_expected &entry) {
+    const auto matches = [&](const zvx_seq_expected &entry) {
         return static_cast<OMX_U32>(entry.command) == command && entry.param == param;
-    });
+    };
+    zvxp_answered answered = zvxp_find_answered(expected_, matches);
+    if (answered.entry == expected_.end() && refusal_was_another_commands(command, param)) {
+        answered = zvxp_find_answered(expected_, matches);
+    }
+    last_refusal_.reset();
     const auto found = answered.entry;
     if (found == expected_.end()) {
         violate(zvx_seq_fault::other, answer + " answers no unanswered command");
@@ -417,6 +435,33 @@ void zvx_seq_model::on_complete(OMX_U32 command, OMX_U32 param)
     } else {
         completed_port_command(entry);
     }
+}
+
+bool zvx_seq_model::refusal_was_another_commands(OMX_U32 command, OMX_U32 param)
+{
+    if (!last_refusal_ || static_cast<OMX_U32>(last_refusal_->taken.command) != command ||
+        last_refusal_->taken.param != param) {
+        return false;
+    }
+    const refusal refused = *last_refusal_;
+    const auto others = [&](const zvx_seq_expected &entry) {
+        return entry.id != refused.taken.id && zvxp_refuses(refused.error, refused.data2, entry);
+    };
+    if (zvxp_find_answered(expected_, others).entry == expected_.end()) {
+        return false;
+    }
+    // The command the refusal was given to is owed its answer again, in the place it was sent.
+    expected_.insert(std::find_if(expected_.begin(), expected_.end(),
+                                  [&](const zvx_seq_expected &entry) { return entry.sent_at > refused.taken.sent_at; }),
+                     refused.taken);
+    const auto other = zvxp_find_answered(expected_, others).entry;
+    const zvx_seq_expected entry = *take(
+        other, zvxp_format("Error(%s, 0x%x)", zvxp_error_name(refused.error), static_cast<unsigned>(refused.data2)));
+    expected_.erase(other);
+    if (entry.command == OMX_CommandStateSet) {
+        refused_state(refused.error, entry.param);
+    }
+    return true;
 }
 
 void zvx_seq_model::completed_state(OMX_U32 target, const zvx_seq_expected &command)
@@ -508,16 +553,7 @@ void zvx_seq_model::on_refusal(OMX_ERRORTYPE error, OMX_U32 data2)
     });
     const bool becomes_invalid = error == OMX_ErrorInvalidState && data2 == OMX_StateInvalid &&
                                  state_ != OMX_StateInvalid && to_invalid != expected_.end();
-    const auto refuses = [&](const zvx_seq_expected &entry) {
-        if (entry.command == OMX_CommandStateSet) {
-            return entry.param == data2;
-        }
-        // Same state and incorrect transition refuse state changes only.
-        if (error == OMX_ErrorSameState || error == OMX_ErrorIncorrectStateTransition) {
-            return false;
-        }
-        return entry.param == data2 || (data2 == OMX_ALL && entry.all_ports);
-    };
+    const auto refuses = [&](const zvx_seq_expected &entry) { return zvxp_refuses(error, data2, entry); };
     // Of several matches, the refusal goes to one that keeps the order, as a completion does: the first
     // may still be inside SendCommand, which may yet refuse it (a MarkBuffer the component lacks).
     const auto found = becomes_invalid ? to_invalid : zvxp_find_answered(expected_, refuses).entry;
@@ -530,6 +566,10 @@ void zvx_seq_model::on_refusal(OMX_ERRORTYPE error, OMX_U32 data2)
         return;
     }
     const zvx_seq_expected entry = *take(found, answer);
+    last_refusal_.reset();
+    if (error != OMX_ErrorInvalidState && !entry.all_ports && entry.confirmed) {
+        last_refusal_ = refusal{entry, error, data2};
+    }
     if (data2 == OMX_ALL && entry.all_ports) {
         // One refusal of a whole OMX_ALL command answers it for every port.
         std::erase_if(expected_, [&](const zvx_seq_expected &other) { return other.id == entry.id; });

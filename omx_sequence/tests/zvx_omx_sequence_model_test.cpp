@@ -270,6 +270,16 @@ TEST_F(ModelTest, RefusalGoesToTheMatchThatKeepsTheOrder)
     loaded.on_event(OMX_EventCmdComplete, OMX_CommandPortDisable, 1);
     loaded.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateLoaded);
     EXPECT_TRUE(settled(loaded)) << listed(loaded);
+
+    // The client's StateSet(Loaded) is queued before a callback's Flush(1) but returns after it. Error(
+    // InsufficientResources, 1) fits either; only the flush's completion after it shows whose it was.
+    zvx_seq_model overlapped;
+    const uint64_t to_loaded = overlapped.command_sending(OMX_CommandStateSet, OMX_StateLoaded);
+    overlapped.command_sent(overlapped.command_sending(OMX_CommandFlush, 1), OMX_ErrorNone);
+    overlapped.command_sent(to_loaded, OMX_ErrorNone);
+    overlapped.on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInsufficientResources), 1);
+    overlapped.on_event(OMX_EventCmdComplete, OMX_CommandFlush, 1);
+    EXPECT_TRUE(settled(overlapped)) << listed(overlapped);
 }
 
 TEST_F(ModelTest, RefusalsMustFitTheState)
