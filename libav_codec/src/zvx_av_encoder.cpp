@@ -6,6 +6,7 @@
 
 extern "C" {
 #include <libavutil/dict.h>
+#include <libavutil/log.h>
 }
 
 namespace zvx_av {
@@ -53,6 +54,9 @@ Status Encoder::open_context()
     CodecContextPtr context(avcodec_alloc_context3(encoder_));
     if (!context)
         return Status(AVERROR(ENOMEM));
+    // Each encoder's start-up banner is information for its own programs, not for a player that loads
+    // the component: it is moved to the verbose level, while warnings and errors stay visible.
+    context->log_level_offset = AV_LOG_VERBOSE - AV_LOG_INFO;
     AVDictionary *options = nullptr;
     const Status configured = configure_encoder(settings_, *encoder_, *context, &options);
     const int opened = configured.ok() ? avcodec_open2(context.get(), encoder_, &options) : configured.code();
