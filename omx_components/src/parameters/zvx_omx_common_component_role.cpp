@@ -94,7 +94,7 @@ OMX_ERRORTYPE zvx_omx_common_component_set_role(struct zvx_omx_common_component 
         if (codec.word == word) {
             OMX_ERRORTYPE result;
             {
-                zvx_omx_settings_lock lock(comp);
+                zvx_omx_mutex_guard lock(&comp->lock);
                 result = zvxp_apply_codec(comp, codec);
                 zvxp_store_role(comp, requested);
                 comp->role = codec.role;

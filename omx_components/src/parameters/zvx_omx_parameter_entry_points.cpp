@@ -84,7 +84,7 @@ bool zvxp_may_set(struct zvx_omx_common_component *comp, const zvx_omx_parameter
         return false;
     zvxp_record_header header;
     std::memcpy(&header, param, sizeof(header));
-    zvx_omx_settings_lock lock(comp);
+    zvx_omx_mutex_guard lock(&comp->lock);
     const OMX_PARAM_PORTDEFINITIONTYPE *definition = zvx_omx_port_get_definition(&comp->ports[header.nPortIndex]);
     return definition != nullptr && definition->bEnabled == OMX_FALSE;
 }
@@ -164,7 +164,7 @@ OMX_ERRORTYPE zvx_omx_common_component_get_parameter(OMX_HANDLETYPE hComponent, 
     const zvx_omx_parameter_entry *entry = nullptr;
     OMX_ERRORTYPE error = zvxp_check_record(comp, nIndex, pComponentParameterStructure, ZVX_OMX_PARAMETER_GET, &entry);
     if (error == OMX_ErrorNone) {
-        zvx_omx_settings_lock lock(comp);
+        zvx_omx_mutex_guard lock(&comp->lock);
         error = zvx_omx_parameter_read(comp, *entry, pComponentParameterStructure);
     }
     if (error == OMX_ErrorNone)

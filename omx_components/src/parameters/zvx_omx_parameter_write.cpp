@@ -437,7 +437,7 @@ OMX_ERRORTYPE zvxp_set_parameter(struct zvx_omx_common_component *comp, OMX_INDE
     zvxp_session_updates updates;
     OMX_ERRORTYPE error;
     {
-        zvx_omx_settings_lock lock(comp);
+        zvx_omx_mutex_guard lock(&comp->lock);
         error = zvxp_apply(comp, *entry, port, record, updates);
     }
     if (error == OMX_ErrorNone)

@@ -35,7 +35,7 @@ void zvx_omx_session_pass_stored(struct zvx_omx_common_component *comp, const zv
     if (entry.size > sizeof(copy))
         return;
     {
-        zvx_omx_settings_lock lock(comp);
+        zvx_omx_mutex_guard lock(&comp->lock);
         const void *stored = zvx_omx_config_find(zvx_omx_parameter_store(comp, entry.scope, port), entry.index, 0);
         if (stored == nullptr)
             return;
