@@ -157,6 +157,9 @@ TEST_F(DecoderParameters, MissingShortBadVersionPortOrIndexRecordIsRefusedAndCha
     EXPECT_EQ(set(OMX_IndexParamVideoBitrate, &bitrate), OMX_ErrorUnsupportedIndex);
     auto supported = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(0);
     EXPECT_EQ(set(OMX_IndexParamVideoProfileLevelQuerySupported, &supported), OMX_ErrorUnsupportedIndex);
+    auto native = zvx_omx_stamped_record<UseAndroidNativeBufferParams>(1);
+    EXPECT_EQ(set(OMX_IndexParamUseAndroidNativeBuffer2, &native), OMX_ErrorUnsupportedIndex)
+        << "registering a native buffer is not a setting";
     EXPECT_TRUE(same_bytes(definition(0), before));
 }
 
@@ -298,7 +301,7 @@ TEST_F(DecoderParameters, PortDefinitionOutsideWhatThePortCanDoChangesNothing)
     EXPECT_EQ(after.nBufferSize, 38016u) << "a frame port's buffers are sized by its frames";
 }
 
-TEST_F(DecoderParameters, DescribeColorFormatLaysOutEachYuv420Plane)
+TEST_F(DecoderParameters, DescribeColorFormatLaysOutEachYuv420PlaneAndEnumerationWordsBeyondAreRefusedUnread)
 {
     auto describe = zvx_omx_stamped_record<DescribeColorFormatParams>(0);
     describe.nFrameWidth = 176;
@@ -334,14 +337,16 @@ TEST_F(DecoderParameters, DescribeColorFormatLaysOutEachYuv420Plane)
     describe.nStride = 0xFFFFFFF0u;
     ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
     EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_UNKNOWN) << "planes beyond 4 GiB cannot be described";
-}
 
-// A client's enumeration field may hold any word. Reading one beyond its enumeration as that type is
-// undefined, so a set refuses it first and a query reads it as a word. Found by the SetParameter fuzzer.
-TEST_F(DecoderParameters, EnumerationWordBeyondItsEnumerationIsRefusedBeforeItIsRead)
-{
+    // A client's enumeration field may hold any word. Reading one beyond its enumeration as that type is
+    // undefined, so a set refuses it first and a query reads it as a word. Found by the SetParameter fuzzer.
     const auto put = [](auto &field, OMX_U32 word) { std::memcpy(&field, &word, sizeof(word)); };
     const OMX_U32 top_bit = 0x80000000u;
+    describe.nStride = 0;
+    put(describe.eColorFormat, top_bit | OMX_COLOR_FormatYUV420Planar);
+    put(describe.bUsingNativeBuffers, top_bit);
+    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
+    EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_UNKNOWN);
     const OMX_PARAM_PORTDEFINITIONTYPE before = definition(1);
     auto record = before;
     put(record.format.video.eColorFormat, top_bit);
@@ -361,14 +366,6 @@ TEST_F(DecoderParameters, EnumerationWordBeyondItsEnumerationIsRefusedBeforeItIs
         << "the colour aspects end at eight bits";
     aspects.sAspects.mTransfer = TransferOther;
     EXPECT_EQ(set(OMX_IndexParamDescribeColorAspects, &aspects), OMX_ErrorNone);
-
-    auto describe = zvx_omx_stamped_record<DescribeColorFormatParams>(0);
-    describe.nFrameWidth = 176;
-    describe.nFrameHeight = 144;
-    put(describe.eColorFormat, top_bit | OMX_COLOR_FormatYUV420Planar);
-    put(describe.bUsingNativeBuffers, top_bit);
-    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
-    EXPECT_EQ(describe.sMediaImage.mType, MEDIA_IMAGE_TYPE_UNKNOWN);
 }
 
 // The stream-setting events apply what the session found through the command function itself, on the
@@ -385,9 +382,6 @@ TEST_F(DecoderParameters, CommandFunctionTakesTheStreamsOwnFormatInAnyState)
     EXPECT_EQ(command.error, OMX_ErrorNone);
     EXPECT_EQ(definition(1).nBufferSize, 176u * 144 * 2);
 
-    auto native = zvx_omx_stamped_record<UseAndroidNativeBufferParams>(1);
-    EXPECT_EQ(set(OMX_IndexParamUseAndroidNativeBuffer2, &native), OMX_ErrorUnsupportedIndex)
-        << "registering a native buffer is not a setting";
     enter_state(OMX_StateLoaded);
 }
 

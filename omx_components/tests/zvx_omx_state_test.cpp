@@ -155,17 +155,26 @@ int64_t zvxp_thread_cpu_ns(pthread_t thread)
 }
 
 // The wait for buffers is a parked command, not a loop: the command thread sleeps through it and wakes
-// at the end of the budget, which still runs its quarter of a second.
-TEST_F(Commands, IdleShortOfBuffersWaitsAsleepAndEndsInInsufficientResourcesWhenTheBudgetRunsOut)
+// at the end of the budget, which still runs its quarter of a second. The buffers taken meanwhile are
+// the client's to free: Loaded, even by way of WaitForResources, completes only once they are.
+TEST_F(Commands, IdleShortOfBuffersWaitsAsleepThenFailsAndLoadedWaitsForTheBuffersTakenToBeFreed)
 {
+    disable_output();
     const pthread_t command_thread = comp_->cproc_invoker.invoker_thread;
     const int64_t cpu_before = zvxp_thread_cpu_ns(command_thread);
     const auto sent = std::chrono::steady_clock::now();
     send(OMX_CommandStateSet, OMX_StateIdle);
+    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, definition(0).nBufferCountActual - 1);
     EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_error(OMX_ErrorInsufficientResources, OMX_StateIdle)});
     EXPECT_GE(std::chrono::steady_clock::now() - sent, std::chrono::milliseconds(200));
     EXPECT_LT(zvxp_thread_cpu_ns(command_thread) - cpu_before, 20000000) << "the command thread polled";
     EXPECT_EQ(state(), OMX_StateLoaded);
+    change_state(OMX_StateWaitForResources);
+    send(OMX_CommandStateSet, OMX_StateLoaded);
+    settle(5);
+    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "Loaded with buffers still registered";
+    free_all(0, buffers);
+    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
 }
 
 // The last buffer wakes the parked change: left to its retry time, Idle would come only as the budget
@@ -180,26 +189,6 @@ TEST_F(Commands, IdleWaitingForBuffersCompletesWhenTheLastOneArrives)
     zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
     expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
     EXPECT_LT(std::chrono::steady_clock::now() - sent, std::chrono::milliseconds(200)) << "no buffer woke it";
-    send(OMX_CommandStateSet, OMX_StateLoaded);
-    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
-    free_all(0, buffers);
-    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
-}
-
-// Buffers taken for an Idle that ran out of its budget are the client's to free: Loaded, even by way
-// of WaitForResources, completes only once they are.
-TEST_F(Commands, LoadedAfterAFailedIdleWaitsForItsBuffersToBeFreed)
-{
-    disable_output();
-    send(OMX_CommandStateSet, OMX_StateIdle);
-    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, definition(0).nBufferCountActual - 1);
-    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_error(OMX_ErrorInsufficientResources, OMX_StateIdle)});
-    change_state(OMX_StateWaitForResources);
-    send(OMX_CommandStateSet, OMX_StateLoaded);
-    settle(5);
-    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "Loaded with buffers still registered";
-    free_all(0, buffers);
-    expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateLoaded)});
 }
 
 TEST_F(Commands, HungSessionMakesTheComponentInvalidAndEndsAFlushWaitingForIt)
@@ -213,16 +202,13 @@ TEST_F(Commands, HungSessionMakesTheComponentInvalidAndEndsAFlushWaitingForIt)
     EXPECT_FALSE(zvx_omx_state_has_session(comp_));
 }
 
-TEST_F(Commands, SetCallbacksWithoutTableKeepsTheOldOnesButStoresAppData)
+TEST_F(Commands, SetCallbacksWithoutTableKeepsTheOldOnesAndCallbacksMayCallBackIntoTheComponent)
 {
     EXPECT_EQ(omx_->SetCallbacks(omx_, nullptr, &decoder_), OMX_ErrorNone);
     EXPECT_EQ(omx_->pApplicationPrivate, &decoder_);
     EXPECT_EQ(comp_->omx_callbacks.EventHandler, zvx_test_client::event_handler);
     EXPECT_EQ(omx_->SetCallbacks(omx_, nullptr, &client_), OMX_ErrorNone);
-}
 
-TEST_F(Commands, CallbacksMayCallBackIntoTheComponent)
-{
     client_.on_event = [this](const zvx_test_event &event) {
         if (event != zvx_complete(OMX_CommandStateSet, OMX_StateWaitForResources)) {
             return;
