@@ -205,9 +205,7 @@ TEST_F(Buffers, RegistrationOnlyWhileTakingBuffersAndFreedMemoryServesTheNextAll
         EXPECT_EQ(omx_->FillThisBuffer(omx_, freed), OMX_ErrorBadParameter);
     }
     destroy();
-    OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
-    ASSERT_EQ(zvx_omx_decoder_component_init(&handle_, &decoder_, &client_, &callbacks), OMX_ErrorNone);
-    comp_ = &decoder_.common;
+    create();
     start_executing();
     EXPECT_EQ(memory_of({&inputs_, &outputs_}), closed_memory) << "a buffer on fresh memory";
     for (OMX_BUFFERHEADERTYPE *header : inputs_) {
@@ -604,29 +602,14 @@ TEST_F(Buffers, RefusedOutputsWaitForEveryOutstandingOneThenGoBackTogetherAnnoun
 }
 
 /* An encoder as the encoder suite builds it: Loaded, no buffer registered ever. */
-class EncoderBuffers : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        bb_reset_cb();
-        OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
-        ASSERT_EQ(zvx_omx_encoder_component_init(&handle_, &encoder_, &client_, &callbacks), OMX_ErrorNone);
-        omx_ = &handle_.omx;
-    }
-    void TearDown() override { zvx_omx_encoder_component_destroy(&encoder_); }
-
-    zvx_test_client client_;
-    zvx_omx_encoder_component encoder_;
-    zvx_omx_component handle_;
-    OMX_COMPONENTTYPE *omx_ = nullptr;
-};
+using EncoderBuffers = zvx_encoder_test;
 
 TEST_F(EncoderBuffers, EmptyEndOfStreamBeforeAnyBufferIsAnsweredAndNothingElseSlipsThrough)
 {
     auto *stray = static_cast<OMX_BUFFERHEADERTYPE *>(std::calloc(1, sizeof(OMX_BUFFERHEADERTYPE)));
     stray->nFlags = OMX_BUFFERFLAG_EOS;
     EXPECT_EQ(omx_->EmptyThisBuffer(omx_, stray), OMX_ErrorNone);
-    EXPECT_EQ(zvx_list_size_port_buffers(&encoder_.common.ports[0].buffer_list), 0u);
+    EXPECT_EQ(zvx_list_size_port_buffers(&comp_->ports[0].buffer_list), 0u);
     stray->nFilledLen = 1;
     EXPECT_EQ(omx_->EmptyThisBuffer(omx_, stray), OMX_ErrorBadParameter) << "carries data";
     stray->nFilledLen = 0;
@@ -635,11 +618,8 @@ TEST_F(EncoderBuffers, EmptyEndOfStreamBeforeAnyBufferIsAnsweredAndNothingElseSl
     EXPECT_EQ(omx_->EmptyThisBuffer(omx_, stray), OMX_ErrorBadParameter) << "not for the input";
     stray->nInputPortIndex = 0;
 
-    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
-    OMX_BUFFERHEADERTYPE *header = nullptr;
-    auto input = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
-    ASSERT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
-    ASSERT_EQ(omx_->AllocateBuffer(omx_, &header, 0, nullptr, input.nBufferSize), OMX_ErrorNone);
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    allocate(0, 1);
     EXPECT_EQ(omx_->EmptyThisBuffer(omx_, stray), OMX_ErrorBadParameter)
         << "once a buffer was registered, an unknown address may be one freed";
     std::free(stray);
@@ -659,25 +639,15 @@ TEST_F(EncoderBuffers, InputTimestampsSetTheFrameRateAndARunningSessionHearsOfIt
 {
     zvxp_rate_sent = 0;
     bb_cb.bbcb_set_parameter = zvxp_record_rate;
-    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandPortDisable, 1, nullptr), OMX_ErrorNone);
-    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_complete(OMX_CommandPortDisable, 1)});
-    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateIdle, nullptr), OMX_ErrorNone);
-    auto input = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(0);
-    ASSERT_EQ(omx_->GetParameter(omx_, OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
-    std::vector<OMX_BUFFERHEADERTYPE *> headers(input.nBufferCountActual);
-    for (OMX_BUFFERHEADERTYPE *&header : headers) {
-        ASSERT_EQ(omx_->AllocateBuffer(omx_, &header, 0, nullptr, input.nBufferSize), OMX_ErrorNone);
-    }
-    zvx_answer_hw(&encoder_.common, ZVX_BASE_HW_STATE_RUNNING);
-    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
-    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateExecuting, nullptr), OMX_ErrorNone);
-    EXPECT_EQ(client_.take(1), std::vector<zvx_test_event>{zvx_complete(OMX_CommandStateSet, OMX_StateExecuting)});
+    disable_output();
+    const headers inputs = idle_with_inputs(definition(0).nBufferCountActual);
+    change_state(OMX_StateExecuting);
 
     // 25 pictures a second: one every 40 ms.
-    for (size_t i = 0; i < headers.size(); ++i) {
-        headers[i]->nFilledLen = 1000;
-        headers[i]->nTimeStamp = static_cast<OMX_TICKS>(i) * 40000;
-        ASSERT_EQ(omx_->EmptyThisBuffer(omx_, headers[i]), OMX_ErrorNone);
+    for (size_t i = 0; i < inputs.size(); ++i) {
+        inputs[i]->nFilledLen = 1000;
+        inputs[i]->nTimeStamp = static_cast<OMX_TICKS>(i) * 40000;
+        ASSERT_EQ(omx_->EmptyThisBuffer(omx_, inputs[i]), OMX_ErrorNone);
     }
     auto rate = zvx_omx_stamped_record<OMX_CONFIG_FRAMERATETYPE>(0);
     ASSERT_EQ(omx_->GetConfig(omx_, OMX_IndexConfigVideoFramerate, &rate), OMX_ErrorNone);

@@ -51,33 +51,16 @@ std::vector<session_call> take_session_calls()
 }
 
 // A decoder or encoder with its command thread running, driven through its handle.
-template <typename Component, auto init, auto destroy> class Parameters : public ::testing::Test {
+template <typename Base> class Parameters : public Base {
 protected:
     void SetUp() override
     {
-        bb_reset_cb();
         take_session_calls();
-        component_ = std::make_unique<Component>();
-        ASSERT_EQ(init(&handle_, component_.get(), nullptr, nullptr), OMX_ErrorNone);
-        omx_ = &handle_.omx;
-        comp_ = &component_->common;
+        Base::SetUp();
     }
 
-    void TearDown() override
-    {
-        destroy(component_.get());
-        bb_reset_cb();
-    }
-
-    OMX_ERRORTYPE get(OMX_INDEXTYPE index, void *record) { return omx_->GetParameter(omx_, index, record); }
-    OMX_ERRORTYPE set(OMX_INDEXTYPE index, void *record) { return omx_->SetParameter(omx_, index, record); }
-
-    OMX_PARAM_PORTDEFINITIONTYPE definition(OMX_U32 port)
-    {
-        auto record = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(port);
-        EXPECT_EQ(get(OMX_IndexParamPortDefinition, &record), OMX_ErrorNone);
-        return record;
-    }
+    OMX_ERRORTYPE get(OMX_INDEXTYPE index, void *record) { return this->omx_->GetParameter(this->omx_, index, record); }
+    OMX_ERRORTYPE set(OMX_INDEXTYPE index, void *record) { return this->omx_->SetParameter(this->omx_, index, record); }
 
     OMX_ERRORTYPE set_role(const char *role)
     {
@@ -93,24 +76,17 @@ protected:
         return reinterpret_cast<const char *>(record.cRole);
     }
 
-    void enter_state(OMX_STATETYPE state) { zvxu_atomic_set(&comp_->omx_state, state); }
+    void enter_state(OMX_STATETYPE state) { zvxu_atomic_set(&this->comp_->omx_state, state); }
 
     // The store itself, for what a client cannot reach: a port disabled by the command thread.
     OMX_PARAM_PORTDEFINITIONTYPE *stored_definition(OMX_U32 port)
     {
-        return zvx_omx_port_get_definition(&comp_->ports[port]);
+        return zvx_omx_port_get_definition(&this->comp_->ports[port]);
     }
-
-    std::unique_ptr<Component> component_;
-    zvx_omx_component handle_;
-    OMX_COMPONENTTYPE *omx_ = nullptr;
-    zvx_omx_common_component *comp_ = nullptr;
 };
 
-using DecoderParameters =
-    Parameters<zvx_omx_decoder_component, zvx_omx_decoder_component_init, zvx_omx_decoder_component_destroy>;
-using EncoderParameters =
-    Parameters<zvx_omx_encoder_component, zvx_omx_encoder_component_init, zvx_omx_encoder_component_destroy>;
+using DecoderParameters = Parameters<zvx_decoder_test>;
+using EncoderParameters = Parameters<zvx_encoder_test>;
 
 bool same_bytes(const OMX_PARAM_PORTDEFINITIONTYPE &a, const OMX_PARAM_PORTDEFINITIONTYPE &b)
 {
@@ -389,17 +365,14 @@ TEST_F(DecoderParameters, CommandFunctionTakesTheStreamsOwnFormatInAnyState)
 // reading and changing settings right there, which must not wait for that thread.
 TEST_F(DecoderParameters, CallsFromInsideACallbackRunOnTheCommandThreadWithoutWaitingForIt)
 {
-    zvx_test_client client;
-    client.on_event = [this](const zvx_test_event &) {
+    client_.on_event = [this](const zvx_test_event &) {
         EXPECT_TRUE(zvx_omx_common_cproc_on_command_thread(comp_));
         auto record = definition(0);
         record.nBufferCountActual = 7;
         EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorNone);
     };
-    OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
-    ASSERT_EQ(omx_->SetCallbacks(omx_, &callbacks, &client), OMX_ErrorNone);
-    ASSERT_EQ(omx_->SendCommand(omx_, OMX_CommandStateSet, OMX_StateLoaded, nullptr), OMX_ErrorNone);
-    EXPECT_EQ(client.take(1).size(), 1u);
+    send(OMX_CommandStateSet, OMX_StateLoaded);
+    EXPECT_EQ(client_.take(1).size(), 1u);
     zvx_sync(comp_); // the callback has returned
     EXPECT_EQ(definition(0).nBufferCountActual, 7u);
 }

@@ -204,8 +204,8 @@ TEST_F(Commands, HungSessionMakesTheComponentInvalidAndEndsAFlushWaitingForIt)
 
 TEST_F(Commands, SetCallbacksWithoutTableKeepsTheOldOnesAndCallbacksMayCallBackIntoTheComponent)
 {
-    EXPECT_EQ(omx_->SetCallbacks(omx_, nullptr, &decoder_), OMX_ErrorNone);
-    EXPECT_EQ(omx_->pApplicationPrivate, &decoder_);
+    EXPECT_EQ(omx_->SetCallbacks(omx_, nullptr, &component_), OMX_ErrorNone);
+    EXPECT_EQ(omx_->pApplicationPrivate, &component_);
     EXPECT_EQ(comp_->omx_callbacks.EventHandler, zvx_test_client::event_handler);
     EXPECT_EQ(omx_->SetCallbacks(omx_, nullptr, &client_), OMX_ErrorNone);
 
@@ -290,7 +290,7 @@ TEST_P(DestroyMidway, LeavesNoThreadAndNoCommandBehind)
         break;
     }
     destroy();
-    EXPECT_EQ(decoder_.common.cproc_invoker.invoker_thread, 0u);
+    EXPECT_EQ(component_.common.cproc_invoker.invoker_thread, 0u);
     std::vector<zvx_test_event> answered = client_.take();
     if (GetParam() == 3) {
         EXPECT_EQ(answered.size(), 200u);

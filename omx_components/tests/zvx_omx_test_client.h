@@ -19,6 +19,7 @@
 #include "zvx_mem.h"
 #include "zvx_omx_config.h"
 #include "zvx_omx_decoder_component.h"
+#include "zvx_omx_encoder_component.h"
 #include "zvx_omx_event.h"
 
 struct zvx_test_event {
@@ -247,17 +248,22 @@ template <typename Body> void zvx_on_threads(int count, Body body)
     }
 }
 
-/* A decoder in Loaded behind its handle, with the recording client; every event a test causes must be
- * taken by the test. */
-class zvx_decoder_test : public ::testing::Test {
+/* A decoder or encoder in Loaded behind its handle, with the recording client; every event a test causes
+ * must be taken by the test. */
+template <typename Component, auto init, auto destroy_component> class zvx_component_test : public ::testing::Test {
 protected:
     void SetUp() override
     {
         bb_reset_cb();
+        create();
+    }
+
+    void create()
+    {
         OMX_CALLBACKTYPE callbacks = zvx_test_client::callbacks();
-        ASSERT_EQ(zvx_omx_decoder_component_init(&handle_, &decoder_, &client_, &callbacks), OMX_ErrorNone);
+        ASSERT_EQ(init(&handle_, &component_, &client_, &callbacks), OMX_ErrorNone);
         omx_ = &handle_.omx;
-        comp_ = &decoder_.common;
+        comp_ = &component_.common;
     }
 
     void TearDown() override
@@ -270,7 +276,7 @@ protected:
     void destroy()
     {
         if (comp_ != nullptr) {
-            zvx_omx_decoder_component_destroy(&decoder_);
+            destroy_component(&component_);
             comp_ = nullptr;
         }
     }
@@ -393,10 +399,15 @@ protected:
     }
 
     zvx_test_client client_;
-    zvx_omx_decoder_component decoder_;
+    Component component_;
     zvx_omx_component handle_;
     OMX_COMPONENTTYPE *omx_ = nullptr;
     zvx_omx_common_component *comp_ = nullptr;
 };
+
+using zvx_decoder_test =
+    zvx_component_test<zvx_omx_decoder_component, zvx_omx_decoder_component_init, zvx_omx_decoder_component_destroy>;
+using zvx_encoder_test =
+    zvx_component_test<zvx_omx_encoder_component, zvx_omx_encoder_component_init, zvx_omx_encoder_component_destroy>;
 
 #endif
