@@ -34,16 +34,13 @@ protected:
     void TearDown() override { bb_reset_cb(); }
 };
 
-TEST_F(Roles, RoleRejectedBySessionShiftsTheEnumeration)
+TEST_F(Roles, RoleRejectedBySessionShiftsTheEnumerationAndTheCopyStaysInsideTheClientBuffer)
 {
     bb_cb.bbcb_role_enabled = reject_decoder_vp8;
     EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 3), "video_decoder.vp9");
     EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 7), "video_decoder.hevc");
     EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 8), "<none>");
-}
 
-TEST_F(Roles, RoleCopyStaysInsideTheClientBuffer)
-{
     OMX_U8 buffer[OMX_MAX_STRINGNAME_SIZE + 1];
     std::memset(buffer, 0xAB, sizeof(buffer));
     ASSERT_EQ(zvx_omx_decoder_component_role_enum(nullptr, buffer, 0), OMX_ErrorNone);
@@ -117,16 +114,13 @@ TEST_F(SetRole, EveryCodecWordLoadsItsBitstreamDefaultsAndClosesTheSession)
     }
 }
 
-TEST_F(SetRole, WrongPrefixChangesNothing)
+TEST_F(SetRole, WrongPrefixChangesNothingAndAnUnknownCodecWordClearsTheRole)
 {
     ASSERT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_encoder.vp8"), OMX_ErrorNone);
     EXPECT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_decoder.avc"), OMX_ErrorUndefined);
     EXPECT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_encoder"), OMX_ErrorUndefined);
     EXPECT_EQ(encoder_.common.role, ZVX_OMX_COMPONENT_ROLE_VP8);
-}
 
-TEST_F(SetRole, UnknownCodecWordClearsTheRole)
-{
     ASSERT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.avc"), OMX_ErrorNone);
     EXPECT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.xyz"), OMX_ErrorBadParameter);
     EXPECT_EQ(decoder_.common.role, ZVX_OMX_COMPONENT_ROLE_UNCLASSIFIED);

@@ -88,7 +88,7 @@ TEST_F(StreamSettings, SequenceParametersRaiseTheBufferCountAndTellTheClientOnce
         << "a count changed without telling would refuse the buffers the client is allocating";
 }
 
-TEST_F(StreamSettings, TenBitInterlacedStreamChangesTheOutputFormat)
+TEST_F(StreamSettings, TenBitInterlacedStreamAndDisplaySizeGoToTheSequenceRecordAndOtherTypesChangeNothing)
 {
     zvx_base_response_sequence_parameters sequence = {};
     sequence.interlace = 1;
@@ -101,6 +101,22 @@ TEST_F(StreamSettings, TenBitInterlacedStreamChangesTheOutputFormat)
     const auto stream = get<QURO_PARAM_SEQUENECE_PARAMETERS>(QURO_IndexParamSequenceParameters, 1);
     EXPECT_EQ(stream.bInterlace, 1);
     EXPECT_EQ(stream.nBitDepthLumaMinus8, 2);
+
+    zvx_base_buffer_param param = {};
+    param.type = 5;
+    param.data.display_size = {1280, 720};
+    dispatch(ZVX_BASE_EVENT_BUFFER_PARAM, param);
+    const auto displayed = get<QURO_PARAM_SEQUENECE_PARAMETERS>(QURO_IndexParamSequenceParameters, 1);
+    EXPECT_EQ(displayed.nDisplayWidth, 1280);
+    EXPECT_EQ(displayed.nDisplayHeight, 720);
+    const OMX_PARAM_PORTDEFINITIONTYPE before = output();
+    for (uint32_t type : {17u, 99u}) {
+        param.type = type;
+        dispatch(ZVX_BASE_EVENT_BUFFER_PARAM, param);
+    }
+    const OMX_PARAM_PORTDEFINITIONTYPE after = output();
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-exp42-c,cert-flp37-c): records are copied whole
+    EXPECT_EQ(std::memcmp(&before, &after, sizeof(before)), 0);
 }
 
 TEST_F(StreamSettings, ColourDescriptionBecomesAspectsAndHdrAndEachChangeIsToldOnce)
@@ -131,25 +147,6 @@ TEST_F(StreamSettings, ColourDescriptionBecomesAspectsAndHdrAndEachChangeIsToldO
     EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "an unknown transfer keeps the one before";
     EXPECT_EQ(get<DescribeColorAspectsParams>(OMX_IndexParamDescribeColorAspects, 1).sAspects.mTransfer,
               TransferST2084);
-}
-
-TEST_F(StreamSettings, DisplaySizeGoesToTheSequenceRecordAndOtherTypesChangeNothing)
-{
-    zvx_base_buffer_param param = {};
-    param.type = 5;
-    param.data.display_size = {1280, 720};
-    dispatch(ZVX_BASE_EVENT_BUFFER_PARAM, param);
-    const auto stream = get<QURO_PARAM_SEQUENECE_PARAMETERS>(QURO_IndexParamSequenceParameters, 1);
-    EXPECT_EQ(stream.nDisplayWidth, 1280);
-    EXPECT_EQ(stream.nDisplayHeight, 720);
-    const OMX_PARAM_PORTDEFINITIONTYPE before = output();
-    for (uint32_t type : {17u, 99u}) {
-        param.type = type;
-        dispatch(ZVX_BASE_EVENT_BUFFER_PARAM, param);
-    }
-    const OMX_PARAM_PORTDEFINITIONTYPE after = output();
-    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-exp42-c,cert-flp37-c): records are copied whole
-    EXPECT_EQ(std::memcmp(&before, &after, sizeof(before)), 0);
 }
 
 } // namespace
