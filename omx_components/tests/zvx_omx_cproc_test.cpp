@@ -169,25 +169,6 @@ bool wait_at_gate(struct zvx_omx_common_component *, struct zvx_omx_common_cproc
     return true;
 }
 
-TEST_F(CommandProcessor, UnfinishedCommandRunsAgainBehindLaterOnesUntilDone)
-{
-    take_run_log();
-    zvx_omx_common_cproc_invoker_start(&comp_);
-    // Holds the thread until everything is queued, so that the order of the runs is fixed.
-    gate_open = false;
-    queue_function(&comp_, wait_at_gate);
-    queue_recorded(&comp_, 1, 3);
-    queue_recorded(&comp_, 2, 1);
-    queue_recorded(&comp_, 3, 1);
-    gate_open = true;
-    while (run_count() < 5) {
-        usleep(100);
-    }
-    zvx_omx_common_cproc_invoker_exit(&comp_);
-    // Freed exactly once when done: a second free or a leak fails the sanitizer builds.
-    EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2, 3, 1, 1}));
-}
-
 // Commands waiting in the component's own queue. Only the command thread may walk it: it alone frees nodes.
 int queued_commands(zvx_omx_common_component *comp)
 {
@@ -208,18 +189,6 @@ bool wait_for_exit_command(struct zvx_omx_common_component *comp, struct zvx_omx
     return true;
 }
 
-TEST_F(CommandProcessor, UnfinishedCommandLeftBehindTheExitIsFreedWithTheQueue)
-{
-    take_run_log();
-    zvx_omx_common_cproc_invoker_start(&comp_);
-    queue_function(&comp_, wait_for_exit_command);
-    queue_recorded(&comp_, 1, 1000);
-    queue_recorded(&comp_, 2, 1);
-    // Each runs once, then the exit command stops the thread with 1 queued again.
-    zvx_omx_common_cproc_invoker_exit(&comp_);
-    EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2}));
-}
-
 std::atomic<int> seen_on_command_thread;
 
 bool note_thread(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *)
@@ -228,7 +197,7 @@ bool note_thread(struct zvx_omx_common_component *comp, struct zvx_omx_common_cp
     return true;
 }
 
-TEST_F(CommandProcessor, EverythingQueuedBeforeExitRunsOnTheComponentsOwnThreadWhichCanStartAgain)
+TEST_F(CommandProcessor, CommandsRunOnTheComponentsOwnThreadAgainUntilDoneOrTheExitAndTheThreadStartsAgain)
 {
     zvx_omx_common_cproc_invoker_exit(&comp_); // no thread yet: harmless, as are null arguments
     zvx_omx_common_cproc_invoker_exit(nullptr);
@@ -244,7 +213,7 @@ TEST_F(CommandProcessor, EverythingQueuedBeforeExitRunsOnTheComponentsOwnThreadW
         queue_recorded(&comp_, id, 1);
     }
     zvx_omx_common_cproc_invoker_exit(&comp_);
-    EXPECT_EQ(take_run_log().size(), 200u);
+    EXPECT_EQ(take_run_log().size(), 200u) << "everything queued before the exit runs";
     EXPECT_EQ(seen_on_command_thread.load(), 1);
     EXPECT_FALSE(zvx_omx_common_cproc_on_command_thread(&comp_));
     EXPECT_FALSE(zvx_omx_common_cproc_on_command_thread(nullptr));
@@ -252,35 +221,36 @@ TEST_F(CommandProcessor, EverythingQueuedBeforeExitRunsOnTheComponentsOwnThreadW
     EXPECT_EQ(comp_.cproc_invoker.exit, 0);
 
     zvx_omx_common_cproc_invoker_start(&comp_);
-    queue_recorded(&comp_, 7, 1);
+    // Holds the thread until everything is queued, so that the order of the runs is fixed.
+    gate_open = false;
+    queue_function(&comp_, wait_at_gate);
+    queue_recorded(&comp_, 1, 3);
+    queue_recorded(&comp_, 2, 1);
+    queue_recorded(&comp_, 3, 1);
+    gate_open = true;
+    while (run_count() < 5) {
+        usleep(100);
+    }
     zvx_omx_common_cproc_invoker_exit(&comp_);
-    EXPECT_EQ(take_run_log(), std::vector<int>{7});
+    // Freed exactly once when done: a second free or a leak fails the sanitizer builds.
+    EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2, 3, 1, 1}));
+
+    // Left behind the exit, an unfinished command is freed with the queue.
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    queue_function(&comp_, wait_for_exit_command);
+    queue_recorded(&comp_, 1, 1000);
+    queue_recorded(&comp_, 2, 1);
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2}));
 }
 
-class CommandProcessorWithDevice : public CommandProcessor {
-protected:
-    void SetUp() override
-    {
-        CommandProcessor::SetUp();
-        ASSERT_EQ(pipe(device_), 0);
-        // A device that always polls readable.
-        const char byte = 1;
-        ASSERT_EQ(write(device_[1], &byte, 1), 1);
-        comp_.driver_fd = device_[0];
-    }
-
-    void TearDown() override
-    {
-        CommandProcessor::TearDown();
-        close(device_[0]);
-        close(device_[1]);
-    }
-
-    int device_[2];
-};
-
-TEST_F(CommandProcessorWithDevice, EventsAreFetchedOnlyWithASessionAndReachTheDispatcher)
+TEST_F(CommandProcessor, EventsAreFetchedOnlyWithASessionAndReachTheDispatcher)
 {
+    int device[2];
+    ASSERT_EQ(pipe(device), 0);
+    const char byte = 1; // a device that always polls readable
+    ASSERT_EQ(write(device[1], &byte, 1), 1);
+    comp_.driver_fd = device[0];
     zvx_omx_common_cproc_invoker_start(&comp_);
     for (int id = 0; id < 20; ++id) {
         queue_recorded(&comp_, id, 1);
@@ -298,6 +268,8 @@ TEST_F(CommandProcessorWithDevice, EventsAreFetchedOnlyWithASessionAndReachTheDi
     }
     zvx_omx_common_cproc_invoker_exit(&comp_);
     EXPECT_EQ(comp_.hw_state, ZVX_BASE_HW_STATE_RUNNING);
+    close(device[0]);
+    close(device[1]);
 }
 
 } // namespace

@@ -95,7 +95,7 @@ bool same_bytes(const OMX_PARAM_PORTDEFINITIONTYPE &a, const OMX_PARAM_PORTDEFIN
 }
 
 // A short record is exactly as long as its nSize says, so anything read past it is an out-of-bounds read.
-TEST_F(DecoderParameters, MissingShortBadVersionPortOrIndexRecordIsRefusedAndChangesNothing)
+TEST_F(DecoderParameters, MissingShortBadVersionPortOrIndexRecordIsRefusedAndALongerOneKeepsItsTail)
 {
     const OMX_PARAM_PORTDEFINITIONTYPE before = definition(0);
     auto record = before;
@@ -137,9 +137,24 @@ TEST_F(DecoderParameters, MissingShortBadVersionPortOrIndexRecordIsRefusedAndCha
     EXPECT_EQ(set(OMX_IndexParamUseAndroidNativeBuffer2, &native), OMX_ErrorUnsupportedIndex)
         << "registering a native buffer is not a setting";
     EXPECT_TRUE(same_bytes(definition(0), before));
+
+    // An LP64 client's records are longer than this build's: what lies past ours is theirs and stays.
+    struct {
+        OMX_PARAM_PORTDEFINITIONTYPE definition;
+        uint8_t tail[64];
+    } wide;
+    std::memset(&wide, 0xA5, sizeof(wide));
+    wide.definition = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(1);
+    wide.definition.nSize = sizeof(wide);
+    ASSERT_EQ(get(OMX_IndexParamPortDefinition, &wide), OMX_ErrorNone);
+    EXPECT_EQ(wide.definition.nSize, sizeof(wide));
+    EXPECT_EQ(wide.definition.format.video.nFrameWidth, 176u);
+    EXPECT_EQ(wide.tail[0], 0xA5);
+    EXPECT_EQ(wide.tail[63], 0xA5);
+    EXPECT_EQ(set(OMX_IndexParamPortDefinition, &wide), OMX_ErrorNone);
 }
 
-TEST_F(DecoderParameters, ParametersChangeOnlyWhileLoadedOrOnADisabledPort)
+TEST_F(DecoderParameters, PortDefinitionChangesOnlyWhileLoadedOrDisabledAndWithinWhatThePortCanDo)
 {
     const OMX_PARAM_PORTDEFINITIONTYPE before = definition(0);
     auto record = before;
@@ -162,9 +177,39 @@ TEST_F(DecoderParameters, ParametersChangeOnlyWhileLoadedOrOnADisabledPort)
     EXPECT_EQ(get(OMX_IndexParamPortDefinition, &record), OMX_ErrorInvalidState);
     EXPECT_EQ(omx_->SetConfig(omx_, OMX_IndexConfigCommonRotate, &rotate), OMX_ErrorInvalidState);
     enter_state(OMX_StateLoaded);
+
+    using change = void (*)(OMX_PARAM_PORTDEFINITIONTYPE &);
+    const std::pair<change, OMX_ERRORTYPE> refusals[] = {
+        {[](auto &r) { r.nBufferCountActual = r.nBufferCountMin - 1; }, OMX_ErrorBadParameter},
+        {[](auto &r) { r.format.video.nFrameWidth = 0; }, OMX_ErrorUnsupportedSetting},
+        {[](auto &r) { r.format.video.nFrameHeight = 100000; }, OMX_ErrorUnsupportedSetting},
+        {[](auto &r) { r.format.video.eColorFormat = QURO_COLOR_FormatMBInfo; }, OMX_ErrorUnsupportedSetting},
+    };
+    const auto output = definition(1);
+    for (const auto &[refused, error] : refusals) {
+        auto refused_record = output;
+        refused(refused_record);
+        EXPECT_EQ(set(OMX_IndexParamPortDefinition, &refused_record), error);
+    }
+    EXPECT_TRUE(same_bytes(definition(1), output));
+
+    record = output;
+    record.eDir = OMX_DirInput;
+    record.nBufferCountMin = 1;
+    record.bEnabled = OMX_FALSE;
+    record.format.video.cMIMEType = reinterpret_cast<OMX_STRING>(&record);
+    record.format.video.nStride = 1;
+    ASSERT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorNone);
+    const auto after = definition(1);
+    EXPECT_EQ(after.eDir, OMX_DirOutput) << "fields the component owns are not the client's to set";
+    EXPECT_EQ(after.nBufferCountMin, output.nBufferCountMin);
+    EXPECT_EQ(after.bEnabled, OMX_TRUE);
+    EXPECT_EQ(after.format.video.cMIMEType, nullptr);
+    EXPECT_EQ(after.format.video.nStride, 176);
+    EXPECT_EQ(after.nBufferSize, 38016u) << "a frame port's buffers are sized by its frames";
 }
 
-TEST_F(DecoderParameters, RoleLoadsTheCodecAndAnUnterminatedOneChangesNothing)
+TEST_F(DecoderParameters, RoleLoadsItsCodecUnlessUnterminatedAndEnumerationsEndInNoMore)
 {
     auto unterminated = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::memset(unterminated.cRole, 'a', sizeof(unterminated.cRole));
@@ -176,10 +221,7 @@ TEST_F(DecoderParameters, RoleLoadsTheCodecAndAnUnterminatedOneChangesNothing)
     ASSERT_EQ(set_role("video_decoder.hevc"), OMX_ErrorNone);
     EXPECT_EQ(role(), "video_decoder.hevc") << "the next session is created for the stored role";
     EXPECT_EQ(definition(0).format.video.eCompressionFormat, OMX_VIDEO_CodingHEVC);
-}
 
-TEST_F(DecoderParameters, EnumerationsEndInNoMoreHoweverFarTheIndex)
-{
     auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
     const OMX_COLOR_FORMATTYPE formats[] = {OMX_COLOR_FormatYUV420Planar, OMX_COLOR_FormatYUV420SemiPlanar,
                                             OMX_COLOR_FormatAndroidOpaque, OMX_COLOR_FormatYUV420Flexible};
@@ -203,24 +245,6 @@ TEST_F(DecoderParameters, EnumerationsEndInNoMoreHoweverFarTheIndex)
     }
 }
 
-// An LP64 client's records are longer than this build's: what lies past ours is theirs and stays.
-TEST_F(DecoderParameters, LongerRecordIsAnsweredAndKeepsItsSizeAndTail)
-{
-    struct {
-        OMX_PARAM_PORTDEFINITIONTYPE definition;
-        uint8_t tail[64];
-    } wide;
-    std::memset(&wide, 0xA5, sizeof(wide));
-    wide.definition = zvx_omx_stamped_record<OMX_PARAM_PORTDEFINITIONTYPE>(1);
-    wide.definition.nSize = sizeof(wide);
-    ASSERT_EQ(get(OMX_IndexParamPortDefinition, &wide), OMX_ErrorNone);
-    EXPECT_EQ(wide.definition.nSize, sizeof(wide));
-    EXPECT_EQ(wide.definition.format.video.nFrameWidth, 176u);
-    EXPECT_EQ(wide.tail[0], 0xA5);
-    EXPECT_EQ(wide.tail[63], 0xA5);
-    EXPECT_EQ(set(OMX_IndexParamPortDefinition, &wide), OMX_ErrorNone);
-}
-
 TEST_F(DecoderParameters, StreamSizeCarriesToTheOutputWhoseSizesFollow)
 {
     auto input = definition(0);
@@ -242,39 +266,6 @@ TEST_F(DecoderParameters, StreamSizeCarriesToTheOutputWhoseSizesFollow)
     EXPECT_EQ(comp_->ports[1].port_format_index, 1u);
     format.eColorFormat = OMX_COLOR_Format32bitBGRA8888;
     EXPECT_EQ(set(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorUnsupportedSetting) << "not offered by a decoder";
-}
-
-TEST_F(DecoderParameters, PortDefinitionOutsideWhatThePortCanDoChangesNothing)
-{
-    using change = void (*)(OMX_PARAM_PORTDEFINITIONTYPE &);
-    const std::pair<change, OMX_ERRORTYPE> refusals[] = {
-        {[](auto &r) { r.nBufferCountActual = r.nBufferCountMin - 1; }, OMX_ErrorBadParameter},
-        {[](auto &r) { r.format.video.nFrameWidth = 0; }, OMX_ErrorUnsupportedSetting},
-        {[](auto &r) { r.format.video.nFrameHeight = 100000; }, OMX_ErrorUnsupportedSetting},
-        {[](auto &r) { r.format.video.eColorFormat = QURO_COLOR_FormatMBInfo; }, OMX_ErrorUnsupportedSetting},
-    };
-    const auto before = definition(1);
-    for (const auto &[refused, error] : refusals) {
-        auto record = before;
-        refused(record);
-        EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), error);
-    }
-    EXPECT_TRUE(same_bytes(definition(1), before));
-
-    auto record = before;
-    record.eDir = OMX_DirInput;
-    record.nBufferCountMin = 1;
-    record.bEnabled = OMX_FALSE;
-    record.format.video.cMIMEType = reinterpret_cast<OMX_STRING>(&record);
-    record.format.video.nStride = 1;
-    ASSERT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorNone);
-    const auto after = definition(1);
-    EXPECT_EQ(after.eDir, OMX_DirOutput) << "fields the component owns are not the client's to set";
-    EXPECT_EQ(after.nBufferCountMin, before.nBufferCountMin);
-    EXPECT_EQ(after.bEnabled, OMX_TRUE);
-    EXPECT_EQ(after.format.video.cMIMEType, nullptr);
-    EXPECT_EQ(after.format.video.nStride, 176);
-    EXPECT_EQ(after.nBufferSize, 38016u) << "a frame port's buffers are sized by its frames";
 }
 
 TEST_F(DecoderParameters, DescribeColorFormatLaysOutEachYuv420PlaneAndEnumerationWordsBeyondAreRefusedUnread)
@@ -344,23 +335,6 @@ TEST_F(DecoderParameters, DescribeColorFormatLaysOutEachYuv420PlaneAndEnumeratio
     EXPECT_EQ(set(OMX_IndexParamDescribeColorAspects, &aspects), OMX_ErrorNone);
 }
 
-// The stream-setting events apply what the session found through the command function itself, on the
-// command thread and in any state: a 10-bit stream's format is taken though no port format offers it.
-TEST_F(DecoderParameters, CommandFunctionTakesTheStreamsOwnFormatInAnyState)
-{
-    zvx_omx_common_cproc_invoker_exit(comp_);
-    enter_state(OMX_StateExecuting);
-    auto output = definition(1);
-    output.format.video.eColorFormat = QURO_COLOR_FormatYUYAAYVYAA_10b;
-    struct command_set_parameter_data command = {
-        {common_component_cmd_set_parameter}, OMX_IndexParamPortDefinition, &output, OMX_ErrorUndefined, nullptr};
-    ASSERT_TRUE(common_component_cmd_set_parameter(comp_, &command.command_data));
-    EXPECT_EQ(command.error, OMX_ErrorNone);
-    EXPECT_EQ(definition(1).nBufferSize, 176u * 144 * 2);
-
-    enter_state(OMX_StateLoaded);
-}
-
 // Whatever the state change reports, it reports it from the command thread; the client answers by
 // reading and changing settings right there, which must not wait for that thread.
 TEST_F(DecoderParameters, CallsFromInsideACallbackRunOnTheCommandThreadWithoutWaitingForIt)
@@ -401,11 +375,23 @@ TEST_F(DecoderParameters, EightClientThreadsGetAndSetAtOnce)
     EXPECT_TRUE(count == 5 || count == 7 || count == 9 || count == 11) << count;
 }
 
-TEST_F(DecoderParameters, SettingsGivenBeforeTheSessionReachItWhenItIsCreated)
+TEST_F(DecoderParameters, SettingsGivenInAnyWayBeforeTheSessionReachItWhenItIsCreated)
 {
     bb_cb.bbcb_set_parameter = record_session_call;
     // The session is created here, on this thread, as the state change would on the command thread.
     zvx_omx_common_cproc_invoker_exit(comp_);
+    // The stream-setting events apply what the session found through the command function itself, on the
+    // command thread and in any state: a 10-bit stream's format is taken though no port format offers it.
+    enter_state(OMX_StateExecuting);
+    auto output = definition(1);
+    output.format.video.eColorFormat = QURO_COLOR_FormatYUYAAYVYAA_10b;
+    struct command_set_parameter_data command = {
+        {common_component_cmd_set_parameter}, OMX_IndexParamPortDefinition, &output, OMX_ErrorUndefined, nullptr};
+    ASSERT_TRUE(common_component_cmd_set_parameter(comp_, &command.command_data));
+    EXPECT_EQ(command.error, OMX_ErrorNone);
+    EXPECT_EQ(definition(1).nBufferSize, 176u * 144 * 2);
+    enter_state(OMX_StateLoaded);
+
     auto rotate = zvx_omx_stamped_record<OMX_CONFIG_ROTATIONTYPE>(1);
     for (OMX_S32 degrees : {90, 180}) {
         rotate.nRotation = degrees;
@@ -470,22 +456,18 @@ bool logged(const std::string &text)
                                [&](const std::string &line) { return line.find(text) != std::string::npos; });
 }
 
-class LogCapture {
-public:
-    explicit LogCapture(zvx_log_severity severity) : saved_(zvx_log_omx_if)
+struct LogCapture {
+    explicit LogCapture(zvx_log_severity severity) : saved(zvx_log_omx_if)
     {
-        drain_.print = capture_print;
-        drain_.data = nullptr;
-        zvx_log_omx_if.drain = &drain_;
+        zvx_log_omx_if.drain = &drain;
         zvx_log_omx_if.severity = severity;
         std::lock_guard<std::mutex> lock(captured.mutex);
         captured.lines.clear();
     }
-    ~LogCapture() { zvx_log_omx_if = saved_; }
+    ~LogCapture() { zvx_log_omx_if = saved; }
 
-private:
-    zvx_log_group saved_;
-    zvx_log_drain drain_;
+    zvx_log_group saved;
+    zvx_log_drain drain = {capture_print, nullptr};
 };
 
 TEST_F(DecoderParameters, EverySetAndGetIsPrintedFieldByFieldAtDebugOnly)
@@ -507,7 +489,7 @@ TEST_F(DecoderParameters, EverySetAndGetIsPrintedFieldByFieldAtDebugOnly)
     EXPECT_FALSE(logged("OMX_PARAM_PORTDEFINITIONTYPE.")) << "records are printed at debug only";
 }
 
-TEST_F(EncoderParameters, BitrateHasOneValueWhicheverRecordSetsIt)
+TEST_F(EncoderParameters, BitrateHasOneValueWhicheverRecordSetsItAndTheInputFrameSizesTheBuffers)
 {
     auto bitrate = zvx_omx_stamped_record<OMX_VIDEO_PARAM_BITRATETYPE>(1);
     ASSERT_EQ(get(OMX_IndexParamVideoBitrate, &bitrate), OMX_ErrorNone);
@@ -528,6 +510,29 @@ TEST_F(EncoderParameters, BitrateHasOneValueWhicheverRecordSetsIt)
     EXPECT_EQ(bitrate.nTargetBitrate, 500000u);
     EXPECT_EQ(bitrate.eControlRate, OMX_Video_ControlRateVariable);
     enter_state(OMX_StateLoaded);
+
+    auto input = definition(0);
+    input.format.video.nFrameWidth = 1920;
+    input.format.video.nFrameHeight = 1080;
+    input.format.video.eColorFormat = OMX_COLOR_FormatYUV420SemiPlanar;
+    ASSERT_EQ(set(OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
+    input = definition(0);
+    EXPECT_EQ(input.nBufferSize, 3110400u);
+    EXPECT_EQ(input.format.video.nStride, 1920);
+    const auto output = definition(1);
+    EXPECT_EQ(output.format.video.nFrameWidth, 1920u);
+    EXPECT_EQ(output.nBufferSize, 4665600u);
+
+    auto tcx = zvx_omx_stamped_record<OMX_PARAM_ENABLETCXTYPE>(0);
+    tcx.bEnabled = OMX_TRUE;
+    ASSERT_EQ(set(OMX_IndexParamEnableTCX, &tcx), OMX_ErrorNone);
+    EXPECT_EQ(definition(0).nBufferSize, (68u + 1) * 120 * 400 + ZVX_OMX_ABI_SIZE(64, 128))
+        << "compressed frames and their extra data";
+    tcx.nPortIndex = 1;
+    EXPECT_EQ(set(OMX_IndexParamEnableTCX, &tcx), OMX_ErrorUnsupportedIndex) << "a bitstream has no frame layout";
+    auto support = zvx_omx_stamped_record<OMX_PARAM_TCXTYPE>(0);
+    ASSERT_EQ(get(OMX_IndexParamTCX, &support), OMX_ErrorNone);
+    EXPECT_EQ(support.bSupported, OMX_FALSE) << "the session stub offers no compressed layout";
 }
 
 // A client describes the stream it will receive by the current pair, before the first picture: it must
@@ -552,32 +557,6 @@ TEST_F(EncoderParameters, CurrentProfileLevelIsASupportedPairForEveryCodec)
     auto current = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
     ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelCurrent, &current), OMX_ErrorNone);
     EXPECT_EQ(current.eProfile, static_cast<OMX_U32>(OMX_VIDEO_AVCProfileHigh));
-}
-
-TEST_F(EncoderParameters, FrameSizeOfTheInputSizesTheOutputBuffers)
-{
-    auto input = definition(0);
-    input.format.video.nFrameWidth = 1920;
-    input.format.video.nFrameHeight = 1080;
-    input.format.video.eColorFormat = OMX_COLOR_FormatYUV420SemiPlanar;
-    ASSERT_EQ(set(OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
-    input = definition(0);
-    EXPECT_EQ(input.nBufferSize, 3110400u);
-    EXPECT_EQ(input.format.video.nStride, 1920);
-    const auto output = definition(1);
-    EXPECT_EQ(output.format.video.nFrameWidth, 1920u);
-    EXPECT_EQ(output.nBufferSize, 4665600u);
-
-    auto tcx = zvx_omx_stamped_record<OMX_PARAM_ENABLETCXTYPE>(0);
-    tcx.bEnabled = OMX_TRUE;
-    ASSERT_EQ(set(OMX_IndexParamEnableTCX, &tcx), OMX_ErrorNone);
-    EXPECT_EQ(definition(0).nBufferSize, (68u + 1) * 120 * 400 + ZVX_OMX_ABI_SIZE(64, 128))
-        << "compressed frames and their extra data";
-    tcx.nPortIndex = 1;
-    EXPECT_EQ(set(OMX_IndexParamEnableTCX, &tcx), OMX_ErrorUnsupportedIndex) << "a bitstream has no frame layout";
-    auto support = zvx_omx_stamped_record<OMX_PARAM_TCXTYPE>(0);
-    ASSERT_EQ(get(OMX_IndexParamTCX, &support), OMX_ErrorNone);
-    EXPECT_EQ(support.bSupported, OMX_FALSE) << "the session stub offers no compressed layout";
 }
 
 TEST_F(EncoderParameters, IntraRefreshRequestGoesOnlyToARunningSession)
