@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(BufferLayout, FrameSizesAndStridesByFormat)
+TEST(BufferLayout, FrameSizesAndStridesByFormatAndRoundingNeverOverflows)
 {
     OMX_U32 stride = 0;
     EXPECT_EQ(common_component_cmd_calc_buffer_size_stride(176, 144, OMX_COLOR_FormatYUV420Planar, false, &stride),
@@ -30,10 +30,7 @@ TEST(BufferLayout, FrameSizesAndStridesByFormat)
     EXPECT_EQ(common_component_cmd_calc_buffer_size_stride(175, 1, QURO_COLOR_FormatMBInfo, false, &stride), 288u)
         << "an unknown format is sized as planar 4:2:0, rounded up to 32";
     EXPECT_FALSE(zvx_omx_is_known_frame_format(QURO_COLOR_FormatMBInfo));
-}
 
-TEST(BufferLayout, RoundingNeverOverflows)
-{
     EXPECT_EQ(align(33, 32), 64);
     EXPECT_EQ(align(-1, 32), 0) << "wraps modulo 2^32 like the unsigned sizes it rounds";
     EXPECT_EQ(saturate_u32(4, 8, 9), 8u);
@@ -58,7 +55,7 @@ protected:
     std::unique_ptr<zvx_omx_common_component> comp;
 };
 
-TEST_P(BitstreamBuffers, GrowWithTheFramesAndNeverShrink)
+TEST_P(BitstreamBuffers, GrowWithTheFramesAndNeverShrinkAndStoredMetadataHoldsAFullHdFrame)
 {
     const OMX_U32 frames = zvx_omx_common_component_get_yuv_port_index(comp.get());
     const OMX_U32 bitstream = zvx_omx_common_component_get_bitstream_port_index(comp.get());
@@ -72,10 +69,8 @@ TEST_P(BitstreamBuffers, GrowWithTheFramesAndNeverShrink)
     definition(frames)->format.video.nFrameWidth = 16;
     zvx_omx_common_component_update_buffer_size(comp.get(), bitstream);
     EXPECT_EQ(definition(bitstream)->nBufferSize, grown);
-}
 
-TEST_P(BitstreamBuffers, StoredMetadataInputHoldsAFullHdFrame)
-{
+    // An input of stored metadata holds a full HD frame.
     auto *metadata = static_cast<StoreMetaDataInBuffersParams *>(
         zvx_omx_config_find(&comp->ports[1].config_and_params, OMX_IndexParamEnableStoreMetaData, 0));
     metadata->bStoreMetaData = OMX_TRUE;

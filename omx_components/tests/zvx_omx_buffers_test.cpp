@@ -388,7 +388,7 @@ TEST_F(Buffers, QueueingOnlyInIdleExecutingOrPauseOnAnEnabledPort)
     EXPECT_EQ(zvxp_queued_to_session.load(), 2);
 }
 
-TEST_F(Buffers, EightThreadsQueueOneBufferAndOneOfThemWins)
+TEST_F(Buffers, EightThreadsQueueTheSameBuffersAndEveryOneIsBackOnceAfterAFlushAPortDisableAndTheWayToIdle)
 {
     start_executing();
     std::atomic<int> accepted{0};
@@ -401,12 +401,6 @@ TEST_F(Buffers, EightThreadsQueueOneBufferAndOneOfThemWins)
     EXPECT_EQ(accepted.load(), static_cast<int>(inputs_.size()));
     EXPECT_EQ(refused.load(), static_cast<int>(7 * inputs_.size()));
     EXPECT_EQ(zvxp_queued_to_session.load(), accepted.load());
-}
-
-TEST_F(Buffers, EveryBufferIsBackOnceAfterAFlushAPortDisableAndTheWayToIdle)
-{
-    start_executing();
-    queue(inputs_);
     queue(outputs_);
     send(OMX_CommandFlush, OMX_ALL);
     zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);

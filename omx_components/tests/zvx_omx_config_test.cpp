@@ -33,10 +33,22 @@ TEST_F(SettingsStore, InsertUnderAnExistingKeyReplacesTheCopy)
     EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexConfigOperatingRate, 0), nullptr);
 }
 
-TEST_F(SettingsStore, FifthPortFormatExistsOnlyOnTheEncoderInput)
+TEST_F(SettingsStore, DecoderOutputKeepsTwoColourSlotsAndAFifthPortFormatIsTheEncoderInputsTillJpeg)
 {
     ASSERT_EQ(zvx_omx_config_decoder_output(&store), OMX_ErrorNone);
     EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamVideoPortFormat, 4), nullptr);
+    for (OMX_U32 array_index : {0u, 1u}) {
+        auto *hdr = static_cast<DescribeHDRStaticInfoParams *>(
+            zvx_omx_config_find(&store, OMX_IndexConfigDescribeHDRColorInfo, array_index));
+        ASSERT_NE(hdr, nullptr);
+        EXPECT_EQ(hdr->nSize, sizeof(DescribeHDRStaticInfoParams));
+        EXPECT_EQ(hdr->nPortIndex, 1u);
+        auto *aspects = static_cast<DescribeColorAspectsParams *>(
+            zvx_omx_config_find(&store, OMX_IndexParamDescribeColorAspects, array_index));
+        ASSERT_NE(aspects, nullptr);
+        EXPECT_EQ(aspects->nSize, sizeof(DescribeColorAspectsParams));
+    }
+    EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamDescribeColorAspects, 2), nullptr);
 
     struct zvx_map encoder_input;
     ASSERT_EQ(zvx_omx_config_construct(&encoder_input), OMX_ErrorNone);
@@ -47,6 +59,17 @@ TEST_F(SettingsStore, FifthPortFormatExistsOnlyOnTheEncoderInput)
     EXPECT_EQ(format->eColorFormat, OMX_COLOR_Format32bitBGRA8888);
     EXPECT_EQ(format->nIndex, 4u);
     EXPECT_EQ(format->xFramerate, 30u << 16);
+
+    ASSERT_EQ(zvx_omx_frame_port_jpeg_config(&encoder_input), OMX_ErrorNone);
+    const OMX_COLOR_FORMATTYPE kept[] = {OMX_COLOR_FormatYUV420Planar, OMX_COLOR_FormatYUV420SemiPlanar};
+    for (OMX_U32 i = 0; i < 2; ++i) {
+        format = static_cast<OMX_VIDEO_PARAM_PORTFORMATTYPE *>(
+            zvx_omx_config_find(&encoder_input, OMX_IndexParamVideoPortFormat, i));
+        ASSERT_NE(format, nullptr);
+        EXPECT_EQ(format->eColorFormat, kept[i]);
+        EXPECT_EQ(format->nIndex, i);
+    }
+    EXPECT_EQ(zvx_omx_config_find(&encoder_input, OMX_IndexParamVideoPortFormat, 2), nullptr);
     zvx_omx_config_destruct(&encoder_input);
 }
 
@@ -66,24 +89,8 @@ TEST_F(SettingsStore, AvcDecoderListsEveryProfileLevelPairProfileMajor)
     EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamVideoProfileLevelQuerySupported, 48), nullptr);
 }
 
-TEST_F(SettingsStore, JpegFrameDefaultsKeepOnlyFourTwoZeroYuvRenumbered)
-{
-    ASSERT_EQ(zvx_omx_config_encoder_input(&store), OMX_ErrorNone);
-    ASSERT_EQ(zvx_omx_frame_port_jpeg_config(&store), OMX_ErrorNone);
-
-    const OMX_COLOR_FORMATTYPE kept[] = {OMX_COLOR_FormatYUV420Planar, OMX_COLOR_FormatYUV420SemiPlanar};
-    for (OMX_U32 i = 0; i < 2; ++i) {
-        auto *format = static_cast<OMX_VIDEO_PARAM_PORTFORMATTYPE *>(
-            zvx_omx_config_find(&store, OMX_IndexParamVideoPortFormat, i));
-        ASSERT_NE(format, nullptr);
-        EXPECT_EQ(format->eColorFormat, kept[i]);
-        EXPECT_EQ(format->nIndex, i);
-    }
-    EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamVideoPortFormat, 2), nullptr);
-}
-
 // Every default record must carry its header: clients and the session reject records without one.
-TEST_F(SettingsStore, EveryDefaultRecordIsStampedWithVersion112)
+TEST_F(SettingsStore, EveryDefaultRecordIsStampedWithVersion112AndTheBitstreamPortSizedByItsBuffers)
 {
     struct zvx_map output;
     ASSERT_EQ(zvx_omx_config_construct(&output), OMX_ErrorNone);
@@ -100,40 +107,15 @@ TEST_F(SettingsStore, EveryDefaultRecordIsStampedWithVersion112)
         }
         EXPECT_GT(records, 10u);
     }
-    zvx_omx_config_destruct(&output);
-}
-
-// The frame port's defaults are the component suite's "Encoder defaults".
-TEST_F(SettingsStore, BitstreamPortIsSizedByItsBuffersNotByFrames)
-{
-    struct zvx_map bitstream;
-    ASSERT_EQ(zvx_omx_config_construct(&bitstream), OMX_ErrorNone);
-    ASSERT_EQ(zvx_omx_config_encoder(&store, &bitstream), OMX_ErrorNone);
+    // The bitstream port is sized by its buffers, not by frames.
     auto *stream =
-        static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&bitstream, OMX_IndexParamPortDefinition, 0));
+        static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(zvx_omx_config_find(&output, OMX_IndexParamPortDefinition, 0));
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(stream->eDir, OMX_DirOutput);
     EXPECT_EQ(stream->nBufferSize, 1048576u);
     EXPECT_EQ(stream->nBufferCountMin, 5u);
     EXPECT_EQ(stream->format.video.nStride, 0);
-    zvx_omx_config_destruct(&bitstream);
-}
-
-TEST_F(SettingsStore, DecoderOutputKeepsTwoColourDescriptionSlots)
-{
-    ASSERT_EQ(zvx_omx_config_decoder_output(&store), OMX_ErrorNone);
-    for (OMX_U32 array_index : {0u, 1u}) {
-        auto *hdr = static_cast<DescribeHDRStaticInfoParams *>(
-            zvx_omx_config_find(&store, OMX_IndexConfigDescribeHDRColorInfo, array_index));
-        ASSERT_NE(hdr, nullptr);
-        EXPECT_EQ(hdr->nSize, sizeof(DescribeHDRStaticInfoParams));
-        EXPECT_EQ(hdr->nPortIndex, 1u);
-        auto *aspects = static_cast<DescribeColorAspectsParams *>(
-            zvx_omx_config_find(&store, OMX_IndexParamDescribeColorAspects, array_index));
-        ASSERT_NE(aspects, nullptr);
-        EXPECT_EQ(aspects->nSize, sizeof(DescribeColorAspectsParams));
-    }
-    EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamDescribeColorAspects, 2), nullptr);
+    zvx_omx_config_destruct(&output);
 }
 
 } // namespace

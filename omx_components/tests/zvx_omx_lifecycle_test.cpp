@@ -76,17 +76,15 @@ protected:
 using Kinds = ::testing::Types<Decoder, Encoder>;
 TYPED_TEST_SUITE(Lifecycle, Kinds);
 
-TYPED_TEST(Lifecycle, DestroyDetachesTheHandle)
+TYPED_TEST(Lifecycle, DestroyDetachesTheHandleAndADeviceThatDoesNotOpenIsAHardwareError)
 {
     ASSERT_EQ(TypeParam::init(&this->handle, &this->comp), OMX_ErrorNone);
     this->destroy_and_call_through_handle();
-}
 
-TYPED_TEST(Lifecycle, DeviceThatDoesNotOpenIsAHardwareError)
-{
     zvx_dev_script script;
     script.fail_open = true;
     zvx_dev_set_default_script(script);
+    std::memset(&this->handle, 0, sizeof(this->handle));
     EXPECT_EQ(TypeParam::init(&this->handle, &this->comp), OMX_ErrorHardware);
     this->destroy_and_call_through_handle();
 }

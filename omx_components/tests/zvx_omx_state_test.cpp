@@ -98,7 +98,7 @@ INSTANTIATE_TEST_SUITE_P(States, FlushInState,
 
 using Commands = zvx_decoder_test;
 
-TEST_F(Commands, DisableWithoutSessionCompletesInsideSendCommandInputFirst)
+TEST_F(Commands, DisableWithoutSessionCompletesInsideSendCommandAndEnableOutsideLoadedWaitsUntilPopulated)
 {
     EXPECT_EQ(omx_->SendCommand(omx_, OMX_CommandPortDisable, 2, nullptr), OMX_ErrorBadParameter);
     EXPECT_EQ(omx_->SendCommand(omx_, OMX_CommandFlush, 2, nullptr), OMX_ErrorBadParameter);
@@ -108,11 +108,8 @@ TEST_F(Commands, DisableWithoutSessionCompletesInsideSendCommandInputFirst)
     const std::vector<zvx_test_event> at_once = {zvx_complete(OMX_CommandPortDisable, 0),
                                                  zvx_complete(OMX_CommandPortDisable, 1)};
     EXPECT_EQ(client_.take(), at_once);
-}
 
-TEST_F(Commands, EnableOutsideLoadedWaitsUntilThePortIsPopulated)
-{
-    drive_to(OMX_StateIdle);
+    change_state(OMX_StateIdle);
     send(OMX_CommandPortEnable, 0);
     OMX_PARAM_PORTDEFINITIONTYPE definition;
     {

@@ -31,7 +31,7 @@ protected:
     zvx_omx_common_component component;
 };
 
-TEST_F(ColourFormats, ClientToSessionWithoutTcx)
+TEST_F(ColourFormats, ClientToSessionWithoutTcxAndANullComponentIsRefusedLeavingTheOutput)
 {
     const struct {
         OMX_U32 client;
@@ -52,6 +52,11 @@ TEST_F(ColourFormats, ClientToSessionWithoutTcx)
     };
     for (const auto &c : cases)
         EXPECT_EQ(translate(c.client), c.session) << std::hex << c.client;
+
+    auto format = ZVX_BASE_OMX_BUFFER_FORMAT_CRC;
+    EXPECT_EQ(zvx_omx_translate_color_format(nullptr, OMX_COLOR_FormatYUV420Planar, &format, 1, nullptr, nullptr),
+              OMX_ErrorBadParameter);
+    EXPECT_EQ(format, ZVX_BASE_OMX_BUFFER_FORMAT_CRC);
 }
 
 TEST_F(ColourFormats, ClientToSessionWithTcxPicksTheDepth)
@@ -65,14 +70,6 @@ TEST_F(ColourFormats, ClientToSessionWithTcxPicksTheDepth)
     // Switched off again, the stored record no longer counts.
     ASSERT_TRUE(zvx_omx_common_component_tcx_enable(&component, 1, false, false, false));
     EXPECT_EQ(translate(34), ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_PLANAR);
-}
-
-TEST_F(ColourFormats, NullComponentIsRefusedAndLeavesTheOutput)
-{
-    auto format = ZVX_BASE_OMX_BUFFER_FORMAT_CRC;
-    EXPECT_EQ(zvx_omx_translate_color_format(nullptr, OMX_COLOR_FormatYUV420Planar, &format, 1, nullptr, nullptr),
-              OMX_ErrorBadParameter);
-    EXPECT_EQ(format, ZVX_BASE_OMX_BUFFER_FORMAT_CRC);
 }
 
 // The formats with a client counterpart other than these are the Data Translations suite's.
@@ -91,7 +88,7 @@ TEST(ColourFormatsToClient, FormatsWithoutACounterpartPassThrough)
             << std::hex << c.session;
 }
 
-TEST(PortDefinition, DecoderNeverPassesBitrateOrFramerate)
+TEST(PortDefinition, DecoderNeverPassesBitrateOrFramerateAndTheStoredPortFormatDecidesTheClientColour)
 {
     OMX_PARAM_PORTDEFINITIONTYPE client = {};
     client.format.video.nBitrate = 64000;
@@ -107,14 +104,10 @@ TEST(PortDefinition, DecoderNeverPassesBitrateOrFramerate)
     zvx_omx_translate_112_to_120_IndexParamPortDefinition(&session, &client, false);
     EXPECT_EQ(session.format.video.nBitrate, 64000u);
     EXPECT_EQ(session.format.video.xFramerate, 30u << 16);
-}
 
-TEST(PortDefinition, StoredPortFormatDecidesTheClientColour)
-{
     struct zvx_map store;
     ASSERT_EQ(zvx_omx_config_construct(&store), OMX_ErrorNone);
     ASSERT_EQ(zvx_omx_config_decoder_output(&store), OMX_ErrorNone);
-    kern_omx120_param_portdefinitiontype session = {};
     session.format.video.eColorFormat = 0x7f000103;
 
     zvx_omx_translate_color_format_to_client(&session, &store, 1);
