@@ -154,7 +154,7 @@ TEST_F(DecoderParameters, MissingShortBadVersionPortOrIndexRecordIsRefusedAndALo
     EXPECT_EQ(set(OMX_IndexParamPortDefinition, &wide), OMX_ErrorNone);
 }
 
-TEST_F(DecoderParameters, PortDefinitionChangesOnlyWhileLoadedOrDisabledAndWithinWhatThePortCanDo)
+TEST_F(DecoderParameters, PortDefinitionChangesOnlyWhileLoadedOrDisabledWithinWhatThePortCanDoAndSizesFollow)
 {
     const OMX_PARAM_PORTDEFINITIONTYPE before = definition(0);
     auto record = before;
@@ -207,6 +207,26 @@ TEST_F(DecoderParameters, PortDefinitionChangesOnlyWhileLoadedOrDisabledAndWithi
     EXPECT_EQ(after.format.video.cMIMEType, nullptr);
     EXPECT_EQ(after.format.video.nStride, 176);
     EXPECT_EQ(after.nBufferSize, 38016u) << "a frame port's buffers are sized by its frames";
+
+    auto input = definition(0);
+    input.format.video.nFrameWidth = 1920;
+    input.format.video.nFrameHeight = 1080;
+    input.nBufferSize = 1;
+    ASSERT_EQ(set(OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
+    const auto sized = definition(1);
+    EXPECT_EQ(sized.format.video.nFrameWidth, 1920u);
+    EXPECT_EQ(sized.format.video.nStride, 1920);
+    EXPECT_EQ(sized.format.video.nSliceHeight, 1080u);
+    EXPECT_EQ(sized.nBufferSize, 3110400u);
+    EXPECT_EQ(definition(0).nBufferSize, 2073600u) << "a bitstream buffer holds at least a frame's pixels";
+
+    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
+    format.eColorFormat = OMX_COLOR_FormatYUV420SemiPlanar;
+    ASSERT_EQ(set(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorNone);
+    EXPECT_EQ(definition(1).format.video.eColorFormat, OMX_COLOR_FormatYUV420SemiPlanar);
+    EXPECT_EQ(comp_->ports[1].port_format_index, 1u);
+    format.eColorFormat = OMX_COLOR_Format32bitBGRA8888;
+    EXPECT_EQ(set(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorUnsupportedSetting) << "not offered by a decoder";
 }
 
 TEST_F(DecoderParameters, RoleLoadsItsCodecUnlessUnterminatedAndEnumerationsEndInNoMore)
@@ -243,29 +263,6 @@ TEST_F(DecoderParameters, RoleLoadsItsCodecUnlessUnterminatedAndEnumerationsEndI
         pair.nProfileIndex = far;
         EXPECT_EQ(get(OMX_IndexParamVideoProfileLevelQuerySupported, &pair), OMX_ErrorNoMore);
     }
-}
-
-TEST_F(DecoderParameters, StreamSizeCarriesToTheOutputWhoseSizesFollow)
-{
-    auto input = definition(0);
-    input.format.video.nFrameWidth = 1920;
-    input.format.video.nFrameHeight = 1080;
-    input.nBufferSize = 1;
-    ASSERT_EQ(set(OMX_IndexParamPortDefinition, &input), OMX_ErrorNone);
-    const auto output = definition(1);
-    EXPECT_EQ(output.format.video.nFrameWidth, 1920u);
-    EXPECT_EQ(output.format.video.nStride, 1920);
-    EXPECT_EQ(output.format.video.nSliceHeight, 1080u);
-    EXPECT_EQ(output.nBufferSize, 3110400u);
-    EXPECT_EQ(definition(0).nBufferSize, 2073600u) << "a bitstream buffer holds at least a frame's pixels";
-
-    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
-    format.eColorFormat = OMX_COLOR_FormatYUV420SemiPlanar;
-    ASSERT_EQ(set(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorNone);
-    EXPECT_EQ(definition(1).format.video.eColorFormat, OMX_COLOR_FormatYUV420SemiPlanar);
-    EXPECT_EQ(comp_->ports[1].port_format_index, 1u);
-    format.eColorFormat = OMX_COLOR_Format32bitBGRA8888;
-    EXPECT_EQ(set(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorUnsupportedSetting) << "not offered by a decoder";
 }
 
 TEST_F(DecoderParameters, DescribeColorFormatLaysOutEachYuv420PlaneAndEnumerationWordsBeyondAreRefusedUnread)
@@ -537,7 +534,7 @@ TEST_F(EncoderParameters, BitrateHasOneValueWhicheverRecordSetsItAndTheInputFram
 
 // A client describes the stream it will receive by the current pair, before the first picture: it must
 // be a pair the codec supports, never the neutral 0/0 a decoder keeps until its stream says.
-TEST_F(EncoderParameters, CurrentProfileLevelIsASupportedPairForEveryCodec)
+TEST_F(EncoderParameters, CurrentProfileLevelIsASupportedPairAndAnIntraRefreshGoesOnlyToARunningSession)
 {
     for (const char *role : {"video_encoder.avc", "video_encoder.hevc", "video_encoder.vp8", "video_encoder.avc"}) {
         SCOPED_TRACE(role);
@@ -557,10 +554,7 @@ TEST_F(EncoderParameters, CurrentProfileLevelIsASupportedPairForEveryCodec)
     auto current = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PROFILELEVELTYPE>(1);
     ASSERT_EQ(get(OMX_IndexParamVideoProfileLevelCurrent, &current), OMX_ErrorNone);
     EXPECT_EQ(current.eProfile, static_cast<OMX_U32>(OMX_VIDEO_AVCProfileHigh));
-}
 
-TEST_F(EncoderParameters, IntraRefreshRequestGoesOnlyToARunningSession)
-{
     bb_cb.bbcb_set_parameter = record_session_call;
     auto refresh = zvx_omx_stamped_record<OMX_CONFIG_INTRAREFRESHVOPTYPE>(1);
     refresh.IntraRefreshVOP = OMX_TRUE;

@@ -74,7 +74,7 @@ protected:
     zvx_omx_component encoder_handle_;
 };
 
-TEST_F(SetRole, EveryCodecWordLoadsItsBitstreamDefaultsAndClosesTheSession)
+TEST_F(SetRole, EveryCodecWordLoadsItsDefaultsAndClosesTheSessionAndDecoderNamesLieOverTheCommonLookup)
 {
     const struct {
         const char *word;
@@ -112,24 +112,7 @@ TEST_F(SetRole, EveryCodecWordLoadsItsBitstreamDefaultsAndClosesTheSession)
             EXPECT_FALSE(comp->session_created);
         }
     }
-}
 
-TEST_F(SetRole, WrongPrefixChangesNothingAndAnUnknownCodecWordClearsTheRole)
-{
-    ASSERT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_encoder.vp8"), OMX_ErrorNone);
-    EXPECT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_decoder.avc"), OMX_ErrorUndefined);
-    EXPECT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_encoder"), OMX_ErrorUndefined);
-    EXPECT_EQ(encoder_.common.role, ZVX_OMX_COMPONENT_ROLE_VP8);
-
-    ASSERT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.avc"), OMX_ErrorNone);
-    EXPECT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.xyz"), OMX_ErrorBadParameter);
-    EXPECT_EQ(decoder_.common.role, ZVX_OMX_COMPONENT_ROLE_UNCLASSIFIED);
-    // The word must match exactly, not merely start the same.
-    EXPECT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.avc1"), OMX_ErrorBadParameter);
-}
-
-TEST_F(SetRole, DecoderNamesLieOverTheCommonExtensionLookupUntilDestroy)
-{
     OMX_COMPONENTTYPE *omx = &decoder_handle_.omx;
     OMX_INDEXTYPE metadata = OMX_IndexMax;
     OMX_INDEXTYPE anw = OMX_IndexMax;
@@ -145,6 +128,20 @@ TEST_F(SetRole, DecoderNamesLieOverTheCommonExtensionLookupUntilDestroy)
     zvx_omx_decoder_component_destroy(&decoder_);
     EXPECT_EQ(decoder_handle_.omx.GetExtensionIndex, decoder_.InheritedGetExtensionIndex);
     ASSERT_EQ(zvx_omx_decoder_component_init(&decoder_handle_, &decoder_, nullptr, nullptr), OMX_ErrorNone);
+}
+
+TEST_F(SetRole, WrongPrefixChangesNothingAndAnUnknownCodecWordClearsTheRole)
+{
+    ASSERT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_encoder.vp8"), OMX_ErrorNone);
+    EXPECT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_decoder.avc"), OMX_ErrorUndefined);
+    EXPECT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_encoder"), OMX_ErrorUndefined);
+    EXPECT_EQ(encoder_.common.role, ZVX_OMX_COMPONENT_ROLE_VP8);
+
+    ASSERT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.avc"), OMX_ErrorNone);
+    EXPECT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.xyz"), OMX_ErrorBadParameter);
+    EXPECT_EQ(decoder_.common.role, ZVX_OMX_COMPONENT_ROLE_UNCLASSIFIED);
+    // The word must match exactly, not merely start the same.
+    EXPECT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.avc1"), OMX_ErrorBadParameter);
 }
 
 } // namespace
