@@ -14,17 +14,10 @@
 namespace {
 
 int destroy_session_calls;
-int port_definitions_sent;
 
 void count_destroy_session(int)
 {
     ++destroy_session_calls;
-}
-
-void count_port_definitions(int, OMX_INDEXTYPE index, OMX_U32 size, void *)
-{
-    if (index == OMX_IndexParamPortDefinition && size == sizeof(kern_omx120_param_portdefinitiontype))
-        ++port_definitions_sent;
 }
 
 // An initialised decoder whose ports hold the decoder defaults.
@@ -34,7 +27,6 @@ protected:
     {
         zvx_dispatch_test::SetUp();
         destroy_session_calls = 0;
-        port_definitions_sent = 0;
     }
 
     OMX_PARAM_PORTDEFINITIONTYPE *output_definition()
@@ -106,14 +98,12 @@ TEST_F(Component, AllocParamsNeverShrinkStrideOrSliceHeightAndCropUpdateKeepsThe
     EXPECT_EQ(crop->nHeight, 720u);
 }
 
-TEST_F(Component, SessionIsCreatedWithSettingsAndDestroyedOnceAndNeedsARole)
+TEST_F(Component, SessionIsCreatedAndDestroyedOnceAndNeedsARole)
 {
     bb_cb.bbcb_destroy_session = count_destroy_session;
-    bb_cb.bbcb_set_parameter = count_port_definitions;
 
     ASSERT_TRUE(zvx_omx_common_component_create_session(&comp_));
     EXPECT_TRUE(comp_.session_created);
-    EXPECT_EQ(port_definitions_sent, 2);
 
     zvx_omx_common_component_destroy_session(&comp_);
     zvx_omx_common_component_destroy_session(&comp_);

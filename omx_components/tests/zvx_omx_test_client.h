@@ -57,6 +57,9 @@ public:
     {
         auto *client = static_cast<zvx_test_client *>(app_data);
         client->record([&] { client->buffers_.push_back({header, header->nFilledLen, header->nFlags}); });
+        if (client->on_buffer) {
+            client->on_buffer(header);
+        }
         return OMX_ErrorNone;
     }
 
@@ -85,8 +88,9 @@ public:
         return taken;
     }
 
-    /* Runs inside EventHandler, after the event is recorded: the client calling back in. */
+    /* Run inside EventHandler and the buffer callbacks, after the recording: the client calling back in. */
     std::function<void(const zvx_test_event &)> on_event;
+    std::function<void(OMX_BUFFERHEADERTYPE *)> on_buffer;
 
 private:
     template <typename Change> void record(Change change)
