@@ -16,7 +16,7 @@ protected:
     struct zvx_map store;
 };
 
-TEST_F(SettingsStore, InsertUnderAnExistingKeyReplacesTheCopy)
+TEST_F(SettingsStore, InsertUnderAnExistingKeyReplacesTheCopyAndAvcListsEveryProfileLevelPairProfileMajor)
 {
     OMX_PARAM_U32TYPE first = {};
     first.nU32 = 1;
@@ -31,6 +31,19 @@ TEST_F(SettingsStore, InsertUnderAnExistingKeyReplacesTheCopy)
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(found->nU32, 2u);
     EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexConfigOperatingRate, 0), nullptr);
+
+    ASSERT_EQ(zvx_omx_port_avc_config(ZVX_OMX_DECODER, 0, &store), OMX_ErrorNone);
+
+    const OMX_U32 profiles[] = {OMX_VIDEO_AVCProfileBaseline, OMX_VIDEO_AVCProfileMain, OMX_VIDEO_AVCProfileHigh};
+    for (OMX_U32 sub_index = 0; sub_index < 48; ++sub_index) {
+        auto *pair = static_cast<OMX_VIDEO_PARAM_PROFILELEVELTYPE *>(
+            zvx_omx_config_find(&store, OMX_IndexParamVideoProfileLevelQuerySupported, sub_index));
+        ASSERT_NE(pair, nullptr) << sub_index;
+        EXPECT_EQ(pair->eProfile, profiles[sub_index / 16]) << sub_index;
+        EXPECT_EQ(pair->eLevel, 1u << (sub_index % 16)) << sub_index;
+        EXPECT_EQ(pair->nProfileIndex, sub_index);
+    }
+    EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamVideoProfileLevelQuerySupported, 48), nullptr);
 }
 
 TEST_F(SettingsStore, DecoderOutputKeepsTwoColourSlotsAndAFifthPortFormatIsTheEncoderInputsTillJpeg)
@@ -71,22 +84,6 @@ TEST_F(SettingsStore, DecoderOutputKeepsTwoColourSlotsAndAFifthPortFormatIsTheEn
     }
     EXPECT_EQ(zvx_omx_config_find(&encoder_input, OMX_IndexParamVideoPortFormat, 2), nullptr);
     zvx_omx_config_destruct(&encoder_input);
-}
-
-TEST_F(SettingsStore, AvcDecoderListsEveryProfileLevelPairProfileMajor)
-{
-    ASSERT_EQ(zvx_omx_port_avc_config(ZVX_OMX_DECODER, 0, &store), OMX_ErrorNone);
-
-    const OMX_U32 profiles[] = {OMX_VIDEO_AVCProfileBaseline, OMX_VIDEO_AVCProfileMain, OMX_VIDEO_AVCProfileHigh};
-    for (OMX_U32 sub_index = 0; sub_index < 48; ++sub_index) {
-        auto *pair = static_cast<OMX_VIDEO_PARAM_PROFILELEVELTYPE *>(
-            zvx_omx_config_find(&store, OMX_IndexParamVideoProfileLevelQuerySupported, sub_index));
-        ASSERT_NE(pair, nullptr) << sub_index;
-        EXPECT_EQ(pair->eProfile, profiles[sub_index / 16]) << sub_index;
-        EXPECT_EQ(pair->eLevel, 1u << (sub_index % 16)) << sub_index;
-        EXPECT_EQ(pair->nProfileIndex, sub_index);
-    }
-    EXPECT_EQ(zvx_omx_config_find(&store, OMX_IndexParamVideoProfileLevelQuerySupported, 48), nullptr);
 }
 
 // Every default record must carry its header: clients and the session reject records without one.

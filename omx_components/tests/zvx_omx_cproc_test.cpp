@@ -54,10 +54,6 @@ OMX_BOOL zvx_activate_session(int, const char *, void **)
 void zvx_destroy_session(int) {}
 void zvx_enqueue_flush_buffers(int, OMX_U32) {}
 void zvx_enqueue_state_change(int, enum zvx_base_hw_state) {}
-OMX_U32 zvx_get_cached_tcx(void)
-{
-    return 0;
-}
 OMX_U32 zvx_get_hw_version(int)
 {
     return 0;

@@ -124,23 +124,6 @@ TEST_F(Commands, DisableWithoutSessionCompletesInsideSendCommandAndEnableOutside
     expect_events({zvx_complete(OMX_CommandPortEnable, 0)});
 }
 
-TEST_F(Commands, DisableWithSessionStopsFlushesWaitsForFreedBuffersAndRestarts)
-{
-    disable_output();
-    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = idle_with_inputs(5);
-
-    send(OMX_CommandPortDisable, 0);
-    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
-    zvx_answer_flush(comp_, 0);
-    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
-    settle(20);
-    EXPECT_EQ(zvx_omx_state_port_transition(comp_, 0), ZVX_OMX_PORT_DISABLING);
-    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "completed with buffers still registered";
-    free_all(0, buffers);
-    expect_events({zvx_complete(OMX_CommandPortDisable, 0)});
-    EXPECT_EQ(zvx_omx_state_port_transition(comp_, 0), ZVX_OMX_PORT_STABLE);
-}
-
 int64_t zvxp_thread_cpu_ns(pthread_t thread)
 {
     clockid_t clock;
@@ -176,16 +159,28 @@ TEST_F(Commands, IdleShortOfBuffersWaitsAsleepThenFailsAndLoadedWaitsForTheBuffe
 
 // The last buffer wakes the parked change: left to its retry time, Idle would come only as the budget
 // ran out, a quarter of a second after the change was sent.
-TEST_F(Commands, IdleWaitingForBuffersCompletesWhenTheLastOneArrives)
+TEST_F(Commands, IdleWaitingForBuffersCompletesWhenTheLastArrivesAndADisableWaitsForThemToBeFreed)
 {
     disable_output();
     const auto sent = std::chrono::steady_clock::now();
     send(OMX_CommandStateSet, OMX_StateIdle);
     settle(5);
-    std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, definition(0).nBufferCountActual);
+    const std::vector<OMX_BUFFERHEADERTYPE *> buffers = allocate(0, definition(0).nBufferCountActual);
     zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
     expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateIdle)});
     EXPECT_LT(std::chrono::steady_clock::now() - sent, std::chrono::milliseconds(200)) << "no buffer woke it";
+
+    // A disable with a session stops, flushes, waits for the buffers to be freed and restarts.
+    send(OMX_CommandPortDisable, 0);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_STOPPED);
+    zvx_answer_flush(comp_, 0);
+    zvx_answer_hw(comp_, ZVX_BASE_HW_STATE_RUNNING);
+    settle(20);
+    EXPECT_EQ(zvx_omx_state_port_transition(comp_, 0), ZVX_OMX_PORT_DISABLING);
+    EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "completed with buffers still registered";
+    free_all(0, buffers);
+    expect_events({zvx_complete(OMX_CommandPortDisable, 0)});
+    EXPECT_EQ(zvx_omx_state_port_transition(comp_, 0), ZVX_OMX_PORT_STABLE);
 }
 
 TEST_F(Commands, HungSessionMakesTheComponentInvalidAndEndsAFlushWaitingForIt)
