@@ -115,11 +115,4 @@ TEST_F(Component, SessionIsCreatedAndDestroyedOnceAndNeedsARole)
     EXPECT_FALSE(zvx_omx_common_component_create_session(nullptr));
 }
 
-TEST(ComponentType, EncoderTakesTheEncodersName)
-{
-    auto comp = std::make_unique<zvx_omx_common_component>();
-    zvx_omx_common_component_set_type(comp.get(), ZVX_OMX_ENCODER);
-    EXPECT_STREQ(comp->name, "OMX.DHQ.video.k7nn.encoder");
-}
-
 } // namespace

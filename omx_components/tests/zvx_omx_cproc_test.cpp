@@ -193,7 +193,7 @@ bool note_thread(struct zvx_omx_common_component *comp, struct zvx_omx_common_cp
     return true;
 }
 
-TEST_F(CommandProcessor, CommandsRunOnTheComponentsOwnThreadAgainUntilDoneOrTheExitAndTheThreadStartsAgain)
+TEST_F(CommandProcessor, CommandsRunOnTheOwnThreadUntilDoneOrTheExitAndEventsAreFetchedOnlyWithASession)
 {
     zvx_omx_common_cproc_invoker_exit(&comp_); // no thread yet: harmless, as are null arguments
     zvx_omx_common_cproc_invoker_exit(nullptr);
@@ -231,17 +231,7 @@ TEST_F(CommandProcessor, CommandsRunOnTheComponentsOwnThreadAgainUntilDoneOrTheE
     // Freed exactly once when done: a second free or a leak fails the sanitizer builds.
     EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2, 3, 1, 1}));
 
-    // Left behind the exit, an unfinished command is freed with the queue.
-    zvx_omx_common_cproc_invoker_start(&comp_);
-    queue_function(&comp_, wait_for_exit_command);
-    queue_recorded(&comp_, 1, 1000);
-    queue_recorded(&comp_, 2, 1);
-    zvx_omx_common_cproc_invoker_exit(&comp_);
-    EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2}));
-}
-
-TEST_F(CommandProcessor, EventsAreFetchedOnlyWithASessionAndReachTheDispatcher)
-{
+    // Events are fetched only with a session.
     int device[2];
     ASSERT_EQ(pipe(device), 0);
     const char byte = 1; // a device that always polls readable
@@ -264,6 +254,15 @@ TEST_F(CommandProcessor, EventsAreFetchedOnlyWithASessionAndReachTheDispatcher)
     }
     zvx_omx_common_cproc_invoker_exit(&comp_);
     EXPECT_EQ(comp_.hw_state, ZVX_BASE_HW_STATE_RUNNING);
+
+    // Left behind the exit, an unfinished command is freed with the queue.
+    zvx_omx_common_cproc_invoker_start(&comp_);
+    queue_function(&comp_, wait_for_exit_command);
+    queue_recorded(&comp_, 1, 1000);
+    queue_recorded(&comp_, 2, 1);
+    zvx_omx_common_cproc_invoker_exit(&comp_);
+    EXPECT_EQ(take_run_log(), (std::vector<int>{1, 2}));
+
     close(device[0]);
     close(device[1]);
 }

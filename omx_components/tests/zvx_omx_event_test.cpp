@@ -24,7 +24,7 @@ protected:
     }
 };
 
-TEST_F(Events, ShortUnknownAndUnterminatedEventsAreDroppedAndAReleasedFrameIsUnusedOnlyIfAskedAndUnreferenced)
+TEST_F(Events, BadEventsAreDroppedReleasedFramesUnusedOnlyIfAskedAndFlushesReturnWhatTheSessionGaveBack)
 {
     const int32_t running = ZVX_BASE_HW_STATE_RUNNING;
     dispatch(ZVX_BASE_EVENT_STATE_CHANGED, &running, 2);
@@ -63,10 +63,7 @@ TEST_F(Events, ShortUnknownAndUnterminatedEventsAreDroppedAndAReleasedFrameIsUnu
     }
     ++id;
     dispatch(ZVX_BASE_EVENT_REF_FRAME_RELEASED, &id, sizeof(id));
-}
 
-TEST_F(Events, InputFlushReturnsWhatTheSessionGaveBackInQueueOrderAndOutputFlushTheHeldBackBufferEmpty)
-{
     const zvx_omx_buffer_owner_t owners[] = {ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT, ZVX_OMX_BUFFER_OWNER_COMPONENT,
                                              ZVX_OMX_BUFFER_OWNER_COMP_TO_CLIENT};
     std::vector<OMX_BUFFERHEADERTYPE *> headers;

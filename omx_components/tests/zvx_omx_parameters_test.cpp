@@ -485,6 +485,7 @@ TEST_F(DecoderParameters, EverySetAndGetIsPrintedFieldByFieldAtDebugOnly)
 
 TEST_F(EncoderParameters, BitrateHasOneValueWhicheverRecordSetsItAndTheInputFrameSizesTheBuffers)
 {
+    EXPECT_STREQ(comp_->name, "OMX.DHQ.video.k7nn.encoder");
     auto bitrate = zvx_omx_stamped_record<OMX_VIDEO_PARAM_BITRATETYPE>(1);
     ASSERT_EQ(get(OMX_IndexParamVideoBitrate, &bitrate), OMX_ErrorNone);
     EXPECT_EQ(bitrate.nTargetBitrate, 64000u);

@@ -34,21 +34,6 @@ protected:
     void TearDown() override { bb_reset_cb(); }
 };
 
-TEST_F(Roles, RoleRejectedBySessionShiftsTheEnumerationAndTheCopyStaysInsideTheClientBuffer)
-{
-    bb_cb.bbcb_role_enabled = reject_decoder_vp8;
-    EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 3), "video_decoder.vp9");
-    EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 7), "video_decoder.hevc");
-    EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 8), "<none>");
-
-    OMX_U8 buffer[OMX_MAX_STRINGNAME_SIZE + 1];
-    std::memset(buffer, 0xAB, sizeof(buffer));
-    ASSERT_EQ(zvx_omx_decoder_component_role_enum(nullptr, buffer, 0), OMX_ErrorNone);
-    EXPECT_STREQ(reinterpret_cast<const char *>(buffer), "video_decoder.avc");
-    EXPECT_EQ(buffer[OMX_MAX_STRINGNAME_SIZE - 1], 0);
-    EXPECT_EQ(buffer[OMX_MAX_STRINGNAME_SIZE], 0xAB);
-}
-
 class SetRole : public Roles {
 protected:
     void SetUp() override
@@ -130,7 +115,7 @@ TEST_F(SetRole, EveryCodecWordLoadsItsDefaultsAndClosesTheSessionAndDecoderNames
     ASSERT_EQ(zvx_omx_decoder_component_init(&decoder_handle_, &decoder_, nullptr, nullptr), OMX_ErrorNone);
 }
 
-TEST_F(SetRole, WrongPrefixChangesNothingAndAnUnknownCodecWordClearsTheRole)
+TEST_F(SetRole, WrongOrUnknownRoleIsRefusedAndOneTheSessionRejectsShiftsTheEnumeration)
 {
     ASSERT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_encoder.vp8"), OMX_ErrorNone);
     EXPECT_EQ(zvx_omx_common_component_set_role(&encoder_.common, "video_decoder.avc"), OMX_ErrorUndefined);
@@ -142,6 +127,19 @@ TEST_F(SetRole, WrongPrefixChangesNothingAndAnUnknownCodecWordClearsTheRole)
     EXPECT_EQ(decoder_.common.role, ZVX_OMX_COMPONENT_ROLE_UNCLASSIFIED);
     // The word must match exactly, not merely start the same.
     EXPECT_EQ(zvx_omx_common_component_set_role(&decoder_.common, "video_decoder.avc1"), OMX_ErrorBadParameter);
+
+    // A role the session rejects shifts the enumeration; the copy stays inside the client's buffer.
+    bb_cb.bbcb_role_enabled = reject_decoder_vp8;
+    EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 3), "video_decoder.vp9");
+    EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 7), "video_decoder.hevc");
+    EXPECT_EQ(enumerate_role(zvx_omx_decoder_component_role_enum, 8), "<none>");
+
+    OMX_U8 buffer[OMX_MAX_STRINGNAME_SIZE + 1];
+    std::memset(buffer, 0xAB, sizeof(buffer));
+    ASSERT_EQ(zvx_omx_decoder_component_role_enum(nullptr, buffer, 0), OMX_ErrorNone);
+    EXPECT_STREQ(reinterpret_cast<const char *>(buffer), "video_decoder.avc");
+    EXPECT_EQ(buffer[OMX_MAX_STRINGNAME_SIZE - 1], 0);
+    EXPECT_EQ(buffer[OMX_MAX_STRINGNAME_SIZE], 0xAB);
 }
 
 } // namespace

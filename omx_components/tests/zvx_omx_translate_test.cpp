@@ -69,23 +69,7 @@ TEST_F(ColourFormats, ClientToSessionWithAndWithoutTcxAndANullComponentIsRefused
     EXPECT_EQ(translate(34), ZVX_BASE_OMX_BUFFER_FORMAT_YUV420_PLANAR);
 }
 
-// The formats with a client counterpart other than these are the Data Translations suite's.
-TEST(ColourFormatsToClient, FormatsWithoutACounterpartPassThrough)
-{
-    const struct {
-        zvx_base_omx_buffer_format session;
-        OMX_U32 client;
-    } cases[] = {
-        {ZVX_BASE_OMX_BUFFER_FORMAT_YVU420_SEMIPLANAR, 47}, {ZVX_BASE_OMX_BUFFER_FORMAT_RGBA_8888, 0x7f00010b},
-        {ZVX_BASE_OMX_BUFFER_FORMAT_ABGR_8888, 0x7f00010e}, {ZVX_BASE_OMX_BUFFER_FORMAT_BITSTREAM, 0x7f000107},
-        {ZVX_BASE_OMX_BUFFER_FORMAT_CRC, 0x7f000108},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(static_cast<OMX_U32>(zvx_omx_translate_color_format_to_v1(c.session)), c.client)
-            << std::hex << c.session;
-}
-
-TEST(PortDefinition, DecoderNeverPassesBitrateOrFramerateAndTheStoredPortFormatDecidesTheClientColour)
+TEST(ToClient, DecoderNeverPassesBitrateOrFramerateAndFormatsWithoutACounterpartPassThrough)
 {
     OMX_PARAM_PORTDEFINITIONTYPE client = {};
     client.format.video.nBitrate = 64000;
@@ -110,6 +94,19 @@ TEST(PortDefinition, DecoderNeverPassesBitrateOrFramerateAndTheStoredPortFormatD
     zvx_omx_translate_color_format_to_client(&session, &store, 1);
     EXPECT_EQ(session.format.video.eColorFormat, static_cast<OMX_U32>(OMX_COLOR_FormatYUV420SemiPlanar));
     zvx_omx_config_destruct(&store);
+
+    // The formats with a client counterpart other than these are the Data Translations suite's.
+    const struct {
+        zvx_base_omx_buffer_format session;
+        OMX_U32 client;
+    } cases[] = {
+        {ZVX_BASE_OMX_BUFFER_FORMAT_YVU420_SEMIPLANAR, 47}, {ZVX_BASE_OMX_BUFFER_FORMAT_RGBA_8888, 0x7f00010b},
+        {ZVX_BASE_OMX_BUFFER_FORMAT_ABGR_8888, 0x7f00010e}, {ZVX_BASE_OMX_BUFFER_FORMAT_BITSTREAM, 0x7f000107},
+        {ZVX_BASE_OMX_BUFFER_FORMAT_CRC, 0x7f000108},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(static_cast<OMX_U32>(zvx_omx_translate_color_format_to_v1(c.session)), c.client)
+            << std::hex << c.session;
 }
 
 } // namespace
