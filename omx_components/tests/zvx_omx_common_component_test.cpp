@@ -36,7 +36,7 @@ protected:
     }
 };
 
-TEST_F(Component, InitLeavesALoadedComponentBehindAFilledHandle)
+TEST_F(Component, InitLeavesADecoderWhoseSessionIsCreatedAndDestroyedOnceAndNeedsARole)
 {
     EXPECT_STREQ(comp_.name, "OMX.DHQ.video.k7nn.decoder");
     EXPECT_EQ(comp_.alloc_params.planar_alloc_frame_width, 176);
@@ -44,9 +44,23 @@ TEST_F(Component, InitLeavesALoadedComponentBehindAFilledHandle)
     EXPECT_NE(comp_.driver_fd, -1);
     EXPECT_FALSE(comp_.session_created);
     EXPECT_EQ(handle_.omx.nSize, sizeof(OMX_COMPONENTTYPE));
+
+    bb_cb.bbcb_destroy_session = count_destroy_session;
+
+    ASSERT_TRUE(zvx_omx_common_component_create_session(&comp_));
+    EXPECT_TRUE(comp_.session_created);
+
+    zvx_omx_common_component_destroy_session(&comp_);
+    zvx_omx_common_component_destroy_session(&comp_);
+    EXPECT_EQ(destroy_session_calls, 1);
+
+    zvx_omx_config_key key = {OMX_IndexParamStandardComponentRole, 0};
+    zvx_map_erase(&comp_.config_and_params, &key);
+    EXPECT_FALSE(zvx_omx_common_component_create_session(&comp_));
+    EXPECT_FALSE(zvx_omx_common_component_create_session(nullptr));
 }
 
-TEST_F(Component, ExtraDataFollowsTcxAndInterlaceAndQueriesRefuseOtherPortsUntouched)
+TEST_F(Component, ExtraDataFollowsTcxAndInterlaceAndStrideSliceHeightAndCropOriginAreKept)
 {
     EXPECT_EQ(zvx_omx_common_component_get_extra_data_size(&comp_, 1), 0u);
     ASSERT_TRUE(zvx_omx_common_component_tcx_enable(&comp_, 1, true, false, false));
@@ -66,10 +80,7 @@ TEST_F(Component, ExtraDataFollowsTcxAndInterlaceAndQueriesRefuseOtherPortsUntou
     EXPECT_EQ(tiles, 7) << "outputs stay untouched without a setting";
     EXPECT_FALSE(zvx_omx_common_component_is_dmabuf_enabled(&comp_, 1));
     EXPECT_FALSE(zvx_omx_common_component_is_metadata_in_buffer_enabled(&comp_, 5));
-}
 
-TEST_F(Component, AllocParamsNeverShrinkStrideOrSliceHeightAndCropUpdateKeepsTheOrigin)
-{
     OMX_PARAM_PORTDEFINITIONTYPE *def = output_definition();
     ASSERT_NE(def, nullptr);
     def->format.video.nStride = 4096;
@@ -96,23 +107,6 @@ TEST_F(Component, AllocParamsNeverShrinkStrideOrSliceHeightAndCropUpdateKeepsThe
     EXPECT_EQ(crop->nLeft, 8);
     EXPECT_EQ(crop->nWidth, 1280u);
     EXPECT_EQ(crop->nHeight, 720u);
-}
-
-TEST_F(Component, SessionIsCreatedAndDestroyedOnceAndNeedsARole)
-{
-    bb_cb.bbcb_destroy_session = count_destroy_session;
-
-    ASSERT_TRUE(zvx_omx_common_component_create_session(&comp_));
-    EXPECT_TRUE(comp_.session_created);
-
-    zvx_omx_common_component_destroy_session(&comp_);
-    zvx_omx_common_component_destroy_session(&comp_);
-    EXPECT_EQ(destroy_session_calls, 1);
-
-    zvx_omx_config_key key = {OMX_IndexParamStandardComponentRole, 0};
-    zvx_map_erase(&comp_.config_and_params, &key);
-    EXPECT_FALSE(zvx_omx_common_component_create_session(&comp_));
-    EXPECT_FALSE(zvx_omx_common_component_create_session(nullptr));
 }
 
 } // namespace

@@ -229,7 +229,45 @@ TEST_F(DecoderParameters, PortDefinitionChangesOnlyWhileLoadedOrDisabledWithinWh
     EXPECT_EQ(set(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorUnsupportedSetting) << "not offered by a decoder";
 }
 
-TEST_F(DecoderParameters, RoleLoadsItsCodecUnlessUnterminatedAndEnumerationsEndInNoMore)
+struct captured_log {
+    std::mutex mutex;
+    std::vector<std::string> lines;
+} captured;
+
+void capture_print(struct zvx_log_drain *, zvx_log_severity, const char *, const char *fmt, uint32_t n_args, ...)
+{
+    char line[512];
+    va_list args;
+    va_start(args, n_args);
+    if (std::vsnprintf(line, sizeof(line), fmt, args) < 0)
+        line[0] = '\0';
+    va_end(args);
+    std::lock_guard<std::mutex> lock(captured.mutex);
+    captured.lines.emplace_back(line);
+}
+
+bool logged(const std::string &text)
+{
+    std::lock_guard<std::mutex> lock(captured.mutex);
+    return std::ranges::any_of(captured.lines,
+                               [&](const std::string &line) { return line.find(text) != std::string::npos; });
+}
+
+struct LogCapture {
+    explicit LogCapture(zvx_log_severity severity) : saved(zvx_log_omx_if)
+    {
+        zvx_log_omx_if.drain = &drain;
+        zvx_log_omx_if.severity = severity;
+        std::lock_guard<std::mutex> lock(captured.mutex);
+        captured.lines.clear();
+    }
+    ~LogCapture() { zvx_log_omx_if = saved; }
+
+    zvx_log_group saved;
+    zvx_log_drain drain = {capture_print, nullptr};
+};
+
+TEST_F(DecoderParameters, RoleLoadsItsCodecUnlessUnterminatedEnumerationsEndInNoMoreAndCallsArePrinted)
 {
     auto unterminated = zvx_omx_stamped_record<OMX_PARAM_COMPONENTROLETYPE>(0);
     std::memset(unterminated.cRole, 'a', sizeof(unterminated.cRole));
@@ -263,6 +301,22 @@ TEST_F(DecoderParameters, RoleLoadsItsCodecUnlessUnterminatedAndEnumerationsEndI
         pair.nProfileIndex = far;
         EXPECT_EQ(get(OMX_IndexParamVideoProfileLevelQuerySupported, &pair), OMX_ErrorNoMore);
     }
+
+    {
+        LogCapture log(ZVX_LOG_DEBUG);
+        definition(1);
+        ASSERT_EQ(set_role("video_decoder.vp9"), OMX_ErrorNone);
+        EXPECT_TRUE(logged("GetParameter(handle="));
+        EXPECT_TRUE(logged("index=OMX_IndexParamPortDefinition (0x02000001)): OMX_PARAM_PORTDEFINITIONTYPE"));
+        EXPECT_TRUE(logged("OMX_PARAM_PORTDEFINITIONTYPE.nBufferCountActual = 5 (0x5)"));
+        EXPECT_TRUE(logged("format.video.eColorFormat = OMX_COLOR_FormatYUV420Planar (0x13)"));
+        EXPECT_TRUE(logged("OMX_PARAM_COMPONENTROLETYPE.cRole = \"video_decoder.vp9\""));
+        EXPECT_TRUE(logged("nVersion = 1.1.2.0"));
+    }
+    LogCapture log(ZVX_LOG_INFO);
+    definition(1);
+    EXPECT_TRUE(logged("OMX_GetParameter(handle="));
+    EXPECT_FALSE(logged("OMX_PARAM_PORTDEFINITIONTYPE.")) << "records are printed at debug only";
 }
 
 TEST_F(DecoderParameters, DescribeColorFormatLaysOutEachYuv420PlaneAndEnumerationWordsBeyondAreRefusedUnread)
@@ -424,63 +478,6 @@ TEST_F(DecoderParameters, SettingsGivenInAnyWayBeforeTheSessionReachItWhenItIsCr
     ASSERT_EQ(calls.size(), 1u) << "with a session, a change reaches it at once";
     EXPECT_EQ(calls[0].index, OMX_IndexConfigCommonRotate);
     zvx_omx_common_component_destroy_session(comp_);
-}
-
-struct captured_log {
-    std::mutex mutex;
-    std::vector<std::string> lines;
-} captured;
-
-void capture_print(struct zvx_log_drain *, zvx_log_severity, const char *, const char *fmt, uint32_t n_args, ...)
-{
-    char line[512];
-    va_list args;
-    va_start(args, n_args);
-    if (std::vsnprintf(line, sizeof(line), fmt, args) < 0)
-        line[0] = '\0';
-    va_end(args);
-    std::lock_guard<std::mutex> lock(captured.mutex);
-    captured.lines.emplace_back(line);
-}
-
-bool logged(const std::string &text)
-{
-    std::lock_guard<std::mutex> lock(captured.mutex);
-    return std::ranges::any_of(captured.lines,
-                               [&](const std::string &line) { return line.find(text) != std::string::npos; });
-}
-
-struct LogCapture {
-    explicit LogCapture(zvx_log_severity severity) : saved(zvx_log_omx_if)
-    {
-        zvx_log_omx_if.drain = &drain;
-        zvx_log_omx_if.severity = severity;
-        std::lock_guard<std::mutex> lock(captured.mutex);
-        captured.lines.clear();
-    }
-    ~LogCapture() { zvx_log_omx_if = saved; }
-
-    zvx_log_group saved;
-    zvx_log_drain drain = {capture_print, nullptr};
-};
-
-TEST_F(DecoderParameters, EverySetAndGetIsPrintedFieldByFieldAtDebugOnly)
-{
-    {
-        LogCapture log(ZVX_LOG_DEBUG);
-        definition(1);
-        ASSERT_EQ(set_role("video_decoder.vp9"), OMX_ErrorNone);
-        EXPECT_TRUE(logged("GetParameter(handle="));
-        EXPECT_TRUE(logged("index=OMX_IndexParamPortDefinition (0x02000001)): OMX_PARAM_PORTDEFINITIONTYPE"));
-        EXPECT_TRUE(logged("OMX_PARAM_PORTDEFINITIONTYPE.nBufferCountActual = 5 (0x5)"));
-        EXPECT_TRUE(logged("format.video.eColorFormat = OMX_COLOR_FormatYUV420Planar (0x13)"));
-        EXPECT_TRUE(logged("OMX_PARAM_COMPONENTROLETYPE.cRole = \"video_decoder.vp9\""));
-        EXPECT_TRUE(logged("nVersion = 1.1.2.0"));
-    }
-    LogCapture log(ZVX_LOG_INFO);
-    definition(1);
-    EXPECT_TRUE(logged("OMX_GetParameter(handle="));
-    EXPECT_FALSE(logged("OMX_PARAM_PORTDEFINITIONTYPE.")) << "records are printed at debug only";
 }
 
 TEST_F(EncoderParameters, BitrateHasOneValueWhicheverRecordSetsItAndTheInputFrameSizesTheBuffers)
