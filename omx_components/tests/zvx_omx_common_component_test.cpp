@@ -28,12 +28,6 @@ protected:
         zvx_dispatch_test::SetUp();
         destroy_session_calls = 0;
     }
-
-    OMX_PARAM_PORTDEFINITIONTYPE *output_definition()
-    {
-        return static_cast<OMX_PARAM_PORTDEFINITIONTYPE *>(
-            zvx_omx_config_find(&comp_.ports[1].config_and_params, OMX_IndexParamPortDefinition, 0));
-    }
 };
 
 TEST_F(Component, InitLeavesADecoderWhoseSessionIsCreatedAndDestroyedOnceAndNeedsARole)
@@ -81,7 +75,7 @@ TEST_F(Component, ExtraDataFollowsTcxAndInterlaceAndStrideSliceHeightAndCropOrig
     EXPECT_FALSE(zvx_omx_common_component_is_dmabuf_enabled(&comp_, 1));
     EXPECT_FALSE(zvx_omx_common_component_is_metadata_in_buffer_enabled(&comp_, 5));
 
-    OMX_PARAM_PORTDEFINITIONTYPE *def = output_definition();
+    OMX_PARAM_PORTDEFINITIONTYPE *def = zvx_omx_port_get_definition(&comp_.ports[1]);
     ASSERT_NE(def, nullptr);
     def->format.video.nStride = 4096;
     def->format.video.nSliceHeight = 100;

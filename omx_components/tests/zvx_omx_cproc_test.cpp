@@ -155,16 +155,6 @@ std::vector<int> take_run_log()
     return taken;
 }
 
-std::atomic<bool> gate_open;
-
-bool wait_at_gate(struct zvx_omx_common_component *, struct zvx_omx_common_cproc_command_data *)
-{
-    while (!gate_open.load()) {
-        usleep(100);
-    }
-    return true;
-}
-
 // Commands waiting in the component's own queue. Only the command thread may walk it: it alone frees nodes.
 int queued_commands(zvx_omx_common_component *comp)
 {
@@ -185,14 +175,6 @@ bool wait_for_exit_command(struct zvx_omx_common_component *comp, struct zvx_omx
     return true;
 }
 
-std::atomic<int> seen_on_command_thread;
-
-bool note_thread(struct zvx_omx_common_component *comp, struct zvx_omx_common_cproc_command_data *)
-{
-    seen_on_command_thread = zvx_omx_common_cproc_on_command_thread(comp) ? 1 : 0;
-    return true;
-}
-
 TEST_F(CommandProcessor, CommandsRunOnTheOwnThreadUntilDoneOrTheExitAndEventsAreFetchedOnlyWithASession)
 {
     zvx_omx_common_cproc_invoker_exit(&comp_); // no thread yet: harmless, as are null arguments
@@ -202,9 +184,13 @@ TEST_F(CommandProcessor, CommandsRunOnTheOwnThreadUntilDoneOrTheExitAndEventsAre
     EXPECT_EQ(zvx_omx_common_cproc_command_queue_dequeue(&comp_.cproc_queue), nullptr);
 
     take_run_log();
+    static std::atomic<int> seen_on_command_thread;
     seen_on_command_thread = -1;
     zvx_omx_common_cproc_invoker_start(&comp_);
-    queue_function(&comp_, note_thread);
+    queue_function(&comp_, [](zvx_omx_common_component *comp, zvx_omx_common_cproc_command_data *) {
+        seen_on_command_thread = zvx_omx_common_cproc_on_command_thread(comp) ? 1 : 0;
+        return true;
+    });
     for (int id = 0; id < 200; ++id) {
         queue_recorded(&comp_, id, 1);
     }
@@ -218,8 +204,14 @@ TEST_F(CommandProcessor, CommandsRunOnTheOwnThreadUntilDoneOrTheExitAndEventsAre
 
     zvx_omx_common_cproc_invoker_start(&comp_);
     // Holds the thread until everything is queued, so that the order of the runs is fixed.
+    static std::atomic<bool> gate_open;
     gate_open = false;
-    queue_function(&comp_, wait_at_gate);
+    queue_function(&comp_, [](zvx_omx_common_component *, zvx_omx_common_cproc_command_data *) {
+        while (!gate_open.load()) {
+            usleep(100);
+        }
+        return true;
+    });
     queue_recorded(&comp_, 1, 3);
     queue_recorded(&comp_, 2, 1);
     queue_recorded(&comp_, 3, 1);

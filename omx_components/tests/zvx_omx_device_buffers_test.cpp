@@ -1,6 +1,5 @@
-// Buffers through a decoder against the session emulator: a teardown in the middle of a stream leaves
-// nothing with the device; and an encoder driven as FFmpeg drives it. Whole decodes as GStreamer drives
-// them are the flow tests'.
+// Buffers through a decoder against the session emulator: a teardown in the middle of a stream leaves nothing with the
+// device; and an encoder driven as FFmpeg drives it. Whole decodes are the flow tests'.
 #include <gtest/gtest.h>
 
 #include <chrono>

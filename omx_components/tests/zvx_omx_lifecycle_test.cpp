@@ -90,7 +90,6 @@ TYPED_TEST(Lifecycle, DestroyDetachesTheHandleAndADeviceThatDoesNotOpenIsAHardwa
 }
 
 // Each allocation of init in turn fails: init reports it and releases everything, the device included.
-// This covers the command queue's first node and the frame-interval list, which init once ignored.
 TYPED_TEST(Lifecycle, EveryAllocationFailureOfInitIsReportedAndUndone)
 {
     if (!zvx_mem_faults_arm(0, 0))

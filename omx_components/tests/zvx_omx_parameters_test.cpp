@@ -1,6 +1,5 @@
-// GetParameter/SetParameter (and their Config twins) through the handle, as clients call them: the
-// bad records they send, calls from several threads and from inside callbacks, and what the session
-// is told.
+// GetParameter/SetParameter (and their Config twins) through the handle, as clients call them: the bad records they
+// send, calls from several threads and callbacks, and what the session is told.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -77,12 +76,6 @@ protected:
     }
 
     void enter_state(OMX_STATETYPE state) { zvxu_atomic_set(&this->comp_->omx_state, state); }
-
-    // The store itself, for what a client cannot reach: a port disabled by the command thread.
-    OMX_PARAM_PORTDEFINITIONTYPE *stored_definition(OMX_U32 port)
-    {
-        return zvx_omx_port_get_definition(&this->comp_->ports[port]);
-    }
 };
 
 using DecoderParameters = Parameters<zvx_decoder_test>;
@@ -169,7 +162,7 @@ TEST_F(DecoderParameters, PortDefinitionChangesOnlyWhileLoadedOrDisabledWithinWh
     rotate.nRotation = 90;
     EXPECT_EQ(omx_->SetConfig(omx_, OMX_IndexConfigCommonRotate, &rotate), OMX_ErrorNone) << "configs change any time";
 
-    stored_definition(0)->bEnabled = OMX_FALSE;
+    zvx_omx_port_get_definition(&comp_->ports[0])->bEnabled = OMX_FALSE; // as the command thread disables it
     EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorNone);
     EXPECT_EQ(definition(0).nBufferCountActual, 8u);
 

@@ -28,17 +28,11 @@ OMX_BOOL reject_decoder_vp8(const char *role)
     return std::strcmp(role, "video_decoder.vp8") != 0 ? OMX_TRUE : OMX_FALSE;
 }
 
-class Roles : public ::testing::Test {
-protected:
-    void SetUp() override { bb_reset_cb(); }
-    void TearDown() override { bb_reset_cb(); }
-};
-
-class SetRole : public Roles {
+class SetRole : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        Roles::SetUp();
+        bb_reset_cb();
         ASSERT_EQ(zvx_omx_decoder_component_init(&decoder_handle_, &decoder_, nullptr, nullptr), OMX_ErrorNone);
         ASSERT_EQ(zvx_omx_encoder_component_init(&encoder_handle_, &encoder_, nullptr, nullptr), OMX_ErrorNone);
         // Roles are set on the command thread; with the threads stopped the test stands in for them.
@@ -50,7 +44,7 @@ protected:
     {
         zvx_omx_decoder_component_destroy(&decoder_);
         zvx_omx_encoder_component_destroy(&encoder_);
-        Roles::TearDown();
+        bb_reset_cb();
     }
 
     zvx_omx_decoder_component decoder_;

@@ -194,7 +194,26 @@ TEST_F(Commands, HungSessionMakesTheComponentInvalidAndEndsAFlushWaitingForIt)
     EXPECT_FALSE(zvx_omx_state_has_session(comp_));
 }
 
-TEST_F(Commands, SetCallbacksWithoutTableKeepsTheOldOnesAndCallbacksMayCallBackIntoTheComponent)
+constexpr int ZVXP_CLIENT_THREADS = 8;
+constexpr int ZVXP_ROUNDS = 100;
+std::array<int, ZVXP_CLIENT_THREADS> zvxp_app_data;
+std::atomic<int> zvxp_paired;
+std::atomic<int> zvxp_mispaired;
+
+template <int Thread>
+OMX_ERRORTYPE zvxp_thread_handler(OMX_HANDLETYPE, OMX_PTR app_data, OMX_EVENTTYPE, OMX_U32, OMX_U32, OMX_PTR)
+{
+    ++(app_data == &zvxp_app_data[Thread] ? zvxp_paired : zvxp_mispaired);
+    return OMX_ErrorNone;
+}
+
+template <size_t... Threads> constexpr auto zvxp_thread_handlers(std::index_sequence<Threads...>)
+{
+    return std::array<OMX_CALLBACKTYPE, sizeof...(Threads)>{
+        OMX_CALLBACKTYPE{zvxp_thread_handler<Threads>, nullptr, nullptr}...};
+}
+
+TEST_F(Commands, SetCallbacksKeepsTableAndAppDataTogetherAndCallbacksMayCallBackIntoTheComponent)
 {
     EXPECT_EQ(omx_->SetCallbacks(omx_, nullptr, &component_), OMX_ErrorNone);
     EXPECT_EQ(omx_->pApplicationPrivate, &component_);
@@ -218,29 +237,8 @@ TEST_F(Commands, SetCallbacksWithoutTableKeepsTheOldOnesAndCallbacksMayCallBackI
     // In the order sent: the disable waits for the change to Loaded.
     expect_events({zvx_complete(OMX_CommandStateSet, OMX_StateWaitForResources),
                    zvx_complete(OMX_CommandStateSet, OMX_StateLoaded), zvx_complete(OMX_CommandPortDisable, 0)});
-}
 
-constexpr int ZVXP_CLIENT_THREADS = 8;
-constexpr int ZVXP_ROUNDS = 100;
-std::array<int, ZVXP_CLIENT_THREADS> zvxp_app_data;
-std::atomic<int> zvxp_paired;
-std::atomic<int> zvxp_mispaired;
-
-template <int Thread>
-OMX_ERRORTYPE zvxp_thread_handler(OMX_HANDLETYPE, OMX_PTR app_data, OMX_EVENTTYPE, OMX_U32, OMX_U32, OMX_PTR)
-{
-    ++(app_data == &zvxp_app_data[Thread] ? zvxp_paired : zvxp_mispaired);
-    return OMX_ErrorNone;
-}
-
-template <size_t... Threads> constexpr auto zvxp_thread_handlers(std::index_sequence<Threads...>)
-{
-    return std::array<OMX_CALLBACKTYPE, sizeof...(Threads)>{
-        OMX_CALLBACKTYPE{zvxp_thread_handler<Threads>, nullptr, nullptr}...};
-}
-
-TEST_F(Commands, SetCallbacksFromManyThreadsNeverSplitsHandlerFromItsAppData)
-{
+    // From many threads at once, a handler never goes with another thread's app data.
     auto tables = zvxp_thread_handlers(std::make_index_sequence<ZVXP_CLIENT_THREADS>());
     zvxp_paired = 0;
     zvxp_mispaired = 0;

@@ -1,6 +1,5 @@
-// A client that drives a decoder through its handle and records its callbacks, and the session's
-// answers, which the stub never gives: each is a command on the component's own thread that waits until
-// the component has asked for it, then dispatches the session's event there.
+// A client that drives a component through its handle and records its callbacks, and the session's answers, which the
+// stub never gives: commands on the component's thread that wait until it asks, then dispatch the event.
 #ifndef ZVX_OMX_TEST_CLIENT_H
 #define ZVX_OMX_TEST_CLIENT_H
 
