@@ -88,7 +88,7 @@ bool same_bytes(const OMX_PARAM_PORTDEFINITIONTYPE &a, const OMX_PARAM_PORTDEFIN
 }
 
 // A short record is exactly as long as its nSize says, so anything read past it is an out-of-bounds read.
-TEST_F(DecoderParameters, MissingShortBadVersionPortOrIndexRecordIsRefusedAndALongerOneKeepsItsTail)
+TEST_F(DecoderParameters, BadRecordsAreRefusedUnreadALongerOneKeepsItsTailAndColourFormatsAreDescribed)
 {
     const OMX_PARAM_PORTDEFINITIONTYPE before = definition(0);
     auto record = before;
@@ -145,6 +145,70 @@ TEST_F(DecoderParameters, MissingShortBadVersionPortOrIndexRecordIsRefusedAndALo
     EXPECT_EQ(wide.tail[0], 0xA5);
     EXPECT_EQ(wide.tail[63], 0xA5);
     EXPECT_EQ(set(OMX_IndexParamPortDefinition, &wide), OMX_ErrorNone);
+
+    auto describe = zvx_omx_stamped_record<DescribeColorFormatParams>(0);
+    describe.nFrameWidth = 176;
+    describe.nFrameHeight = 144;
+    describe.nStride = 0;
+    describe.eColorFormat = OMX_COLOR_FormatYUV420SemiPlanar;
+    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
+    const MediaImage &image = describe.sMediaImage;
+    EXPECT_EQ(describe.nStride, 176u) << "a stride below the width is corrected";
+    EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_YUV);
+    EXPECT_EQ(image.mNumPlanes, 3u);
+    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_U].mOffset, 176u * 144);
+    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_V].mOffset, 176u * 144 + 1);
+    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_V].mColInc, 2u);
+
+    describe.eColorFormat = OMX_COLOR_FormatYUV420Planar;
+    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
+    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_V].mOffset, 176u * 144 * 5 / 4);
+    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_V].mRowInc, 88u);
+
+    describe.eColorFormat = QURO_COLOR_FormatYV12;
+    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
+    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_V].mOffset, 176u * 144) << "YV12 puts V first";
+    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_U].mRowInc, 96u) << "with 16-byte aligned chroma rows";
+
+    for (OMX_COLOR_FORMATTYPE opaque : {OMX_COLOR_Format32bitBGRA8888, QURO_COLOR_FormatYUV420TCX}) {
+        describe.eColorFormat = opaque;
+        ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
+        EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_UNKNOWN);
+        EXPECT_EQ(image.mNumPlanes, 0u);
+    }
+    describe.eColorFormat = OMX_COLOR_FormatYUV420Planar;
+    describe.nStride = 0xFFFFFFF0u;
+    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
+    EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_UNKNOWN) << "planes beyond 4 GiB cannot be described";
+
+    // A client's enumeration field may hold any word. Reading one beyond its enumeration as that type is
+    // undefined, so a set refuses it first and a query reads it as a word. Found by the SetParameter fuzzer.
+    const auto put = [](auto &field, OMX_U32 word) { std::memcpy(&field, &word, sizeof(word)); };
+    const OMX_U32 top_bit = 0x80000000u;
+    describe.nStride = 0;
+    put(describe.eColorFormat, top_bit | OMX_COLOR_FormatYUV420Planar);
+    put(describe.bUsingNativeBuffers, top_bit);
+    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
+    EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_UNKNOWN);
+    const OMX_PARAM_PORTDEFINITIONTYPE output = definition(1);
+    record = output;
+    put(record.format.video.eColorFormat, top_bit);
+    EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
+    record = output;
+    put(record.bEnabled, top_bit);
+    EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
+    EXPECT_TRUE(same_bytes(definition(1), output));
+
+    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
+    put(format.eColorFormat, top_bit);
+    EXPECT_EQ(set(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorBadParameter);
+
+    auto aspects = zvx_omx_stamped_record<DescribeColorAspectsParams>(1);
+    put(aspects.sAspects.mTransfer, 0x100);
+    EXPECT_EQ(set(OMX_IndexParamDescribeColorAspects, &aspects), OMX_ErrorBadParameter)
+        << "the colour aspects end at eight bits";
+    aspects.sAspects.mTransfer = TransferOther;
+    EXPECT_EQ(set(OMX_IndexParamDescribeColorAspects, &aspects), OMX_ErrorNone);
 }
 
 TEST_F(DecoderParameters, PortDefinitionChangesOnlyWhileLoadedOrDisabledWithinWhatThePortCanDoAndSizesFollow)
@@ -310,73 +374,6 @@ TEST_F(DecoderParameters, RoleLoadsItsCodecUnlessUnterminatedEnumerationsEndInNo
     definition(1);
     EXPECT_TRUE(logged("OMX_GetParameter(handle="));
     EXPECT_FALSE(logged("OMX_PARAM_PORTDEFINITIONTYPE.")) << "records are printed at debug only";
-}
-
-TEST_F(DecoderParameters, DescribeColorFormatLaysOutEachYuv420PlaneAndEnumerationWordsBeyondAreRefusedUnread)
-{
-    auto describe = zvx_omx_stamped_record<DescribeColorFormatParams>(0);
-    describe.nFrameWidth = 176;
-    describe.nFrameHeight = 144;
-    describe.nStride = 0;
-    describe.eColorFormat = OMX_COLOR_FormatYUV420SemiPlanar;
-    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
-    const MediaImage &image = describe.sMediaImage;
-    EXPECT_EQ(describe.nStride, 176u) << "a stride below the width is corrected";
-    EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_YUV);
-    EXPECT_EQ(image.mNumPlanes, 3u);
-    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_U].mOffset, 176u * 144);
-    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_V].mOffset, 176u * 144 + 1);
-    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_V].mColInc, 2u);
-
-    describe.eColorFormat = OMX_COLOR_FormatYUV420Planar;
-    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
-    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_V].mOffset, 176u * 144 * 5 / 4);
-    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_V].mRowInc, 88u);
-
-    describe.eColorFormat = QURO_COLOR_FormatYV12;
-    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
-    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_V].mOffset, 176u * 144) << "YV12 puts V first";
-    EXPECT_EQ(image.mPlane[MEDIA_IMAGE_U].mRowInc, 96u) << "with 16-byte aligned chroma rows";
-
-    for (OMX_COLOR_FORMATTYPE opaque : {OMX_COLOR_Format32bitBGRA8888, QURO_COLOR_FormatYUV420TCX}) {
-        describe.eColorFormat = opaque;
-        ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
-        EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_UNKNOWN);
-        EXPECT_EQ(image.mNumPlanes, 0u);
-    }
-    describe.eColorFormat = OMX_COLOR_FormatYUV420Planar;
-    describe.nStride = 0xFFFFFFF0u;
-    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
-    EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_UNKNOWN) << "planes beyond 4 GiB cannot be described";
-
-    // A client's enumeration field may hold any word. Reading one beyond its enumeration as that type is
-    // undefined, so a set refuses it first and a query reads it as a word. Found by the SetParameter fuzzer.
-    const auto put = [](auto &field, OMX_U32 word) { std::memcpy(&field, &word, sizeof(word)); };
-    const OMX_U32 top_bit = 0x80000000u;
-    describe.nStride = 0;
-    put(describe.eColorFormat, top_bit | OMX_COLOR_FormatYUV420Planar);
-    put(describe.bUsingNativeBuffers, top_bit);
-    ASSERT_EQ(get(OMX_IndexParamDescribeColorFormat, &describe), OMX_ErrorNone);
-    EXPECT_EQ(image.mType, MEDIA_IMAGE_TYPE_UNKNOWN);
-    const OMX_PARAM_PORTDEFINITIONTYPE before = definition(1);
-    auto record = before;
-    put(record.format.video.eColorFormat, top_bit);
-    EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
-    record = before;
-    put(record.bEnabled, top_bit);
-    EXPECT_EQ(set(OMX_IndexParamPortDefinition, &record), OMX_ErrorBadParameter);
-    EXPECT_TRUE(same_bytes(definition(1), before));
-
-    auto format = zvx_omx_stamped_record<OMX_VIDEO_PARAM_PORTFORMATTYPE>(1);
-    put(format.eColorFormat, top_bit);
-    EXPECT_EQ(set(OMX_IndexParamVideoPortFormat, &format), OMX_ErrorBadParameter);
-
-    auto aspects = zvx_omx_stamped_record<DescribeColorAspectsParams>(1);
-    put(aspects.sAspects.mTransfer, 0x100);
-    EXPECT_EQ(set(OMX_IndexParamDescribeColorAspects, &aspects), OMX_ErrorBadParameter)
-        << "the colour aspects end at eight bits";
-    aspects.sAspects.mTransfer = TransferOther;
-    EXPECT_EQ(set(OMX_IndexParamDescribeColorAspects, &aspects), OMX_ErrorNone);
 }
 
 TEST_F(DecoderParameters, EightClientThreadsOrACallbackGetAndSetAtOnceWithoutWaiting)

@@ -40,7 +40,7 @@ protected:
     }
 };
 
-TEST_F(StreamSettings, AllocationParametersSizeTheOutputUntilItHasProducedAndSequenceOnesRaiseTheCount)
+TEST_F(StreamSettings, AllocationSequenceDisplayAndColourEventsReachTheClientsRecordsOnce)
 {
     zvx_base_fw_frame_alloc_parameters allocation = {};
     allocation.planar_alloc_frame_width = 320;
@@ -84,11 +84,9 @@ TEST_F(StreamSettings, AllocationParametersSizeTheOutputUntilItHasProducedAndSeq
     EXPECT_EQ(client_.take(), std::vector<zvx_test_event>{}) << "nothing changed: the session carries on";
     EXPECT_EQ(output().nBufferCountActual, chosen.nBufferCountActual)
         << "a count changed without telling would refuse the buffers the client is allocating";
-}
 
-TEST_F(StreamSettings, TenBitStreamDisplaySizeAndColourDescriptionAreTakenAndOtherTypesChangeNothing)
-{
-    zvx_base_response_sequence_parameters sequence = {};
+    // A ten-bit interlaced stream, its display size and its colour description.
+    sequence = {};
     sequence.interlace = 1;
     sequence.bitdepth_luma = 10;
     sequence.bitdepth_chroma = 10;
@@ -107,14 +105,14 @@ TEST_F(StreamSettings, TenBitStreamDisplaySizeAndColourDescriptionAreTakenAndOth
     const auto displayed = get<QURO_PARAM_SEQUENECE_PARAMETERS>(QURO_IndexParamSequenceParameters, 1);
     EXPECT_EQ(displayed.nDisplayWidth, 1280);
     EXPECT_EQ(displayed.nDisplayHeight, 720);
-    const OMX_PARAM_PORTDEFINITIONTYPE before = output();
+    const OMX_PARAM_PORTDEFINITIONTYPE unchanged = output();
     for (uint32_t type : {17u, 99u}) {
         param.type = type;
         dispatch(ZVX_BASE_EVENT_BUFFER_PARAM, param);
     }
-    const OMX_PARAM_PORTDEFINITIONTYPE after = output();
+    const OMX_PARAM_PORTDEFINITIONTYPE now = output();
     // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-exp42-c,cert-flp37-c): records are copied whole
-    EXPECT_EQ(std::memcmp(&before, &after, sizeof(before)), 0);
+    EXPECT_EQ(std::memcmp(&unchanged, &now, sizeof(unchanged)), 0);
 
     param = colour(1, 9, 16, 9);
     param.data.colour_description.flags = 3;
