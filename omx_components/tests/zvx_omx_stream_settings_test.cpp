@@ -40,7 +40,7 @@ protected:
     }
 };
 
-TEST_F(StreamSettings, AllocationSequenceDisplayAndColourEventsReachTheClientsRecordsOnce)
+TEST_F(StreamSettings, AllocationParametersSizeTheOutputUntilItHasProduced)
 {
     zvx_base_fw_frame_alloc_parameters allocation = {};
     allocation.planar_alloc_frame_width = 320;
@@ -61,8 +61,10 @@ TEST_F(StreamSettings, AllocationSequenceDisplayAndColourEventsReachTheClientsRe
     allocation.planar_alloc_frame_width = 640;
     dispatch(ZVX_BASE_EVENT_ALLOC_PARAMS, allocation);
     EXPECT_EQ(output().format.video.nFrameWidth, 320u) << "the stream is under way: the client reallocates";
+}
 
-    comp_.ports[1].buffer_produced = false;
+TEST_F(StreamSettings, SequenceDisplayAndColourEventsReachTheClientsRecordsAndTheClientHearsOfEachChangeOnce)
+{
     const OMX_PARAM_PORTDEFINITIONTYPE before = output();
     zvx_base_response_sequence_parameters sequence = {};
     sequence.bitdepth_luma = 8;
