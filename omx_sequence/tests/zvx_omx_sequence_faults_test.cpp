@@ -58,6 +58,30 @@ protected:
         ASSERT_TRUE(clean()) << report();
     }
 
+    /* Executing with every buffer given; with `requeue`, given again as soon as it comes back. */
+    void stream(zvx_seq_kind kind, bool requeue = false)
+    {
+        open(kind);
+        ASSERT_NO_FATAL_FAILURE(to_executing());
+        if (requeue) {
+            zvx_seq_reactions reactions;
+            reactions.requeue_input_percent = 100;
+            reactions.requeue_output_percent = 100;
+            client_->set_reactions(reactions);
+        }
+        fill_all();
+        empty_all();
+    }
+
+    /* As many buffers as the port's definition, read first, asks for. */
+    void allocate_all(OMX_U32 port, OMX_PARAM_PORTDEFINITIONTYPE &definition)
+    {
+        ASSERT_EQ(client_->get_port(port, &definition), OMX_ErrorNone);
+        for (OMX_U32 i = 0; i < definition.nBufferCountActual; ++i) {
+            ASSERT_EQ(client_->allocate(port, definition.nBufferSize, false), OMX_ErrorNone);
+        }
+    }
+
     void fill_all()
     {
         for (OMX_BUFFERHEADERTYPE *header : client_->held(OUTPUT)) {
@@ -108,10 +132,7 @@ protected:
 /* Fault 1: Idle completed while the component held buffers queued before a pause. */
 TEST_F(SequenceFaultTest, EveryBufferIsBackBeforeIdleCompletesFromPause)
 {
-    open(zvx_seq_kind::decoder);
-    ASSERT_NO_FATAL_FAILURE(to_executing());
-    fill_all();
-    empty_all();
+    ASSERT_NO_FATAL_FAILURE(stream(zvx_seq_kind::decoder));
     EXPECT_TRUE(command(OMX_CommandStateSet, OMX_StatePause));
     EXPECT_TRUE(command(OMX_CommandStateSet, OMX_StateIdle));
     EXPECT_TRUE(client_->lent(INPUT).empty() && client_->lent(OUTPUT).empty()) << "buffers held in Idle";
@@ -133,18 +154,17 @@ TEST_F(SequenceFaultTest, EachOfTwoFlushesOfAPortIsAnswered)
 }
 
 /* Fault 3: Flush(OMX_ALL) in Executing with the encoder producing, then Pause or Idle at once; the
- * Pause or Idle hung about one run in four. */
-TEST_F(SequenceFaultTest, StateChangeRightAfterFlushAllIsAnswered)
+ * Pause or Idle hung about one run in four. Fault 8: an input handed back from inside its
+ * EmptyBufferDone was refused as already queued. */
+TEST_F(SequenceFaultTest, StateChangeRightAfterFlushAllIsAnsweredAndRequeuedInputsAreTaken)
 {
+    for (const zvx_seq_kind kind : {zvx_seq_kind::decoder, zvx_seq_kind::encoder}) {
+        ASSERT_NO_FATAL_FAILURE(stream(kind, true));
+        std::this_thread::sleep_for(200ms);
+        EXPECT_TRUE(tear_down() && clean()) << report();
+    }
     for (int run = 0; run < 32; ++run) {
-        open(zvx_seq_kind::encoder);
-        ASSERT_NO_FATAL_FAILURE(to_executing());
-        zvx_seq_reactions reactions;
-        reactions.requeue_input_percent = 100;
-        reactions.requeue_output_percent = 100;
-        client_->set_reactions(reactions);
-        fill_all();
-        empty_all();
+        ASSERT_NO_FATAL_FAILURE(stream(zvx_seq_kind::encoder, true));
         std::this_thread::sleep_for(2ms);
         client_->send_command(OMX_CommandFlush, OMX_ALL);
         client_->send_command(OMX_CommandStateSet, run % 2 == 0 ? OMX_StatePause : OMX_StateIdle);
@@ -155,7 +175,7 @@ TEST_F(SequenceFaultTest, StateChangeRightAfterFlushAllIsAnswered)
 
 /* Fault 4: the encoder's output port, disabled and freed, came back enabled and populated with no
  * buffer after its settings changed, and an enable then completed without buffers. */
-TEST_F(SequenceFaultTest, DisabledEncoderOutputStaysDisabledAndEmpty)
+TEST_F(SequenceFaultTest, DisabledEncoderOutputStaysDisabledAndEmptyAndItsBuffersComeBack)
 {
     open(zvx_seq_kind::encoder);
     ASSERT_NO_FATAL_FAILURE(to_executing());
@@ -175,25 +195,16 @@ TEST_F(SequenceFaultTest, DisabledEncoderOutputStaysDisabledAndEmpty)
     EXPECT_TRUE(settle());
     ASSERT_EQ(client_->get_port(OUTPUT, &definition), OMX_ErrorNone);
     EXPECT_TRUE(tear_down() && clean()) << report();
-}
 
-/* Fault 4, with outputs queued when the disable is sent: each came back, but its free was refused and
- * the disable never completed. */
-TEST_F(SequenceFaultTest, OutputsQueuedAtDisableComeBackAndAreFreed)
-{
-    open(zvx_seq_kind::encoder);
-    ASSERT_NO_FATAL_FAILURE(to_executing());
-    fill_all();
-    empty_all();
+    // With outputs queued when the disable is sent, each came back but its free was refused and the
+    // disable never completed.
+    ASSERT_NO_FATAL_FAILURE(stream(zvx_seq_kind::encoder));
     client_->send_command(OMX_CommandPortDisable, OUTPUT);
     EXPECT_TRUE(settle());
     EXPECT_TRUE(client_->buffers(OUTPUT).empty()) << "outputs the client could not free";
     EXPECT_TRUE(tear_down() && clean()) << report();
-}
 
-/* Fault 4, an output given after the disable was sent: accepted, and never given back. */
-TEST_F(SequenceFaultTest, OutputGivenWhileDisablingIsRefusedOrReturned)
-{
+    // An output given after the disable was sent was accepted, and never given back.
     open(zvx_seq_kind::encoder);
     ASSERT_NO_FATAL_FAILURE(to_executing());
     client_->send_command(OMX_CommandPortDisable, OUTPUT);
@@ -206,7 +217,7 @@ TEST_F(SequenceFaultTest, OutputGivenWhileDisablingIsRefusedOrReturned)
 
 /* Fault 5: in Idle with the output disabled, PortEnable then PortDisable at once: the disable completed
  * first, buffers for the enable were refused and the enable was never answered. */
-TEST_F(SequenceFaultTest, EnableThenDisableTakeEffectInOrder)
+TEST_F(SequenceFaultTest, EnableThenDisableTakeEffectInOrderAndADisableWaitsForItsBuffers)
 {
     open(zvx_seq_kind::decoder);
     ASSERT_TRUE(command(OMX_CommandPortDisable, OUTPUT));
@@ -216,19 +227,12 @@ TEST_F(SequenceFaultTest, EnableThenDisableTakeEffectInOrder)
     client_->send_command(OMX_CommandPortDisable, OUTPUT);
     EXPECT_TRUE(settle());
     EXPECT_TRUE(tear_down() && clean()) << report();
-}
 
-/* Fault 5: a disable in Loaded, with buffers allocated for a pending Idle, completed with them still
- * allocated. */
-TEST_F(SequenceFaultTest, DisableWaitsForThePortsBuffersToBeFreed)
-{
+    // A disable in Loaded, with buffers allocated for a pending Idle, completed with them still allocated.
     open(zvx_seq_kind::decoder);
     client_->send_command(OMX_CommandStateSet, OMX_StateIdle);
     OMX_PARAM_PORTDEFINITIONTYPE definition;
-    ASSERT_EQ(client_->get_port(OUTPUT, &definition), OMX_ErrorNone);
-    for (OMX_U32 i = 0; i < definition.nBufferCountActual; ++i) {
-        ASSERT_EQ(client_->allocate(OUTPUT, definition.nBufferSize, false), OMX_ErrorNone);
-    }
+    ASSERT_NO_FATAL_FAILURE(allocate_all(OUTPUT, definition));
     client_->send_command(OMX_CommandPortDisable, OUTPUT);
     ASSERT_EQ(client_->get_port(OUTPUT, &definition), OMX_ErrorNone);
     EXPECT_TRUE(settle());
@@ -274,23 +278,17 @@ TEST_F(SequenceFaultTest, InputFreedDuringItsReturnNeverReachesACallback)
 
 /* Fault 8: Idle completed with 5 of 7 buffers after the client raised nBufferCountActual while Idle
  * was pending. */
-TEST_F(SequenceFaultTest, IdleWaitsForTheCountInForce)
+TEST_F(SequenceFaultTest, IdleWaitsForTheCountInForceAndAnAcceptedCountReadsBack)
 {
     open(zvx_seq_kind::decoder);
     client_->send_command(OMX_CommandStateSet, OMX_StateIdle);
     OMX_PARAM_PORTDEFINITIONTYPE input;
-    ASSERT_EQ(client_->get_port(INPUT, &input), OMX_ErrorNone);
-    for (OMX_U32 i = 0; i < input.nBufferCountActual; ++i) {
-        ASSERT_EQ(client_->allocate(INPUT, input.nBufferSize, false), OMX_ErrorNone);
-    }
+    ASSERT_NO_FATAL_FAILURE(allocate_all(INPUT, input));
     const OMX_U32 raised = input.nBufferCountActual + 2;
     input.nBufferCountActual = raised;
     ASSERT_EQ(client_->set_port(input), OMX_ErrorNone) << "a count may change while Loaded";
     OMX_PARAM_PORTDEFINITIONTYPE output;
-    ASSERT_EQ(client_->get_port(OUTPUT, &output), OMX_ErrorNone);
-    for (OMX_U32 i = 0; i < output.nBufferCountActual; ++i) {
-        ASSERT_EQ(client_->allocate(OUTPUT, output.nBufferSize, false), OMX_ErrorNone);
-    }
+    ASSERT_NO_FATAL_FAILURE(allocate_all(OUTPUT, output));
     EXPECT_FALSE(client_->wait_until([](const zvx_seq_model &model) { return model.unanswered().empty(); }, 200ms))
         << "Idle completed with " << client_->buffers(INPUT).size() << " of " << raised << " inputs";
     ASSERT_EQ(client_->get_port(INPUT, &input), OMX_ErrorNone);
@@ -298,28 +296,8 @@ TEST_F(SequenceFaultTest, IdleWaitsForTheCountInForce)
     EXPECT_EQ(client_->buffers(INPUT).size(), raised);
     ASSERT_EQ(client_->get_port(INPUT, &input), OMX_ErrorNone);
     EXPECT_TRUE(tear_down() && clean()) << report();
-}
 
-/* Fault 8: an input handed back from inside its EmptyBufferDone was refused as already queued. */
-TEST_F(SequenceFaultTest, InputRequeuedInsideItsCallbackIsTaken)
-{
-    for (const zvx_seq_kind kind : {zvx_seq_kind::decoder, zvx_seq_kind::encoder}) {
-        open(kind);
-        ASSERT_NO_FATAL_FAILURE(to_executing());
-        zvx_seq_reactions reactions;
-        reactions.requeue_input_percent = 100;
-        reactions.requeue_output_percent = 100;
-        client_->set_reactions(reactions);
-        fill_all();
-        empty_all();
-        std::this_thread::sleep_for(200ms);
-        EXPECT_TRUE(tear_down() && clean()) << report();
-    }
-}
-
-/* Fault 8: a port definition the component accepted read back with another nBufferCountActual. */
-TEST_F(SequenceFaultTest, AcceptedCountReadsBack)
-{
+    // A port definition the component accepted read back with another nBufferCountActual.
     for (const zvx_seq_kind kind : {zvx_seq_kind::decoder, zvx_seq_kind::encoder}) {
         open(kind);
         for (const OMX_U32 port : {INPUT, OUTPUT}) {
@@ -335,7 +313,6 @@ TEST_F(SequenceFaultTest, AcceptedCountReadsBack)
         // so that no settings change of the component's own comes between).
         ASSERT_NO_FATAL_FAILURE(to_executing());
         ASSERT_TRUE(command(OMX_CommandPortDisable, OUTPUT));
-        OMX_PARAM_PORTDEFINITIONTYPE output;
         ASSERT_EQ(client_->get_port(OUTPUT, &output), OMX_ErrorNone);
         output.nBufferCountActual = output.nBufferCountMin + 2;
         client_->set_port(output);
