@@ -115,7 +115,7 @@ TEST(DemoCommandLine, HelpListsTheFiltersThenTheProgramsOwnAndRefusedArgumentsPr
     }
 }
 
-TEST(DemoCommandLine, ShortOptionOrderDecidesTheMask)
+TEST(DemoCommandLine, OptionsTakeEffect)
 {
     const DemoRun quiet = run_demo({"-vq"});
     EXPECT_FALSE(quiet.has("Warn: "));
@@ -124,18 +124,13 @@ TEST(DemoCommandLine, ShortOptionOrderDecidesTheMask)
     EXPECT_TRUE(verbose.has("Pass: S:{Basics} T:{implicit_pass [0x0001]} F:{ [0x00]} D:{ms} - (implicit pass)\n"));
     EXPECT_TRUE(verbose.has("Running: S:{Basics} T:{warning [0x0002]} D:{ms}\n"));
     EXPECT_TRUE(verbose.has("UTF: Result Summary"));
-}
 
-TEST(DemoCommandLine, ExitStatusFollowsErrorLevel)
-{
+    // The exit status follows the error level.
     EXPECT_EQ(run_demo({}).exit_code(), 0);
     EXPECT_EQ(run_demo({"--error=0"}).exit_code(), 3);
     EXPECT_EQ(run_demo({"--failures"}).exit_code(), 6);
     EXPECT_EQ(run_demo({"--failures", "--error=7"}).exit_code(), 0);
-}
 
-TEST(DemoCommandLine, NumbersAndResourceFailureBounds)
-{
     const DemoRun hex = run_demo({"--testid=0x1F", "-p"});
     EXPECT_TRUE(hex.has("Pass: S:{Basics} T:{hex_id [0x001f]}"));
     EXPECT_EQ(hex.count("Pass: "), 1u);
@@ -144,19 +139,17 @@ TEST(DemoCommandLine, NumbersAndResourceFailureBounds)
     EXPECT_TRUE(resfail.has("WARNING: Resfail enabled, tests may fail but must not\ncrash or cause the program to "
                             "otherwise lock up\n"));
     EXPECT_EQ(resfail.exit_code(), 0);
+
+    // Include filters are echoed and select.
+    const DemoRun included = run_demo({"--include=smoketest,performance", "-ps"});
+    EXPECT_TRUE(included.has("\nSetting include flags: smoketest performance \n"));
+    EXPECT_EQ(included.count("Pass: "), 2u);
+    EXPECT_TRUE(included.has("T:{smoke [0x0008]}"));
+    EXPECT_TRUE(included.has("T:{performance [0x0009]}"));
+    EXPECT_TRUE(included.has("  All 2 tests passed\n"));
 }
 
-TEST(DemoCommandLine, IncludeFiltersAreEchoedAndSelect)
-{
-    const DemoRun run = run_demo({"--include=smoketest,performance", "-ps"});
-    EXPECT_TRUE(run.has("\nSetting include flags: smoketest performance \n"));
-    EXPECT_EQ(run.count("Pass: "), 2u);
-    EXPECT_TRUE(run.has("T:{smoke [0x0008]}"));
-    EXPECT_TRUE(run.has("T:{performance [0x0009]}"));
-    EXPECT_TRUE(run.has("  All 2 tests passed\n"));
-}
-
-TEST(DemoResults, BufferingAndSilence)
+TEST(DemoResults, BufferingSilenceListingsAndBenchmarkRepeats)
 {
     const std::string fail_line = "Fail: S:{Failures} T:{fail [0x0001]} F:{small [0x00]} D:{ms} - 2 + 2 == 5";
     const DemoRun buffered = run_demo({"--failures"});
@@ -171,10 +164,8 @@ TEST(DemoResults, BufferingAndSilence)
     EXPECT_EQ(after_details.find(": S:{"), std::string::npos);
     EXPECT_TRUE(silent.has("UTF: Result Summary"));
     EXPECT_EQ(silent.exit_code(), 6);
-}
 
-TEST(DemoResults, ListingLinesAreCommandLines)
-{
+    // Listing lines are command lines.
     const std::string program = QURO_UTF_DEMO_PATH;
     const DemoRun suites = run_demo({"--list-suites"});
     EXPECT_TRUE(suites.has(program + " --suite=\"Basics\"\n" + program + " --suite=\"Benchmarks\"\n"));
@@ -188,10 +179,7 @@ TEST(DemoResults, ListingLinesAreCommandLines)
     EXPECT_TRUE(fixtures.has(program + " --suite=\"Failures\" --test=\"fail\" --testid=1 --fixture=0\n" + program +
                              " --suite=\"Failures\" --test=\"fail\" --testid=1 --fixture=1\n"));
     EXPECT_EQ(fixtures.count(" --fixture="), 2u);
-}
 
-TEST(DemoResults, BenchmarkRepeatsAreConsolidated)
-{
     const DemoRun median = run_demo({"--benchmark=3", "--consolidate=median", "--suite=Benchmarks"});
     EXPECT_EQ(median.count("Benchmark: "), 2u);
     EXPECT_TRUE(median.has("Benchmark: S:{Benchmarks} T:{log_benchmark [0x0001]} F:{ [0x00]} D:{ms} - Median: "

@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -9,7 +10,15 @@
 
 namespace {
 
-TEST(CommandLine, NumberParsing)
+std::vector<std::string> refused_filters;
+
+int record_filter(quro_utf_test_specifier *, quro_utf_mempool *, const char *argument)
+{
+    refused_filters.emplace_back(argument);
+    return 1;
+}
+
+TEST(CommandLine, NumbersOptionNamesAndFilters)
 {
     uint64_t value = 0;
     const std::pair<const char *, uint64_t> accepted[] = {{"31", 31},
@@ -26,15 +35,12 @@ TEST(CommandLine, NumberParsing)
     for (const char *text : {"12a", "0x", "0xg1", "-1", "0d1f", "1 "}) {
         EXPECT_FALSE(quro_utfp_parse_number(text, &value)) << text;
     }
-}
 
-TEST(CommandLine, OptionNames)
-{
-    const char *value = nullptr;
-    EXPECT_TRUE(quro_utf_get_long_opt("--suite=", "--suite=abc", &value));
-    EXPECT_STREQ(value, "abc");
-    EXPECT_FALSE(quro_utf_get_long_opt("--suite=", "--suite=", &value)) << "a value needs one character";
-    EXPECT_FALSE(quro_utf_get_long_opt("--resfail", "--resfail-start=1", &value));
+    const char *option = nullptr;
+    EXPECT_TRUE(quro_utf_get_long_opt("--suite=", "--suite=abc", &option));
+    EXPECT_STREQ(option, "abc");
+    EXPECT_FALSE(quro_utf_get_long_opt("--suite=", "--suite=", &option)) << "a value needs one character";
+    EXPECT_FALSE(quro_utf_get_long_opt("--resfail", "--resfail-start=1", &option));
     EXPECT_TRUE(quro_utf_is_long_opt("--"));
     EXPECT_FALSE(quro_utf_is_long_opt("-"));
 
@@ -50,18 +56,8 @@ TEST(CommandLine, OptionNames)
     EXPECT_FALSE(quro_utf_is_test_case_arg("--suite.test.param="));
     EXPECT_FALSE(quro_utf_is_test_case_arg("--suite.test=1"));
     EXPECT_FALSE(quro_utf_is_test_case_arg("-suite.test.param=1"));
-}
 
-std::vector<std::string> refused_filters;
-
-int record_filter(quro_utf_test_specifier *, quro_utf_mempool *, const char *argument)
-{
-    refused_filters.emplace_back(argument);
-    return 1;
-}
-
-TEST(CommandLine, FiltersSplitAtCommaAndDash)
-{
+    // Filters split at commas and dashes.
     quro_utf_test_specifier spec{};
     testing::internal::CaptureStdout();
     const unsigned flags =
@@ -75,7 +71,7 @@ TEST(CommandLine, FiltersSplitAtCommaAndDash)
     EXPECT_EQ(refused_filters.size(), 1u) << "a joined text over the bound is dropped";
 }
 
-TEST(TextCompare, WhiteSpaceAmountDoesNotMatter)
+TEST(Helpers, TextCompareIgnoresTheAmountOfWhiteSpaceAndConsolidationReduces)
 {
     EXPECT_EQ(quro_utf_whitespace_strcmp("a b\tc", "a  \n b   c  "), 0);
     EXPECT_EQ(quro_utf_whitespace_strcmp("x y ", "x\ty"), 0);
@@ -85,10 +81,7 @@ TEST(TextCompare, WhiteSpaceAmountDoesNotMatter)
     EXPECT_GT(quro_utf_whitespace_strcmp("a b", "a c"), 0) << "positive when the first text sorts first";
     EXPECT_LT(quro_utf_whitespace_strcmp("ax", "a"), 0);
     EXPECT_GT(quro_utf_whitespace_strcmp("a", "ax"), 0);
-}
 
-TEST(Consolidation, Reductions)
-{
     float counts[] = {5, 1, 4, 2, 3};
     EXPECT_FLOAT_EQ(quro_utfp_consolidate(QURO_UTF_CONSOLIDATE_MEAN, counts, 5), 3.0f);
     EXPECT_FLOAT_EQ(quro_utfp_consolidate(QURO_UTF_CONSOLIDATE_MIN, counts, 5), 1.0f);
@@ -105,7 +98,7 @@ quro_utf_suite make_suite(const char *name)
     return suite;
 }
 
-TEST(Selection, SuiteRangeLatchesForTheWholeRun)
+TEST(Selection, SuiteRangeLatchesForTheWholeRunAndTestsByRestartRangeAndFlags)
 {
     quro_utf_test_specifier spec{};
     spec.first_suite = "B";
@@ -129,18 +122,15 @@ TEST(Selection, SuiteRangeLatchesForTheWholeRun)
     quro_utf_suite b = make_suite("B");
     EXPECT_TRUE(quro_utfp_select_suite(&fresh, &a, &listed));
     EXPECT_FALSE(quro_utfp_select_suite(&fresh, &b, &listed));
-}
 
-TEST(Selection, TestRestartRangeAndFlags)
-{
-    quro_utf_test_specifier spec{};
-    spec.restart_test = 3;
-    spec.first_test = 0;
-    spec.last_test = 4;
-    spec.include_flags = QURO_UTF_FLAG_ALL;
-    spec.exclude_flags = QURO_UTF_FLAG_DEPRECATED;
-    spec.options = QURO_UTF_OPTION_RESFAIL;
-    quro_utfp_selection latches{};
+    quro_utf_test_specifier tests{};
+    tests.restart_test = 3;
+    tests.first_test = 0;
+    tests.last_test = 4;
+    tests.include_flags = QURO_UTF_FLAG_ALL;
+    tests.exclude_flags = QURO_UTF_FLAG_DEPRECATED;
+    tests.options = QURO_UTF_OPTION_RESFAIL;
+    quro_utfp_selection test_latches{};
     quro_utf_suite first = make_suite("first");
     quro_utf_suite second = make_suite("second");
     struct Case {
@@ -164,7 +154,7 @@ TEST(Selection, TestRestartRangeAndFlags)
         test.name = "t";
         test.flags = c.flags;
         c.suite->this_test = &test;
-        EXPECT_EQ(quro_utfp_select_test(&latches, c.suite, &spec), c.selected) << c.id << " " << c.flags;
+        EXPECT_EQ(quro_utfp_select_test(&test_latches, c.suite, &tests), c.selected) << c.id << " " << c.flags;
     }
 }
 
@@ -314,10 +304,6 @@ TEST_F(FrameworkRun, BenchmarkRepeatsFoldIntoTheFirstRecord)
     EXPECT_EQ(results_->first_result->next_result, results_->last_result);
 }
 
-} // namespace
-
-namespace {
-
 std::string summary_of(quro_utf_result_set *results)
 {
     testing::internal::CaptureStdout();
@@ -401,12 +387,9 @@ TEST_F(FrameworkRun, RegistrationRefusesReservedIdsAndDuplicatesAndFlagsReserved
     EXPECT_EQ(add(4, "b"), "-1 ");
     EXPECT_EQ(add(4, "a"), "5 UTF: Duplicate Test Name a\n") << "the earlier test decides which is reported";
     EXPECT_EQ(add(3, "b"), "5 UTF: Duplicate Test ID 3 / 0x000003\n");
-    std::vector<std::string> names;
+    std::deque<std::string> names; // registered by pointer: they must stay where they are
     for (unsigned id = 100; id < 400; ++id) {
-        names.push_back("t" + std::to_string(id));
-    }
-    for (unsigned id = 100; id < 400; ++id) {
-        ASSERT_EQ(add(id, names[id - 100].c_str()), "-1 ");
+        ASSERT_EQ(add(id, names.emplace_back("t" + std::to_string(id)).c_str()), "-1 ");
     }
     EXPECT_EQ(add(399, "new"), "5 UTF: Duplicate Test ID 399 / 0x00018f\n");
     EXPECT_EQ(add(5000, "t100"), "5 UTF: Duplicate Test Name t100\n");

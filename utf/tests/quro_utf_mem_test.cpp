@@ -40,7 +40,7 @@ TEST(Mempool, CarvesAlignedPiecesAndGrowsByBlocks)
     EXPECT_EQ(quro_utf_mempool_init(nullptr, 0), QURO_UTF_MEM_ERROR);
 }
 
-TEST(Mempool, LargeRequestGetsItsOwnBlockBehindTheCurrentOne)
+TEST(Mempool, LargeRequestsOwnBlocksBlocksDoubleToACapAndTheLimitGrantsOneFewer)
 {
     quro_utf_mempool pool;
     ASSERT_EQ(quro_utf_mempool_init(&pool, 0), QURO_UTF_MEM_OK);
@@ -55,12 +55,9 @@ TEST(Mempool, LargeRequestGetsItsOwnBlockBehindTheCurrentOne)
     EXPECT_EQ(current->previous_block->data, large);
     EXPECT_EQ(quro_utf_mempool_alloc(&pool, 16), small + 32) << "the current block still serves small requests";
     quro_utf_mempool_destroy(&pool);
-}
 
-TEST(Mempool, BlocksDoubleUpToACapSoManyRecordsTakeFewBlocks)
-{
+    // Doubling to a cap, many records take few blocks.
     constexpr size_t kCap = size_t{1} << 20;
-    quro_utf_mempool pool;
     ASSERT_EQ(quro_utf_mempool_init(&pool, 64), QURO_UTF_MEM_OK);
     std::vector<unsigned *> records;
     for (unsigned i = 0; i < 65536; ++i) { // 3 MiB of records
@@ -83,11 +80,8 @@ TEST(Mempool, BlocksDoubleUpToACapSoManyRecordsTakeFewBlocks)
     EXPECT_EQ(pool.last_block->size, kCap);
     EXPECT_LE(blocks, 17u) << "64 bytes doubled to 1 MiB is 15 blocks, then 1 MiB blocks";
     quro_utf_mempool_destroy(&pool);
-}
 
-TEST(Mempool, AllocationLimitGrantsOneFewer)
-{
-    quro_utf_mempool pool;
+    // An allocation limit grants one fewer.
     ASSERT_EQ(quro_utf_mempool_init(&pool, 256), QURO_UTF_MEM_OK);
     pool.max_allocations = 3;
     EXPECT_NE(quro_utf_mempool_alloc(&pool, 8), nullptr);
