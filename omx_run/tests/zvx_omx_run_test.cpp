@@ -66,7 +66,7 @@ TEST(ZvxOmxRun, DecodeOf300FramesWithAResolutionChangeGoesThroughAndSaysSo)
     EXPECT_EQ(run.output.find("\r["), std::string::npos) << "no progress bar without a terminal";
 }
 
-TEST(ZvxOmxRun, EncodeAndFaultedDecodesThatRecoverExitZero)
+TEST(ZvxOmxRun, EncodeAndFaultedDecodesThatRecoverExitZeroAndAHungSessionFailsNamingTheError)
 {
     for (const char *arguments :
          {"--encode --codec=hevc --size=1280x720 --frames=40 --eos-on-last",
@@ -76,14 +76,10 @@ TEST(ZvxOmxRun, EncodeAndFaultedDecodesThatRecoverExitZero)
         EXPECT_EQ(run.exit_status, 0) << arguments << "\n" << run.output;
         EXPECT_NE(run.output.find("\nresult:  ok\n"), std::string::npos) << arguments << "\n" << run.output;
     }
-}
-
-TEST(ZvxOmxRun, HungSessionFailsTheRunAndNamesTheError)
-{
-    const ProgramRun run = run_program("--frames=40 --fault=hang:20");
-    EXPECT_EQ(run.exit_status, 1) << run.output;
-    expect_line(run, "result:  FAILED");
-    expect_line(run, "problem: error event 0x8000100a (0)");
+    const ProgramRun hung = run_program("--frames=40 --fault=hang:20");
+    EXPECT_EQ(hung.exit_status, 1) << hung.output;
+    expect_line(hung, "result:  FAILED");
+    expect_line(hung, "problem: error event 0x8000100a (0)");
 }
 
 TEST(ZvxOmxRun, BadOptionsAreRefusedWithTheReasonAndStatusTwo)
@@ -182,7 +178,7 @@ TEST_F(RunOnFiles, ContainerStreamIsSentWholeAndEveryPictureWrittenAtItsSize)
     EXPECT_EQ(read_file(out).size(), 20u * 176 * 144 * 3 / 2);
 }
 
-TEST_F(RunOnFiles, EncodeIsWrittenAsTheExtensionAsksWithItsRateInTheSummary)
+TEST_F(RunOnFiles, EncodeIsWrittenAsTheExtensionAsksWithItsRateInTheSummaryOrRefusedWithStatusTwo)
 {
     const std::string pictures = make("in.y4m", "176x144", "-pix_fmt yuv420p");
     const std::string out = file("out.ivf");
@@ -198,25 +194,10 @@ TEST_F(RunOnFiles, EncodeIsWrittenAsTheExtensionAsksWithItsRateInTheSummary)
     const std::vector<uint8_t> written = read_file(out);
     ASSERT_GE(written.size(), 32u);
     EXPECT_EQ(std::string(written.begin(), written.begin() + 4), "DKIF");
-}
 
-TEST_F(RunOnFiles, RawPicturesTakeTheirSizeFromTheCommandLineAndFramesLimitTheRun)
-{
-    const std::string pictures = make("in.yuv", "176x144", "-pix_fmt yuv420p -f rawvideo");
-    const ProgramRun sized = run_on_pattern("--encode --input=" + pictures + " --size=176x144 --frames=12");
-    EXPECT_EQ(sized.exit_status, 0) << sized.output;
-    expect_line(sized, "frames:  12 sent, 12 out");
-
-    const ProgramRun unsized = run_on_pattern("--encode --input=" + pictures);
-    EXPECT_EQ(unsized.exit_status, 2) << unsized.output;
-    EXPECT_NE(unsized.output.find("(raw pictures need --size)"), std::string::npos) << unsized.output;
-}
-
-TEST_F(RunOnFiles, FilesThatDoNotSuitTheRunAreRefusedWithStatusTwo)
-{
-    const std::string pictures = make("in.y4m", "176x144", "-pix_fmt yuv420p");
+    // Files that do not suit the run are refused with status 2.
     const ProgramRun wrong_extension =
-        run_on_pattern("--encode --codec=hevc --input=" + pictures + " --output=" + file("out.ivf"));
+        run_on_pattern("--encode --codec=hevc --input=" + pictures + " --output=" + file("wrong.ivf"));
     EXPECT_EQ(wrong_extension.exit_status, 2) << wrong_extension.output;
     EXPECT_NE(wrong_extension.output.find("an encoded hevc stream goes to"), std::string::npos);
 
@@ -231,6 +212,18 @@ TEST_F(RunOnFiles, FilesThatDoNotSuitTheRunAreRefusedWithStatusTwo)
     EXPECT_EQ(unwritable.exit_status, 2) << unwritable.output;
     EXPECT_EQ(unwritable.output.rfind("zvx_omx_run: cannot write " + file("no/such/folder/out.h264"), 0), 0u)
         << unwritable.output;
+}
+
+TEST_F(RunOnFiles, RawPicturesTakeTheirSizeFromTheCommandLineAndFramesLimitTheRun)
+{
+    const std::string pictures = make("in.yuv", "176x144", "-pix_fmt yuv420p -f rawvideo");
+    const ProgramRun sized = run_on_pattern("--encode --input=" + pictures + " --size=176x144 --frames=12");
+    EXPECT_EQ(sized.exit_status, 0) << sized.output;
+    expect_line(sized, "frames:  12 sent, 12 out");
+
+    const ProgramRun unsized = run_on_pattern("--encode --input=" + pictures);
+    EXPECT_EQ(unsized.exit_status, 2) << unsized.output;
+    EXPECT_NE(unsized.output.find("(raw pictures need --size)"), std::string::npos) << unsized.output;
 }
 
 } // namespace

@@ -30,10 +30,8 @@ class Trace(unittest.TestCase):
         cls.events = cls.trace["traceEvents"]
         cls.timed = [event for event in cls.events if event["ph"] != "M"]
 
-    def test_run_went_through(self):
+    def test_run_went_through_and_every_event_has_the_fields_a_viewer_needs(self):
         self.assertEqual(self.program.returncode, 0, self.program.stdout + self.program.stderr)
-
-    def test_every_event_has_the_fields_a_viewer_needs(self):
         for event in self.events:
             self.assertIsInstance(event["name"], str)
             self.assertIn(event["ph"], PHASES)
@@ -41,12 +39,10 @@ class Trace(unittest.TestCase):
             self.assertEqual(event["pid"], 1)
             self.assertIn(event["tid"], (CLIENT, COMPONENT))
 
-    def test_timestamps_never_go_back(self):
+    def test_timestamps_never_go_back_and_every_span_ends_once_after_it_began(self):
         stamps = [event["ts"] for event in self.timed]
         self.assertTrue(stamps, "the trace holds no timed event")
         self.assertEqual(stamps, sorted(stamps))
-
-    def test_every_span_ends_once_after_it_began(self):
         open_spans = collections.Counter()
         for event in self.timed:
             if event["ph"] in ("b", "e"):
@@ -73,14 +69,12 @@ class Trace(unittest.TestCase):
         sent = sum(1 for event in self.timed if event["name"] == "SendCommand")
         self.assertEqual(sum(spans.values()), sent)
 
-    def test_every_frame_comes_out_as_a_filled_buffer(self):
+    def test_every_frame_comes_out_as_a_filled_buffer_and_the_counters_end_at_nothing_held(self):
         pictures = [event for event in self.timed
                     if event["name"] == "FillBufferDone" and event["args"]["filled"] > 0]
         self.assertEqual(len(pictures), FRAMES)
         self.assertEqual(sum(1 for event in self.timed
                              if event["name"] == "EmptyThisBuffer" and event["args"]["filled"] > 0), FRAMES)
-
-    def test_buffer_counters_end_at_nothing_held(self):
         counters = [event for event in self.timed if event["ph"] == "C"]
         self.assertEqual(counters[-1]["args"], {"input": 0, "output": 0})
 
