@@ -76,7 +76,7 @@ TEST_F(TypedList, SpliceMovesAHalfOpenRangeBetweenLists)
     zvx_list_destruct_intptr(&other);
 }
 
-TEST(CircularList, SizeOneDropsEveryValue)
+TEST(CircularList, KeepsSizeMinusOneNewestAcrossWrapsSoSizeOneDropsEveryValue)
 {
     zvxu_circular_list *list = zvxu_circular_list_create(1);
     ASSERT_NE(list, nullptr);
@@ -84,11 +84,8 @@ TEST(CircularList, SizeOneDropsEveryValue)
     EXPECT_EQ(zvxu_circular_list_is_empty(list), 1);
     EXPECT_EQ(zvxu_circular_list_dequeue(list), 0);
     zvxu_circular_list_destroy(list);
-}
 
-TEST(CircularList, KeepsSizeMinusOneNewestAcrossWraps)
-{
-    zvxu_circular_list *list = zvxu_circular_list_create(4);
+    list = zvxu_circular_list_create(4);
     ASSERT_NE(list, nullptr);
     for (intptr_t v = 1; v <= 3; ++v)
         EXPECT_EQ(zvxu_circular_list_enqueue(list, v), 0);
