@@ -41,17 +41,7 @@ protected:
 };
 } // namespace
 
-TEST_F(LogConfig, AcceptsBothCommandFormsWithCaseInsensitiveLevels)
-{
-    zvx_log_configure(&log, "group g severity VERBOSE;group g drain printf");
-    expect_state(ZVX_LOG_VERBOSE, &printf_drain);
-    zvx_log_configure(&log, ";;group g drain ram0;;\ngroup\ng severity error extra words");
-    expect_state(ZVX_LOG_ERROR, &ram0_drain);
-    zvx_log_configure(&log, nullptr);
-    expect_state(ZVX_LOG_ERROR, &ram0_drain);
-}
-
-TEST_F(LogConfig, RejectsMalformedCommandsAndAppliesTheRest)
+TEST_F(LogConfig, RejectsMalformedCommandsAndAcceptsBothFormsWithCaseInsensitiveLevels)
 {
     for (const char *rejected :
          {"GROUP g severity debug", "group g severity 3", "group g severity max", "group g drain nosuch",
@@ -63,6 +53,13 @@ TEST_F(LogConfig, RejectsMalformedCommandsAndAppliesTheRest)
     expect_state(ZVX_LOG_WARNING, &printf_drain);
     EXPECT_EQ(string_to_severity("pAnIc"), ZVX_LOG_PANIC);
     EXPECT_EQ(string_to_severity("Verbos"), ZVX_LOG_MAX);
+
+    zvx_log_configure(&log, "group g severity VERBOSE;group g drain printf");
+    expect_state(ZVX_LOG_VERBOSE, &printf_drain);
+    zvx_log_configure(&log, ";;group g drain ram0;;\ngroup\ng severity error extra words");
+    expect_state(ZVX_LOG_ERROR, &ram0_drain);
+    zvx_log_configure(&log, nullptr);
+    expect_state(ZVX_LOG_ERROR, &ram0_drain);
 }
 
 TEST_F(LogConfig, SuppressedMessageEvaluatesNoArgument)
@@ -90,27 +87,22 @@ TEST_F(LogConfig, AlogDrainWritesAndroidStylePrefix)
         << out;
 }
 
-TEST(LogDrains, PrintfDataDumpsRowsOfThirtyTwoBytes)
+// Printf dumps rows of 32 bytes; alog dumps one message cut at its buffer.
+TEST(LogDrains, DataDumps)
 {
     zvx_log_drain drain;
     zvx_log_drain_printf_construct(&drain);
-    unsigned char bytes[33];
+    unsigned char bytes[400];
     memset(bytes, 0xab, sizeof bytes);
-    const iovec ranges[2] = {{bytes, sizeof bytes}, {bytes, 0}};
+    const iovec ranges[2] = {{bytes, 33}, {bytes, 0}};
     CaptureStdout();
     drain.data(&drain, ZVX_LOG_INFO, ranges, 2);
     std::string full_row = "   ";
     for (int i = 0; i < 32; ++i)
         full_row += " ab";
     EXPECT_EQ(GetCapturedStdout(), "Info: count=2\n  length=33\n" + full_row + "\n    ab\n  length=0\n");
-}
 
-TEST(LogDrains, AlogDataDumpIsOneMessageCutAtItsBuffer)
-{
-    zvx_log_drain drain;
     zvx_log_drain_alog_construct(&drain);
-    unsigned char bytes[400];
-    memset(bytes, 0xab, sizeof bytes);
     const iovec range = {bytes, sizeof bytes};
     CaptureStdout();
     drain.data(&drain, ZVX_LOG_INFO, &range, 1);

@@ -116,7 +116,7 @@ TEST(TpiTime, SleepOnlyInterruptibleSleepReturnsEarly)
     EXPECT_NE(signal(SIGUSR1, SIG_DFL), SIG_ERR);
 }
 
-TEST(TpiThreads, ThreadsBarrierAndMutex)
+TEST(TpiThreads, ThreadsBarrierMutexAndAThreadIdOfEachThreadAndProcess)
 {
     quro_tpi_barrier barrier;
     ASSERT_TRUE(quro_tpi_barrier_init(&barrier, 2));
@@ -153,11 +153,8 @@ TEST(TpiThreads, ThreadsBarrierAndMutex)
     EXPECT_EQ(quro_tpi_thread_id(), static_cast<quro_tpi_uint32>(getpid())) << "the main thread's id is the pid";
     quro_tpi_mutex_term(&mutex);
     EXPECT_TRUE(quro_tpi_barrier_destroy(&barrier));
-}
 
-// The id is remembered per thread; a forked child must not inherit its parent's.
-TEST(TpiThreads, ForkedChildHasItsOwnThreadId)
-{
+    // The id is remembered per thread; a forked child must not inherit its parent's.
     const quro_tpi_uint32 parent = quro_tpi_thread_id();
     const pid_t child = fork();
     if (child == 0) {
