@@ -251,19 +251,46 @@ TEST_F(OmxCoreTest, NamesAndRolesMatchBothWays)
     EXPECT_EQ(deinit(), OMX_ErrorNone);
 }
 
-TEST_F(OmxCoreTest, HandlesAreFreedOnceAndOutliveTheLastDeinit)
+/* Parameters through the handle, a role change, and Loaded -> Idle -> Loaded with the client's
+ * buffers, every state change completed by the codec device; then handles freed once, and a handle
+ * that outlives the last OMX_Deinit. */
+TEST_F(OmxCoreTest, ComponentRunsThroughItsHandleWhichIsFreedOnceAndOutlivesTheLastDeinit)
 {
     ASSERT_EQ(init(), OMX_ErrorNone);
+    event_log log;
+    OMX_HANDLETYPE handle = nullptr;
+    ASSERT_EQ(get_handle(&handle, DECODER, &log, &log.callbacks), OMX_ErrorNone);
+    EXPECT_EQ(port_definition(handle, 0).eDir, OMX_DirInput);
+    EXPECT_EQ(port_definition(handle, 1).eDir, OMX_DirOutput);
+
+    auto role = client_record<OMX_PARAM_COMPONENTROLETYPE>();
+    std::strncpy(reinterpret_cast<char *>(role.cRole), "video_decoder.mpeg4", sizeof(role.cRole) - 1);
+    ASSERT_EQ(OMX_SetParameter(handle, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
+    auto role_read = client_record<OMX_PARAM_COMPONENTROLETYPE>();
+    ASSERT_EQ(OMX_GetParameter(handle, OMX_IndexParamStandardComponentRole, &role_read), OMX_ErrorNone);
+    EXPECT_STREQ(reinterpret_cast<const char *>(role_read.cRole), "video_decoder.mpeg4");
+    EXPECT_EQ(port_definition(handle, 0).format.video.eCompressionFormat, OMX_VIDEO_CodingMPEG4);
+
+    buffer_list buffers;
+    ASSERT_NO_FATAL_FAILURE(go_idle_with_buffers(handle, log, buffers));
+    ASSERT_EQ(OMX_SendCommand(handle, OMX_CommandStateSet, OMX_StateLoaded, nullptr), OMX_ErrorNone);
+    for (const auto &[port, header] : buffers)
+        EXPECT_EQ(OMX_FreeBuffer(handle, port, header), OMX_ErrorNone);
+    ASSERT_TRUE(log.wait_for(event_log::state_reached(OMX_StateLoaded)));
+    EXPECT_EQ(log.events(), (std::vector<event_log::event>{event_log::state_reached(OMX_StateIdle),
+                                                           event_log::state_reached(OMX_StateLoaded)}));
+    EXPECT_EQ(free_handle(handle), OMX_ErrorNone);
+
     for (char *name : {DECODER, ENCODER}) {
-        event_log log;
-        OMX_HANDLETYPE handle = nullptr;
-        ASSERT_EQ(get_handle(&handle, name, &log, &log.callbacks), OMX_ErrorNone);
+        event_log racing_log;
+        OMX_HANDLETYPE racing = nullptr;
+        ASSERT_EQ(get_handle(&racing, name, &racing_log, &racing_log.callbacks), OMX_ErrorNone);
         OMX_STATETYPE state = OMX_StateInvalid;
-        EXPECT_EQ(OMX_GetState(handle, &state), OMX_ErrorNone);
+        EXPECT_EQ(OMX_GetState(racing, &state), OMX_ErrorNone);
         EXPECT_EQ(state, OMX_StateLoaded);
         OMX_ERRORTYPE results[2];
-        std::thread racing_free([&] { results[1] = free_handle(handle); });
-        results[0] = free_handle(handle);
+        std::thread racing_free([&] { results[1] = free_handle(racing); });
+        results[0] = free_handle(racing);
         racing_free.join();
         EXPECT_EQ(std::multiset<OMX_ERRORTYPE>(results, results + 2),
                   (std::multiset<OMX_ERRORTYPE>{OMX_ErrorNone, OMX_ErrorInvalidComponent}));
@@ -272,22 +299,20 @@ TEST_F(OmxCoreTest, HandlesAreFreedOnceAndOutliveTheLastDeinit)
     EXPECT_EQ(free_handle(&foreign), OMX_ErrorInvalidComponent);
 
     /* A client that calls OMX_Deinit first and frees its executing component, buffers and all, after. */
-    event_log log;
-    OMX_HANDLETYPE handle = nullptr;
-    buffer_list buffers;
-    ASSERT_EQ(get_handle(&handle, DECODER, &log, &log.callbacks), OMX_ErrorNone);
-    ASSERT_NO_FATAL_FAILURE(go_idle_with_buffers(handle, log, buffers));
+    event_log late;
+    ASSERT_EQ(get_handle(&handle, DECODER, &late, &late.callbacks), OMX_ErrorNone);
+    ASSERT_NO_FATAL_FAILURE(go_idle_with_buffers(handle, late, buffers));
     ASSERT_EQ(deinit(), OMX_ErrorNone);
     ASSERT_EQ(OMX_SendCommand(handle, OMX_CommandStateSet, OMX_StateExecuting, nullptr), OMX_ErrorNone);
-    EXPECT_TRUE(log.wait_for(event_log::state_reached(OMX_StateExecuting)));
+    EXPECT_TRUE(late.wait_for(event_log::state_reached(OMX_StateExecuting)));
     OMX_HANDLETYPE refused = nullptr;
-    EXPECT_EQ(get_handle(&refused, DECODER, &log, &log.callbacks), OMX_ErrorNotReady);
+    EXPECT_EQ(get_handle(&refused, DECODER, &late, &late.callbacks), OMX_ErrorNotReady);
     EXPECT_EQ(free_handle(handle), OMX_ErrorNone);
     EXPECT_EQ(free_handle(handle), OMX_ErrorInvalidComponent);
 
     /* With the last handle freed, the next OMX_Init starts over. */
     ASSERT_EQ(init(), OMX_ErrorNone);
-    ASSERT_EQ(get_handle(&handle, ENCODER, &log, &log.callbacks), OMX_ErrorNone);
+    ASSERT_EQ(get_handle(&handle, ENCODER, &late, &late.callbacks), OMX_ErrorNone);
     EXPECT_EQ(free_handle(handle), OMX_ErrorNone);
     EXPECT_EQ(deinit(), OMX_ErrorNone);
 }
@@ -317,37 +342,6 @@ TEST_F(OmxCoreTest, EightClientThreadsAtOnce)
     for (std::thread &client : clients)
         client.join();
     EXPECT_EQ(failed_rounds.load(), 0);
-}
-
-/* Parameters through the handle, a role change, and Loaded -> Idle -> Loaded with the client's
- * buffers, every state change completed by the codec device. */
-TEST_F(OmxCoreTest, ComponentRunsThroughItsHandle)
-{
-    ASSERT_EQ(init(), OMX_ErrorNone);
-    event_log log;
-    OMX_HANDLETYPE handle = nullptr;
-    ASSERT_EQ(get_handle(&handle, DECODER, &log, &log.callbacks), OMX_ErrorNone);
-    EXPECT_EQ(port_definition(handle, 0).eDir, OMX_DirInput);
-    EXPECT_EQ(port_definition(handle, 1).eDir, OMX_DirOutput);
-
-    auto role = client_record<OMX_PARAM_COMPONENTROLETYPE>();
-    std::strncpy(reinterpret_cast<char *>(role.cRole), "video_decoder.mpeg4", sizeof(role.cRole) - 1);
-    ASSERT_EQ(OMX_SetParameter(handle, OMX_IndexParamStandardComponentRole, &role), OMX_ErrorNone);
-    auto role_read = client_record<OMX_PARAM_COMPONENTROLETYPE>();
-    ASSERT_EQ(OMX_GetParameter(handle, OMX_IndexParamStandardComponentRole, &role_read), OMX_ErrorNone);
-    EXPECT_STREQ(reinterpret_cast<const char *>(role_read.cRole), "video_decoder.mpeg4");
-    EXPECT_EQ(port_definition(handle, 0).format.video.eCompressionFormat, OMX_VIDEO_CodingMPEG4);
-
-    buffer_list buffers;
-    ASSERT_NO_FATAL_FAILURE(go_idle_with_buffers(handle, log, buffers));
-    ASSERT_EQ(OMX_SendCommand(handle, OMX_CommandStateSet, OMX_StateLoaded, nullptr), OMX_ErrorNone);
-    for (const auto &[port, header] : buffers)
-        EXPECT_EQ(OMX_FreeBuffer(handle, port, header), OMX_ErrorNone);
-    ASSERT_TRUE(log.wait_for(event_log::state_reached(OMX_StateLoaded)));
-    EXPECT_EQ(log.events(), (std::vector<event_log::event>{event_log::state_reached(OMX_StateIdle),
-                                                           event_log::state_reached(OMX_StateLoaded)}));
-    EXPECT_EQ(free_handle(handle), OMX_ErrorNone);
-    EXPECT_EQ(deinit(), OMX_ErrorNone);
 }
 
 } // namespace
