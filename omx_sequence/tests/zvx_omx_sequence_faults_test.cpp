@@ -129,19 +129,16 @@ protected:
     OMX_TICKS timestamp_ = 0;
 };
 
-/* Fault 1: Idle completed while the component held buffers queued before a pause. */
-TEST_F(SequenceFaultTest, EveryBufferIsBackBeforeIdleCompletesFromPause)
+/* Fault 1: Idle completed while the component held buffers queued before a pause. Fault 2: two
+ * flushes of one port back to back, in Idle after Executing and in Pause, were answered once. */
+TEST_F(SequenceFaultTest, EveryBufferIsBackBeforeIdleCompletesFromPauseAndEachOfTwoFlushesIsAnswered)
 {
     ASSERT_NO_FATAL_FAILURE(stream(zvx_seq_kind::decoder));
     EXPECT_TRUE(command(OMX_CommandStateSet, OMX_StatePause));
     EXPECT_TRUE(command(OMX_CommandStateSet, OMX_StateIdle));
     EXPECT_TRUE(client_->lent(INPUT).empty() && client_->lent(OUTPUT).empty()) << "buffers held in Idle";
     EXPECT_TRUE(tear_down() && clean()) << report();
-}
 
-/* Fault 2: two flushes of one port back to back, in Idle after Executing and in Pause. */
-TEST_F(SequenceFaultTest, EachOfTwoFlushesOfAPortIsAnswered)
-{
     for (const OMX_STATETYPE stopped : {OMX_StateIdle, OMX_StatePause}) {
         open(zvx_seq_kind::decoder);
         ASSERT_NO_FATAL_FAILURE(to_executing());
@@ -217,7 +214,7 @@ TEST_F(SequenceFaultTest, DisabledEncoderOutputStaysDisabledAndEmptyAndItsBuffer
 
 /* Fault 5: in Idle with the output disabled, PortEnable then PortDisable at once: the disable completed
  * first, buffers for the enable were refused and the enable was never answered. */
-TEST_F(SequenceFaultTest, EnableThenDisableTakeEffectInOrderAndADisableWaitsForItsBuffers)
+TEST_F(SequenceFaultTest, PortAndStateCommandsTakeEffectInTheOrderSentAndADisableWaitsForItsBuffers)
 {
     open(zvx_seq_kind::decoder);
     ASSERT_TRUE(command(OMX_CommandPortDisable, OUTPUT));
@@ -237,11 +234,8 @@ TEST_F(SequenceFaultTest, EnableThenDisableTakeEffectInOrderAndADisableWaitsForI
     ASSERT_EQ(client_->get_port(OUTPUT, &definition), OMX_ErrorNone);
     EXPECT_TRUE(settle());
     EXPECT_TRUE(tear_down() && clean()) << report();
-}
 
-/* Fault 6: Executing asked while Idle to Loaded was pending completed first, then Loaded. */
-TEST_F(SequenceFaultTest, StateSetsAreAnsweredInTheOrderSent)
-{
+    // Fault 6: Executing asked while Idle to Loaded was pending completed first, then Loaded.
     open(zvx_seq_kind::decoder);
     ASSERT_TRUE(command(OMX_CommandStateSet, OMX_StateIdle));
     client_->send_command(OMX_CommandStateSet, OMX_StateLoaded);

@@ -129,8 +129,7 @@ TEST_F(ModelTest, EveryCommandIsAnsweredOnceAndInOrder)
     EXPECT_TRUE(flags(model(), zvx_seq_fault::other)) << "an answer to a command SendCommand refused";
 }
 
-/* Commands sent from callbacks while another thread is inside SendCommand: the component's order is
- * the order the calls were accepted in, which the model must not mistake for a fault. */
+// Commands sent from callbacks while another thread is inside SendCommand: no fault in any of these.
 TEST_F(ModelTest, OverlappingSendCommandsAreAnsweredInTheOrderTheyWereAccepted)
 {
     const uint64_t first = model().command_sending(OMX_CommandFlush, 1);
@@ -238,8 +237,7 @@ TEST_F(ModelTest, OverlappingSendCommandsAreAnsweredInTheOrderTheyWereAccepted)
 
 TEST_F(ModelTest, RefusalsKeepTheOrderAndFitTheStateAndInvalidAnswersEverything)
 {
-    // An invalid component: the client's MarkBuffer(0) is still inside SendCommand, which will refuse it,
-    // when a callback's Flush(0) is accepted and refused with Error(InvalidState, 0).
+    // Invalid: a callback's Flush(0) is refused while SendCommand is yet to refuse the client's MarkBuffer(0).
     send(OMX_CommandStateSet, OMX_StateInvalid);
     model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_StateInvalid);
     const uint64_t mark = model().command_sending(OMX_CommandMarkBuffer, 0);
@@ -293,7 +291,7 @@ TEST_F(ModelTest, RefusalsKeepTheOrderAndFitTheStateAndInvalidAnswersEverything)
     EXPECT_TRUE(model().unanswered().empty()) << "one refusal of OMX_ALL answers both ports";
 }
 
-TEST_F(ModelTest, BufferBackTwiceOnTheOtherPortAfterItsFreeOrAfterFreeHandleIsFlagged)
+TEST_F(ModelTest, BuffersComeBackOnceOnTheirPortBeforeTheirFreeIdleFlushAndDisable)
 {
     execute();
     give(&input);
@@ -319,8 +317,7 @@ TEST_F(ModelTest, BufferBackTwiceOnTheOtherPortAfterItsFreeOrAfterFreeHandleIsFl
     EXPECT_TRUE(model().violations().empty()) << listed(model());
     EXPECT_FALSE(model().held_by_component(&output));
 
-    // The early return's callback queues the header again and is refused: the refusal is that inner
-    // call's, the return the outer one's.
+    // The early return's callback gives the header again and is refused: the refusal is the inner call's.
     outer = model().give_starting(&output);
     model().buffer_done_entered(&output, 1);
     const uint64_t inner = model().give_starting(&output);
@@ -330,8 +327,7 @@ TEST_F(ModelTest, BufferBackTwiceOnTheOtherPortAfterItsFreeOrAfterFreeHandleIsFl
     EXPECT_TRUE(model().violations().empty()) << listed(model());
     EXPECT_FALSE(model().held_by_component(&output));
 
-    // The client's thread and a callback give the header at once: one is taken and returned at once, the
-    // other is refused as already queued, whichever of them finishes first.
+    // The client's thread and a callback give at once: one is returned, the other refused, in any order.
     const uint64_t taken = model().give_starting(&output);
     const uint64_t refused = model().give_starting(&output);
     returned(&output, 1);
@@ -345,8 +341,7 @@ TEST_F(ModelTest, BufferBackTwiceOnTheOtherPortAfterItsFreeOrAfterFreeHandleIsFl
     model().give_finished(&output, outer, OMX_ErrorIncorrectStateOperation, true);
     EXPECT_TRUE(flags(model(), zvx_seq_fault::doubled_buffer)) << "returned from a give that was refused";
 
-    // The client's give comes back at once as the component goes Invalid; the return's callback gives
-    // the header again and is refused, but finishes after the client's give.
+    // Going Invalid: the return's callback gives again and is refused, finishing after the client's give.
     fresh();
     execute();
     send(OMX_CommandStateSet, OMX_StateInvalid);
@@ -368,10 +363,8 @@ TEST_F(ModelTest, BufferBackTwiceOnTheOtherPortAfterItsFreeOrAfterFreeHandleIsFl
     EXPECT_TRUE(model().violations().empty()) << "callbacks during FreeHandle are allowed";
     model().on_event(OMX_EventCmdComplete, OMX_CommandFlush, 0);
     EXPECT_TRUE(flags(model(), zvx_seq_fault::other)) << "a callback after FreeHandle";
-}
 
-TEST_F(ModelTest, BuffersMustBeBackBeforeIdleFlushAndDisable)
-{
+    fresh();
     execute();
     give(&input);
     give(&output);
