@@ -211,7 +211,7 @@ TEST(DemoVerdicts, ExpectedOutcomesAndFatalErrors)
     EXPECT_EQ(enabled.count("ran although marked as an expected failure"), 2u);
 }
 
-TEST(DemoCrash, ProgramHandlerExitsWithSignalNumberAndGlibcTraceDiesBySignal)
+TEST(DemoCrash, ProgramHandlerExitsWithSignalNumberAndGlibcAndDebuggerTracesDieBySignal)
 {
     const DemoRun handled = run_demo({"--crash", "--suite=Crash"}, true);
     EXPECT_EQ(handled.exit_code(), 11);
@@ -219,10 +219,7 @@ TEST(DemoCrash, ProgramHandlerExitsWithSignalNumberAndGlibcTraceDiesBySignal)
     const DemoRun traced = run_demo({"--crash", "--suite=Crash", "--backtrace=1"}, true);
     EXPECT_EQ(traced.term_signal(), SIGSEGV);
     EXPECT_TRUE(traced.has(" stack frames found ***\n"));
-}
 
-TEST(DemoCrash, DebuggerTraceThenDeathBySignal)
-{
     if (access("/usr/bin/gdb", X_OK) != 0) {
         GTEST_SKIP() << "gdb is not installed";
     }
