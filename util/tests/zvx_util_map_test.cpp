@@ -88,7 +88,7 @@ TEST_F(Map, ReinsertReusesTheFirstTombstoneOnTheProbePathAndTombstonesArePurged)
         EXPECT_EQ(number(zvx_map_find(&map, key(k))), k);
 }
 
-TEST_F(Map, ReplaceDestructsOldValueThenOldKeyAndEraseTheReverse)
+TEST_F(Map, ReplaceDestructsOldValueThenOldKeyEraseTheReverseAndDestructOnce)
 {
     construct(zvx_map_int_hash);
     zvx_map_insert(&map, key(7), key(70));
@@ -98,9 +98,20 @@ TEST_F(Map, ReplaceDestructsOldValueThenOldKeyAndEraseTheReverse)
     zvx_map_erase(&map, key(7));
     EXPECT_EQ(destructed, (std::vector<std::string>{"value 70", "key 7", "key 7", "value 71"}));
     EXPECT_EQ(zvx_map_size(&map), 0u);
+
+    // A destructed map is empty and destructs again.
+    destructed.clear();
+    zvx_map_insert(&map, key(1), key(10));
+    zvx_map_destruct(&map);
+    zvx_map_clear(&map);
+    EXPECT_EQ(zvx_map_find(&map, key(1)), nullptr);
+    zvx_map_erase(&map, key(1));
+    EXPECT_EQ(zvx_map_size(&map), 0u);
+    zvx_map_destruct(&map);
+    EXPECT_EQ(destructed, (std::vector<std::string>{"key 1", "value 10"}));
 }
 
-TEST_F(Map, ClearLeavesTombstonesAndIterationSkipsThem)
+TEST_F(Map, ClearLeavesTombstonesIterationSkipsThemAndForeachStopsOrErasesAsAsked)
 {
     construct(zvx_map_int_hash);
     unsigned int pos = 0;
@@ -119,10 +130,9 @@ TEST_F(Map, ClearLeavesTombstonesAndIterationSkipsThem)
     EXPECT_EQ(destructed.size(), 10u);
     pos = 0;
     EXPECT_EQ(zvx_map_next(&map, &pos), nullptr);
-}
 
-TEST_F(Map, ForeachStopsOnFalseAndForeachEraseErasesOnTrue)
-{
+    // Foreach stops on false; foreach_erase erases on true.
+    zvx_map_destruct(&map);
     construct(identity_hash);
     for (uintptr_t k = 1; k <= 6; ++k)
         zvx_map_insert(&map, key(k), key(k));
@@ -156,19 +166,6 @@ TEST(MapHash, IntegerHashIsJenkinsOverSixtyFourBitsAndStringHashDjb2)
     EXPECT_EQ(zvx_map_str_hash("omx_if"), 0x65312c38107u);
     EXPECT_EQ(zvx_map_str_hash("xxxxxxxxxxxxxxxxxxxx"), 0x41b36467d5be24e5u);
     EXPECT_EQ(zvx_map_str_hash("\xff"), 0x2b6a4u);
-}
-
-TEST_F(Map, DestructedMapIsEmptyAndDestructsAgain)
-{
-    construct(zvx_map_int_hash);
-    zvx_map_insert(&map, key(1), key(10));
-    zvx_map_destruct(&map);
-    zvx_map_clear(&map);
-    EXPECT_EQ(zvx_map_find(&map, key(1)), nullptr);
-    zvx_map_erase(&map, key(1));
-    EXPECT_EQ(zvx_map_size(&map), 0u);
-    zvx_map_destruct(&map);
-    EXPECT_EQ(destructed, (std::vector<std::string>{"key 1", "value 10"}));
 }
 
 TEST_F(Map, FailedConstructLeavesAnEmptyMapThatInsertCanRevive)

@@ -65,7 +65,7 @@ TEST(SlistTs, FourProducersOneConsumerLoseNothingAndKeepEachProducersOrder)
 // Steady producers overlap their enqueues, so the queue is never without one in flight; each dummy
 // must still be freed once the enqueues that began before it was passed are over. The test holds
 // the overlapping enqueues open itself, so that the bound does not depend on scheduling.
-TEST(SlistTs, OverlappingEnqueuesHoldOnlyTheDummiesPassedWhileTheyRan)
+TEST(SlistTs, OverlappingEnqueuesHoldOnlyTheDummiesPassedWhileTheyRanAndNoInitRefusesAll)
 {
     constexpr unsigned rounds = 1000;
     constexpr unsigned items_per_round = 8;
@@ -93,13 +93,10 @@ TEST(SlistTs, OverlappingEnqueuesHoldOnlyTheDummiesPassedWhileTheyRan)
     // Items still queued at destruction are the queue's to free.
     ASSERT_EQ(zvxu_slist_ts_enqueue(&queue, zvx_mem_malloc(16)), 1);
     zvxu_slist_ts_destroy(&queue);
-}
 
-TEST(SlistTs, ZeroedQueueWithoutInitFailsEveryCall)
-{
-    zvx_slist_ts queue{};
-    EXPECT_EQ(zvxu_slist_ts_enqueue(&queue, &queue), 0);
-    EXPECT_EQ(zvxu_slist_ts_dequeue(&queue), nullptr);
-    zvxu_slist_ts_destroy(&queue);
+    zvx_slist_ts zeroed{};
+    EXPECT_EQ(zvxu_slist_ts_enqueue(&zeroed, &zeroed), 0) << "a zeroed queue without init fails every call";
+    EXPECT_EQ(zvxu_slist_ts_dequeue(&zeroed), nullptr);
+    zvxu_slist_ts_destroy(&zeroed);
     zvxu_slist_ts_destroy(nullptr);
 }
