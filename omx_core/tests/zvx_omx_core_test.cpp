@@ -179,7 +179,7 @@ TEST_F(OmxCoreTest, ExportsOnlyTheStandardCoreEntryPoints)
                                                "OMX_GetRolesOfComponent"}));
 }
 
-TEST_F(OmxCoreTest, RefusesCallsBeforeInitAndBadArguments)
+TEST_F(OmxCoreTest, RefusesCallsBeforeInitAndBadArgumentsAndMatchesNamesAndRolesBothWays)
 {
     event_log log;
     OMX_HANDLETYPE handle = &log;
@@ -210,15 +210,12 @@ TEST_F(OmxCoreTest, RefusesCallsBeforeInitAndBadArguments)
     EXPECT_EQ(free_handle(nullptr), OMX_ErrorBadParameter);
     EXPECT_EQ(setup_tunnel(nullptr, 1, nullptr, 0), OMX_ErrorNotImplemented);
     EXPECT_EQ(deinit(), OMX_ErrorNone);
-}
 
-TEST_F(OmxCoreTest, NamesAndRolesMatchBothWays)
-{
+    // Names and roles match both ways.
     ASSERT_EQ(init(), OMX_ErrorNone);
     ASSERT_EQ(init(), OMX_ErrorNone);
     ASSERT_EQ(deinit(), OMX_ErrorNone); /* still initialised once */
     std::map<std::string, std::vector<std::string>> roles;
-    char name[OMX_MAX_STRINGNAME_SIZE];
     OMX_U32 index = 0;
     for (; name_enum(name, sizeof(name), index) == OMX_ErrorNone; ++index)
         roles[name] = listed([&](OMX_U32 *count, OMX_U8 **out) { return roles_of_component(name, count, out); });
@@ -241,7 +238,7 @@ TEST_F(OmxCoreTest, NamesAndRolesMatchBothWays)
     slot.fill('x');
     OMX_U8 *slots[] = {reinterpret_cast<OMX_U8 *>(slot.data())};
     EXPECT_EQ(name_enum(slot.data(), static_cast<OMX_U32>(std::strlen(DECODER)), 0), OMX_ErrorBadParameter);
-    OMX_U32 count = 1;
+    count = 1;
     EXPECT_EQ(roles_of_component(DECODER, &count, slots), OMX_ErrorBadParameter);
     EXPECT_EQ(count, 9u);
     count = 0;

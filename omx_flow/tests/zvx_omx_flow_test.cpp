@@ -20,7 +20,7 @@ zvx_flow_run_options zvx_changing_decode()
     return options;
 }
 
-TEST_F(FlowTest, DecodeReallocatesOutputForEachNewResolutionAndEndsWithEveryPictureInOrder)
+TEST_F(FlowTest, DecodeReallocatesForEachNewResolutionAndDecodeAndEncodeEndWithEveryPictureInOrder)
 {
     const zvx_flow_run_result result = zvx_flow_run(zvx_changing_decode());
     expect_every_picture(result, 24);
@@ -32,26 +32,24 @@ TEST_F(FlowTest, DecodeReallocatesOutputForEachNewResolutionAndEndsWithEveryPict
                                          zvx_reallocation(),
                                          {END_OF_STREAM, IDLE, LOADED}}));
     expect_nothing_left(result);
-}
 
-TEST_F(FlowTest, EncodeEndsWithTheLastPictureFlaggedEndOfStream)
-{
+    // An encode ends with the last picture flagged end of stream.
     zvx_flow_run_options options;
     options.kind = zvx_flow_kind::encoder;
     options.width = 1280;
     options.height = 720;
     options.plan.frames = 40;
     options.plan.eos_on_last_frame = true;
-    const zvx_flow_run_result result = zvx_flow_run(options);
-    expect_every_picture(result, 40);
+    const zvx_flow_run_result encoded = zvx_flow_run(options);
+    expect_every_picture(encoded, 40);
     const zvx_flow_event last_picture = {OMX_EventBufferFlag, 1, OMX_BUFFERFLAG_EOS | OMX_BUFFERFLAG_ENDOFFRAME};
     // The output buffers the client gave before Idle already hold what the session asks for: no reallocation.
-    EXPECT_EQ(result.events, zvx_events({{IDLE, EXECUTING, last_picture, IDLE, LOADED}}));
-    const auto end = std::find_if(result.outputs.begin(), result.outputs.end(),
+    EXPECT_EQ(encoded.events, zvx_events({{IDLE, EXECUTING, last_picture, IDLE, LOADED}}));
+    const auto end = std::find_if(encoded.outputs.begin(), encoded.outputs.end(),
                                   [](const zvx_flow_output &output) { return output.flags & OMX_BUFFERFLAG_EOS; });
-    ASSERT_NE(end, result.outputs.end());
+    ASSERT_NE(end, encoded.outputs.end());
     EXPECT_EQ(end->picture, 39u) << "the end of stream rides on the last picture";
-    expect_nothing_left(result);
+    expect_nothing_left(encoded);
 }
 
 uint64_t zvx_pictures_consumed()

@@ -161,7 +161,7 @@ protected:
     std::filesystem::path dir_;
 };
 
-TEST_F(RunOnFiles, ContainerStreamIsSentWholeAndEveryPictureWrittenAtItsSize)
+TEST_F(RunOnFiles, ContainerStreamIsSentWholeEveryPictureWrittenAtItsSizeAndRawPicturesSizedAsTold)
 {
     const std::string stream = make("in.mp4", "176x144", "-c:v libx264 -bf 2");
     const std::string out = file("out.yuv");
@@ -172,6 +172,15 @@ TEST_F(RunOnFiles, ContainerStreamIsSentWholeAndEveryPictureWrittenAtItsSize)
     expect_line(run, "frames:  20 sent, 20 out");
     expect_line(run, "output:  20 pictures to " + out);
     EXPECT_EQ(read_file(out).size(), 20u * 176 * 144 * 3 / 2);
+
+    // Raw pictures take their size from the command line, and --frames limits the run.
+    const std::string raw = make("in.yuv", "176x144", "-pix_fmt yuv420p -f rawvideo");
+    const ProgramRun sized = run_on_pattern("--encode --input=" + raw + " --size=176x144 --frames=12");
+    EXPECT_EQ(sized.exit_status, 0) << sized.output;
+    expect_line(sized, "frames:  12 sent, 12 out");
+    const ProgramRun unsized = run_on_pattern("--encode --input=" + raw);
+    EXPECT_EQ(unsized.exit_status, 2) << unsized.output;
+    EXPECT_NE(unsized.output.find("(raw pictures need --size)"), std::string::npos) << unsized.output;
 }
 
 TEST_F(RunOnFiles, EncodeIsWrittenAsTheExtensionAsksWithItsRateInTheSummaryOrRefusedWithStatusTwo)
@@ -208,18 +217,6 @@ TEST_F(RunOnFiles, EncodeIsWrittenAsTheExtensionAsksWithItsRateInTheSummaryOrRef
     EXPECT_EQ(unwritable.exit_status, 2) << unwritable.output;
     EXPECT_EQ(unwritable.output.rfind("zvx_omx_run: cannot write " + file("no/such/folder/out.h264"), 0), 0u)
         << unwritable.output;
-}
-
-TEST_F(RunOnFiles, RawPicturesTakeTheirSizeFromTheCommandLineAndFramesLimitTheRun)
-{
-    const std::string pictures = make("in.yuv", "176x144", "-pix_fmt yuv420p -f rawvideo");
-    const ProgramRun sized = run_on_pattern("--encode --input=" + pictures + " --size=176x144 --frames=12");
-    EXPECT_EQ(sized.exit_status, 0) << sized.output;
-    expect_line(sized, "frames:  12 sent, 12 out");
-
-    const ProgramRun unsized = run_on_pattern("--encode --input=" + pictures);
-    EXPECT_EQ(unsized.exit_status, 2) << unsized.output;
-    EXPECT_NE(unsized.output.find("(raw pictures need --size)"), std::string::npos) << unsized.output;
 }
 
 } // namespace
