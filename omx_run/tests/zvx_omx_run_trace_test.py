@@ -30,7 +30,7 @@ class Trace(unittest.TestCase):
         cls.events = cls.trace["traceEvents"]
         cls.timed = [event for event in cls.events if event["ph"] != "M"]
 
-    def test_run_went_through_and_every_event_has_the_fields_a_viewer_needs(self):
+    def test_run_went_through_and_the_trace_is_well_formed(self):
         self.assertEqual(self.program.returncode, 0, self.program.stdout + self.program.stderr)
         for event in self.events:
             self.assertIsInstance(event["name"], str)
@@ -38,8 +38,6 @@ class Trace(unittest.TestCase):
             self.assertIsInstance(event["ts"], (int, float))
             self.assertEqual(event["pid"], 1)
             self.assertIn(event["tid"], (CLIENT, COMPONENT))
-
-    def test_timestamps_never_go_back_and_every_span_ends_once_after_it_began(self):
         stamps = [event["ts"] for event in self.timed]
         self.assertTrue(stamps, "the trace holds no timed event")
         self.assertEqual(stamps, sorted(stamps))
@@ -51,15 +49,14 @@ class Trace(unittest.TestCase):
                 self.assertIn(open_spans[key], (0, 1), "span %s ended before it began or began twice" % (key,))
         self.assertEqual([key for key, count in open_spans.items() if count], [])
 
-    def test_calls_come_from_the_client_and_callbacks_from_the_component(self):
+    def test_calls_callbacks_commands_frames_and_counters_are_the_flows(self):
         threads = {event["name"]: event["tid"] for event in self.timed if event["ph"] == "i"}
         for call in ("SendCommand", "AllocateBuffer", "FreeBuffer", "EmptyThisBuffer", "FillThisBuffer"):
             self.assertEqual(threads[call], CLIENT, call)
         for callback in ("EmptyBufferDone", "FillBufferDone", "EventHandler CmdComplete",
                          "EventHandler PortSettingsChanged", "EventHandler BufferFlag"):
             self.assertEqual(threads[callback], COMPONENT, callback)
-
-    def test_commands_are_spans_from_the_call_to_their_completion(self):
+        # Commands are spans from the call to their completion.
         spans = collections.Counter(event["name"] for event in self.timed
                                     if event["ph"] == "b" and event["cat"] == "command")
         self.assertEqual(spans["StateSet Idle"], 2)
@@ -68,8 +65,6 @@ class Trace(unittest.TestCase):
         self.assertEqual(spans["PortEnable port 1"], 2, "the stream's first resolution and its change")
         sent = sum(1 for event in self.timed if event["name"] == "SendCommand")
         self.assertEqual(sum(spans.values()), sent)
-
-    def test_every_frame_comes_out_as_a_filled_buffer_and_the_counters_end_at_nothing_held(self):
         pictures = [event for event in self.timed
                     if event["name"] == "FillBufferDone" and event["args"]["filled"] > 0]
         self.assertEqual(len(pictures), FRAMES)

@@ -10,6 +10,14 @@
 
 namespace {
 
+/* What `call` prints. */
+template <typename Call> std::string printed(Call call)
+{
+    testing::internal::CaptureStdout();
+    call();
+    return testing::internal::GetCapturedStdout();
+}
+
 std::vector<std::string> refused_filters;
 
 int record_filter(quro_utf_test_specifier *, quro_utf_mempool *, const char *argument)
@@ -59,10 +67,10 @@ TEST(CommandLine, NumbersOptionNamesAndFilters)
 
     // Filters split at commas and dashes.
     quro_utf_test_specifier spec{};
-    testing::internal::CaptureStdout();
-    const unsigned flags =
-        quro_utfp_parse_filters(&spec, record_filter, nullptr, "--include=", "smoketest,performance-mine");
-    const std::string echoed = testing::internal::GetCapturedStdout();
+    unsigned flags = 0;
+    const std::string echoed = printed([&] {
+        flags = quro_utfp_parse_filters(&spec, record_filter, nullptr, "--include=", "smoketest,performance-mine");
+    });
     EXPECT_EQ(flags, QURO_UTF_FLAG_SMOKETEST | QURO_UTF_FLAG_PERFORMANCE);
     EXPECT_EQ(echoed, "smoketest performance mine ");
     EXPECT_EQ(refused_filters, std::vector<std::string>{"--include=mine"});
@@ -183,9 +191,7 @@ protected:
 
     std::vector<std::string> run()
     {
-        testing::internal::CaptureStdout();
-        quro_utf_run_suite_list(suite_, &spec_);
-        testing::internal::GetCapturedStdout();
+        printed([this] { quro_utf_run_suite_list(suite_, &spec_); });
         std::vector<std::string> lines;
         for (const quro_utf_result *r = results_->first_result; r != nullptr; r = r->next_result) {
             lines.push_back(std::string(r->test_name) + "/" + std::to_string(r->fixture_index) + " " +
@@ -240,10 +246,7 @@ TEST_F(FrameworkRun, VerdictsAgainstDeclaredOutcomes)
                                                "caught/0 0 (implicit pass)",
                                                "caught/1 0 (implicit pass)"};
     std::vector<std::string> lines = run();
-    lines.erase(
-        std::remove_if(lines.begin(), lines.end(),
-                       [](const std::string &l) { return l.starts_with("expect_fail/") && l.ends_with(" 0 "); }),
-        lines.end());
+    std::erase_if(lines, [](const std::string &l) { return l.starts_with("expect_fail/") && l.ends_with(" 0 "); });
     EXPECT_EQ(lines, expected);
     EXPECT_EQ(results_->tests_considered, 8u);
     EXPECT_EQ(results_->tests_passed, 4u);
@@ -280,9 +283,8 @@ TEST_F(FrameworkRun, DsprintfTruncatesLongTexts)
 {
     quro_utfp_current_suite = suite_;
     const std::string long_text(2000, 'y');
-    testing::internal::CaptureStdout();
-    const char *text = quro_utf_dsprintf("%s", long_text.c_str());
-    const std::string out = testing::internal::GetCapturedStdout();
+    const char *text = nullptr;
+    const std::string out = printed([&] { text = quro_utf_dsprintf("%s", long_text.c_str()); });
     quro_utfp_current_suite = nullptr;
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(strlen(text), 1023u);
@@ -294,9 +296,7 @@ TEST_F(FrameworkRun, BenchmarkRepeatsFoldIntoTheFirstRecord)
     results_->benchmark_repeats = 3;
     results_->benchmark_consolidate_method = QURO_UTF_CONSOLIDATE_MAX;
     add_benchmarks({2.0f, 7.0f, 4.0f}, 1.0f);
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(quro_utf_print_result_details(results_, QURO_UTF_LOG_DEFAULT), QURO_UTF_RESULT_PASS);
-    testing::internal::GetCapturedStdout();
+    printed([this] { EXPECT_EQ(quro_utf_print_result_details(results_, QURO_UTF_LOG_DEFAULT), QURO_UTF_RESULT_PASS); });
     ASSERT_NE(results_->first_result, nullptr);
     EXPECT_STREQ(results_->first_result->message, "Max: 7.000000, Units: \"u\", Type: 0");
     ASSERT_NE(results_->first_result->next_result, nullptr);
@@ -306,9 +306,7 @@ TEST_F(FrameworkRun, BenchmarkRepeatsFoldIntoTheFirstRecord)
 
 std::string summary_of(quro_utf_result_set *results)
 {
-    testing::internal::CaptureStdout();
-    quro_utf_print_result_summary(results, QURO_UTF_LOG_DEFAULT);
-    std::string summary = testing::internal::GetCapturedStdout();
+    std::string summary = printed([results] { quro_utf_print_result_summary(results, QURO_UTF_LOG_DEFAULT); });
     const size_t run_time = summary.find("  Run time ");
     return run_time == std::string::npos ? summary : summary.erase(run_time, summary.find('\n', run_time) - run_time);
 }
@@ -374,9 +372,8 @@ TEST_F(FrameworkRun, RegistrationRefusesReservedIdsAndDuplicatesAndFlagsReserved
 {
     const auto add = [this](unsigned id, const char *name) {
         suite_->status = QURO_UTF_RESULT_UNKNOWN;
-        testing::internal::CaptureStdout();
-        quro_utf_add_test(suite_, id, name, [](quro_utf_suite *) {});
-        return std::to_string(suite_->status) + " " + testing::internal::GetCapturedStdout();
+        const std::string out = printed([&] { quro_utf_add_test(suite_, id, name, [](quro_utf_suite *) {}); });
+        return std::to_string(suite_->status) + " " + out;
     };
     EXPECT_EQ(add(0xF0000000u, "reserved"), "5 UTF: Test ID in reserved range [0xf0000000]\n");
     EXPECT_EQ(add(0xEFFFFFFFu, "last"), "-1 ");
@@ -433,9 +430,7 @@ TEST_F(FrameworkRun, ConsolidationOfAHugeRepeatCountUsesTheTimingsGathered)
 {
     results_->benchmark_repeats = 0xFFFFFFFFu;
     add_benchmarks({2.0f, 4.0f}, 5.0f);
-    testing::internal::CaptureStdout();
-    quro_utf_print_result_details(results_, QURO_UTF_LOG_DEFAULT);
-    const std::string out = testing::internal::GetCapturedStdout();
+    const std::string out = printed([this] { quro_utf_print_result_details(results_, QURO_UTF_LOG_DEFAULT); });
     EXPECT_EQ(out.find("Failed to allocate"), std::string::npos);
     ASSERT_NE(results_->first_result, nullptr);
     EXPECT_STREQ(results_->first_result->message, "Mean: 3.000000, Units: \"u\", Type: 0");

@@ -40,7 +40,7 @@ TEST(Mempool, CarvesAlignedPiecesAndGrowsByBlocks)
     EXPECT_EQ(quro_utf_mempool_init(nullptr, 0), QURO_UTF_MEM_ERROR);
 }
 
-TEST(Mempool, LargeRequestsOwnBlocksBlocksDoubleToACapAndTheLimitGrantsOneFewer)
+TEST(Mempool, LargeRequestsOwnBlocksBlocksDoubleToACapTheLimitGrantsOneFewerAndThreadsShare)
 {
     quro_utf_mempool pool;
     ASSERT_EQ(quro_utf_mempool_init(&pool, 0), QURO_UTF_MEM_OK);
@@ -89,11 +89,8 @@ TEST(Mempool, LargeRequestsOwnBlocksBlocksDoubleToACapAndTheLimitGrantsOneFewer)
     EXPECT_EQ(quro_utf_mempool_alloc(&pool, 8), nullptr);
     EXPECT_EQ(quro_utf_mempool_alloc(&pool, SIZE_MAX - 8), nullptr);
     quro_utf_mempool_destroy(&pool);
-}
 
-TEST(Mempool, ThreadsShareOnePool)
-{
-    quro_utf_mempool pool;
+    // Threads share one pool.
     ASSERT_EQ(quro_utf_mempool_init(&pool, 128), QURO_UTF_MEM_OK);
     constexpr int kThreads = 4;
     constexpr int kPerThread = 500;
