@@ -80,7 +80,7 @@ protected:
     OMX_BUFFERHEADERTYPE output{};
 };
 
-TEST_F(ModelTest, EveryCommandIsAnsweredOnceAndInOrder)
+TEST_F(ModelTest, EveryCommandIsAnsweredOrRefusedOnceInOrderAndAsItsStateAllows)
 {
     execute();
     send(OMX_CommandFlush, OMX_ALL);
@@ -127,6 +127,60 @@ TEST_F(ModelTest, EveryCommandIsAnsweredOnceAndInOrder)
     complete(OMX_CommandFlush, 0);
     model().command_sent(refused, OMX_ErrorBadParameter);
     EXPECT_TRUE(flags(model(), zvx_seq_fault::other)) << "an answer to a command SendCommand refused";
+
+    fresh();
+    // Invalid: a callback's Flush(0) is refused while SendCommand is yet to refuse the client's MarkBuffer(0).
+    send(OMX_CommandStateSet, OMX_StateInvalid);
+    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_StateInvalid);
+    const uint64_t mark = model().command_sending(OMX_CommandMarkBuffer, 0);
+    send(OMX_CommandFlush, 0);
+    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), 0);
+    model().command_sent(mark, OMX_ErrorNotImplemented);
+    EXPECT_TRUE(settled(model())) << listed(model());
+
+    // The client's StateSet(Loaded) is accepted but not yet recorded when a callback's PortDisable(1) and
+    // StateSet(Loaded) are: the first refusal is the client's, ahead of the disable.
+    fresh();
+    const uint64_t client = model().command_sending(OMX_CommandStateSet, OMX_StateLoaded);
+    const uint64_t returned_at = model().stamp();
+    send(OMX_CommandPortDisable, 1);
+    send(OMX_CommandStateSet, OMX_StateLoaded);
+    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateLoaded);
+    model().command_sent(client, OMX_ErrorNone, returned_at);
+    complete(OMX_CommandPortDisable, 1);
+    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateLoaded);
+    EXPECT_TRUE(settled(model())) << listed(model());
+
+    fresh();
+    reach(OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateIdle);
+    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateIdle);
+    send(OMX_CommandStateSet, OMX_StateWaitForResources);
+    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorIncorrectStateTransition),
+                     OMX_StateWaitForResources);
+    EXPECT_TRUE(model().violations().empty()) << listed(model());
+    send(OMX_CommandStateSet, OMX_StateExecuting);
+    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorIncorrectStateTransition), OMX_StateExecuting);
+    EXPECT_TRUE(flags(model(), zvx_seq_fault::forbidden_state)) << "Idle to Executing is allowed";
+
+    fresh();
+    reach(OMX_StateExecuting);
+    EXPECT_TRUE(flags(model(), zvx_seq_fault::forbidden_state)) << "Loaded to Executing";
+    // Error(InvalidState, 0) answers StateSet(Invalid) even with a command on port 0 unanswered.
+    send(OMX_CommandPortDisable, 0);
+    send(OMX_CommandStateSet, OMX_StateInvalid);
+    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_StateInvalid);
+    complete(OMX_CommandPortDisable, 0);
+    EXPECT_TRUE(model().unanswered().empty()) << listed(model());
+
+    fresh();
+    send(OMX_CommandStateSet, OMX_StateInvalid);
+    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_StateInvalid);
+    EXPECT_EQ(model().state(), OMX_StateInvalid);
+    send(OMX_CommandFlush, OMX_ALL);
+    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_ALL);
+    EXPECT_TRUE(model().violations().empty()) << listed(model());
+    EXPECT_TRUE(model().unanswered().empty()) << "one refusal of OMX_ALL answers both ports";
 }
 
 // Commands sent from callbacks while another thread is inside SendCommand: no fault in any of these.
@@ -233,62 +287,6 @@ TEST_F(ModelTest, OverlappingSendCommandsAreAnsweredInTheOrderTheyWereAccepted)
     complete(OMX_CommandPortDisable, 1);
     model().command_sent(inside, OMX_ErrorNone);
     EXPECT_TRUE(settled(model())) << listed(model());
-}
-
-TEST_F(ModelTest, RefusalsKeepTheOrderAndFitTheStateAndInvalidAnswersEverything)
-{
-    // Invalid: a callback's Flush(0) is refused while SendCommand is yet to refuse the client's MarkBuffer(0).
-    send(OMX_CommandStateSet, OMX_StateInvalid);
-    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_StateInvalid);
-    const uint64_t mark = model().command_sending(OMX_CommandMarkBuffer, 0);
-    send(OMX_CommandFlush, 0);
-    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), 0);
-    model().command_sent(mark, OMX_ErrorNotImplemented);
-    EXPECT_TRUE(settled(model())) << listed(model());
-
-    // The client's StateSet(Loaded) is accepted but not yet recorded when a callback's PortDisable(1) and
-    // StateSet(Loaded) are: the first refusal is the client's, ahead of the disable.
-    fresh();
-    const uint64_t client = model().command_sending(OMX_CommandStateSet, OMX_StateLoaded);
-    const uint64_t returned_at = model().stamp();
-    send(OMX_CommandPortDisable, 1);
-    send(OMX_CommandStateSet, OMX_StateLoaded);
-    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateLoaded);
-    model().command_sent(client, OMX_ErrorNone, returned_at);
-    complete(OMX_CommandPortDisable, 1);
-    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateLoaded);
-    EXPECT_TRUE(settled(model())) << listed(model());
-
-    fresh();
-    reach(OMX_StateIdle);
-    send(OMX_CommandStateSet, OMX_StateIdle);
-    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateIdle);
-    send(OMX_CommandStateSet, OMX_StateWaitForResources);
-    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorIncorrectStateTransition),
-                     OMX_StateWaitForResources);
-    EXPECT_TRUE(model().violations().empty()) << listed(model());
-    send(OMX_CommandStateSet, OMX_StateExecuting);
-    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorIncorrectStateTransition), OMX_StateExecuting);
-    EXPECT_TRUE(flags(model(), zvx_seq_fault::forbidden_state)) << "Idle to Executing is allowed";
-
-    fresh();
-    reach(OMX_StateExecuting);
-    EXPECT_TRUE(flags(model(), zvx_seq_fault::forbidden_state)) << "Loaded to Executing";
-    // Error(InvalidState, 0) answers StateSet(Invalid) even with a command on port 0 unanswered.
-    send(OMX_CommandPortDisable, 0);
-    send(OMX_CommandStateSet, OMX_StateInvalid);
-    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_StateInvalid);
-    complete(OMX_CommandPortDisable, 0);
-    EXPECT_TRUE(model().unanswered().empty()) << listed(model());
-
-    fresh();
-    send(OMX_CommandStateSet, OMX_StateInvalid);
-    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_StateInvalid);
-    EXPECT_EQ(model().state(), OMX_StateInvalid);
-    send(OMX_CommandFlush, OMX_ALL);
-    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInvalidState), OMX_ALL);
-    EXPECT_TRUE(model().violations().empty()) << listed(model());
-    EXPECT_TRUE(model().unanswered().empty()) << "one refusal of OMX_ALL answers both ports";
 }
 
 TEST_F(ModelTest, BuffersComeBackOnceOnTheirPortBeforeTheirFreeIdleFlushAndDisable)
