@@ -1,9 +1,6 @@
-// GStreamer's OpenMAX plugin loads the built core by path, pointed at it by a gstomx.conf of the test's
-// own. The core's devices decode and encode with libavcodec; these tests check flow: counts, sizes,
-// order, timestamps, the end of stream, a teardown mid-stream and the exit status (the pictures' bytes
-// and FFmpeg's h264_omx are the decode and encode tests'). Where the core is built with
-// AddressSanitizer, the clients run with its runtime preloaded, and a leak whose allocation passed
-// through this project's code fails the test.
+// GStreamer's OpenMAX plugin loads the built core through a gstomx.conf of the test's own; these tests
+// check flow, not the pictures' bytes (the decode and encode tests do). Under AddressSanitizer the
+// clients run with its runtime preloaded, and a leak through this project's code fails the test.
 #include <gtest/gtest.h>
 
 #include <cstdint>

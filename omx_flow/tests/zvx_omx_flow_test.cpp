@@ -61,11 +61,13 @@ uint64_t zvx_pictures_consumed()
     return stats.pictures_consumed;
 }
 
-/* A flow that stops its stream midway for something of its own. */
+/* A decode of 30 frames that stops its stream midway for something of its own. */
 class MidStream : public FlowTest {
 protected:
-    void start(const zvx_flow_run_options &options)
+    void start()
     {
+        zvx_flow_run_options options;
+        options.plan.frames = 30;
         zvx_dev_set_default_script(zvx_flow_script(options));
         ASSERT_EQ(client_.open(), OMX_ErrorNone);
         ASSERT_TRUE(zvx_flow_start(client_, options));
@@ -100,9 +102,7 @@ protected:
 
 TEST_F(MidStream, FlushGivesEveryBufferBackAndTheStreamGoesOnWithTheFramesAfterIt)
 {
-    zvx_flow_run_options options;
-    options.plan.frames = 30;
-    start(options);
+    start();
     stream_->hold(true);
     ASSERT_EQ(client_.send_command(OMX_CommandFlush, OMX_ALL), OMX_ErrorNone);
     ASSERT_TRUE(client_.await_event(zvx_flow_complete(OMX_CommandFlush, 1), react()));
@@ -123,9 +123,7 @@ TEST_F(MidStream, FlushGivesEveryBufferBackAndTheStreamGoesOnWithTheFramesAfterI
 
 TEST_F(MidStream, PauseStopsTheDeviceWhereItIsAndExecutingCarriesTheStreamOn)
 {
-    zvx_flow_run_options options;
-    options.plan.frames = 30;
-    start(options);
+    start();
     ASSERT_EQ(client_.send_command(OMX_CommandStateSet, OMX_StatePause), OMX_ErrorNone);
     ASSERT_TRUE(client_.await_event(PAUSED, react()));
 

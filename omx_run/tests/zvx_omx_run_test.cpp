@@ -1,8 +1,5 @@
-// zvx_omx_run as a user runs it: what it prints and how it exits. On files over the pattern device
-// (ZVX_DEVICE_ENGINE=pattern), what is read from the input, sent and written, apart from any codec: a
-// container's length-prefixed H.264 must reach the component as a start-code stream, pictures must be
-// written cropped to their visible size, an encode must be written as the extension asks, and a file
-// that cannot be used must be refused with status 2.
+// zvx_omx_run as a user runs it: what it prints and how it exits, and on files over the pattern device
+// (ZVX_DEVICE_ENGINE=pattern) what is read, sent and written apart from any codec.
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>

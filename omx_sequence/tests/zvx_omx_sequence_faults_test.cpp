@@ -99,13 +99,6 @@ protected:
         }
     }
 
-    void free_held(OMX_U32 port)
-    {
-        for (OMX_BUFFERHEADERTYPE *header : client_->held(port)) {
-            client_->free_buffer(port, header);
-        }
-    }
-
     bool clean() { return client_->violations().empty(); }
 
     /* Drives the component back to Loaded and frees the handle; the model checks the way there. */
@@ -258,8 +251,11 @@ TEST_F(SequenceFaultTest, PortAndStateCommandsTakeEffectInTheOrderSentAndADisabl
     open(zvx_seq_kind::decoder);
     ASSERT_TRUE(command(OMX_CommandStateSet, OMX_StateIdle));
     client_->send_command(OMX_CommandStateSet, OMX_StateLoaded);
-    free_held(INPUT);
-    free_held(OUTPUT);
+    for (const OMX_U32 port : {INPUT, OUTPUT}) {
+        for (OMX_BUFFERHEADERTYPE *header : client_->held(port)) {
+            client_->free_buffer(port, header);
+        }
+    }
     client_->send_command(OMX_CommandStateSet, OMX_StateExecuting);
     EXPECT_TRUE(settle());
     EXPECT_EQ(client_->inspect<OMX_STATETYPE>([](const zvx_seq_model &model) { return model.state(); }),
