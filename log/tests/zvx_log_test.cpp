@@ -62,7 +62,7 @@ TEST_F(LogConfig, RejectsMalformedCommandsAndAcceptsBothFormsWithCaseInsensitive
     expect_state(ZVX_LOG_ERROR, &ram0_drain);
 }
 
-TEST_F(LogConfig, SuppressedMessageEvaluatesNoArgument)
+TEST_F(LogConfig, SuppressedMessageEvaluatesNoArgumentAndAlogWritesAnAndroidStylePrefix)
 {
     group.drain = &printf_drain;
     int evaluated = 0;
@@ -75,10 +75,8 @@ TEST_F(LogConfig, SuppressedMessageEvaluatesNoArgument)
                                        ")\nPanic TAG: no arguments. (zvx_log_test.cpp:" + std::to_string(line + 2) +
                                        ")\n");
     EXPECT_EQ(evaluated, 1);
-}
 
-TEST_F(LogConfig, AlogDrainWritesAndroidStylePrefix)
-{
+    // The alog drain writes an Android-style prefix.
     CaptureStdout();
     alog_drain.print(&alog_drain, ZVX_LOG_ERROR, "TAG", "value=%d", 1, 42);
     const std::string out = GetCapturedStdout();
