@@ -1,7 +1,5 @@
-// zvx_omx_run on real files through the component and the device's libavcodec engine: the codecs
-// GStreamer's OpenMAX plugin has no element for. Decodes must give FFmpeg's own pictures byte for
-// byte; encodes must decode to every picture, look like their source, keep to the bitrate and put key
-// frames where asked, also in the middle of the stream through SetConfig.
+// zvx_omx_run on real files through the device's libavcodec engine, for the codecs GStreamer's OpenMAX
+// plugin has no element for: decodes must give FFmpeg's own pictures byte for byte.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -91,9 +89,7 @@ void PrintTo(const EncodeCase &encode, std::ostream *out)
 
 class RunEncode : public ::testing::TestWithParam<EncodeCase> {};
 
-// Ten seconds of CIF at 1 Mbit/s with a key frame every 50 pictures and one more asked for at picture
-// 30 in the middle of the stream. Constant bitrate: a variable one may rightly spend less on a test
-// pattern (libvpx's VP9 does, by a third).
+// Constant bitrate: a variable one may rightly spend less on a test pattern (libvpx's VP9 does, by a third).
 TEST_P(RunEncode, TenSecondsOfCifDecodeWellAtTheBitrateWithKeyFramesWhereAsked)
 {
     const EncodeCase &encode = GetParam();

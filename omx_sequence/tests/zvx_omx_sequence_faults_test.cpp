@@ -24,23 +24,16 @@ protected:
 
     void TearDown() override
     {
-        if (client_ != nullptr && client_->is_open()) {
-            client_->free_handle();
-        }
-        client_.reset();
+        client_.reset(); // frees the handle of a client still open
         EXPECT_EQ(OMX_Deinit(), OMX_ErrorNone);
     }
 
-    zvx_seq_client &open(zvx_seq_kind kind)
+    void open(zvx_seq_kind kind)
     {
-        if (client_ != nullptr && client_->is_open()) {
-            client_->free_handle();
-        }
         client_.reset();
         trace_ = std::make_unique<zvx_seq_trace>();
         client_ = std::make_unique<zvx_seq_client>(kind, *trace_);
         EXPECT_EQ(client_->open(176, 144), OMX_ErrorNone);
-        return *client_;
     }
 
     /* Waits for every command sent so far, doing what each needs; false on a hang. */

@@ -62,9 +62,8 @@ TEST(SlistTs, FourProducersOneConsumerLoseNothingAndKeepEachProducersOrder)
     zvxu_slist_ts_destroy(&queue);
 }
 
-// Steady producers overlap their enqueues, so the queue is never without one in flight; each dummy
-// must still be freed once the enqueues that began before it was passed are over. The test holds
-// the overlapping enqueues open itself, so that the bound does not depend on scheduling.
+// Each dummy must be freed once the enqueues begun before it was passed are over, though steady
+// producers always have one in flight; the test holds them open itself, so scheduling cannot matter.
 TEST(SlistTs, OverlappingEnqueuesHoldOnlyTheDummiesPassedWhileTheyRanAndNoInitRefusesAll)
 {
     constexpr unsigned rounds = 1000;
