@@ -8,21 +8,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/* A stream in decode order unlike presentation order, growing then shrinking midway; each new
- * resolution starts at an anchor picture, which nothing before it is shown after. */
-zvx_flow_run_options zvx_changing_decode()
-{
-    zvx_flow_run_options options;
-    options.plan.frames = 24;
-    options.plan.reordered = true;
-    options.script.reorder_depth = 2;
-    options.script.resolution_changes = {{7, 640, 360}, {16, 176, 144}};
-    return options;
-}
-
 TEST_F(FlowTest, DecodeReallocatesForEachNewResolutionAndDecodeAndEncodeEndWithEveryPictureInOrder)
 {
-    const zvx_flow_run_result result = zvx_flow_run(zvx_changing_decode());
+    // A stream in decode order unlike presentation order, growing then shrinking midway; each new
+    // resolution starts at an anchor picture, which nothing before it is shown after.
+    zvx_flow_run_options decode;
+    decode.plan.frames = 24;
+    decode.plan.reordered = true;
+    decode.script.reorder_depth = 2;
+    decode.script.resolution_changes = {{7, 640, 360}, {16, 176, 144}};
+    const zvx_flow_run_result result = zvx_flow_run(decode);
     expect_every_picture(result, 24);
     EXPECT_EQ(result.reconfigurations, 3u);
     EXPECT_EQ(result.events, zvx_events({{IDLE, EXECUTING},

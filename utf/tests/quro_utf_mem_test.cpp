@@ -10,11 +10,6 @@
 
 namespace {
 
-bool aligned(const void *p)
-{
-    return reinterpret_cast<uintptr_t>(p) % 16 == 0;
-}
-
 TEST(Mempool, CarvesAlignedPiecesGrowsByDoublingBlocksToACapLimitsAndIsSharedByThreads)
 {
     quro_utf_mempool pool;
@@ -30,7 +25,7 @@ TEST(Mempool, CarvesAlignedPiecesGrowsByDoublingBlocksToACapLimitsAndIsSharedByT
     EXPECT_NE(pool.last_block, first_block) << "a used block is replaced by a fresh one";
     EXPECT_EQ(pool.last_block->previous_block, first_block);
     for (const void *p : {a, b, d}) {
-        EXPECT_TRUE(aligned(p));
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 16, 0u) << "aligned to 16";
     }
     EXPECT_EQ(pool.allocations, 5u);
     EXPECT_EQ(quro_utf_mempool_destroy(&pool), QURO_UTF_MEM_OK);
