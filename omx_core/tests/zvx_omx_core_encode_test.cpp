@@ -21,11 +21,6 @@ constexpr double ZVXP_BITRATE = 1000000.0;
 constexpr double ZVXP_BITRATE_TOLERANCE = 0.15;
 constexpr double ZVXP_MIN_PSNR_DB = 30.0;
 
-std::string cif_pictures()
-{
-    return zvx_client::test_pictures("352x288", ZVXP_FRAMES, ".y4m");
-}
-
 /* What every encode of the ten seconds must give. */
 void expect_good_stream(const std::string &stream, const std::string &pictures)
 {
@@ -47,7 +42,7 @@ TEST(FFmpegEncode, H264OmxMakesTenSecondsOfCifAtTheBitrateWithKeyFramesEveryGop)
     if (!zvx_client::program_exists("ffmpeg")) {
         GTEST_SKIP() << "ffmpeg is not installed (scripts/setup.sh installs it)";
     }
-    const std::string pictures = cif_pictures();
+    const std::string pictures = zvx_client::test_pictures("352x288", ZVXP_FRAMES, ".y4m");
     ASSERT_FALSE(pictures.empty());
     const zvx_client::TempFolder folder;
     const std::string stream = folder.file("h264_omx.h264");
@@ -65,7 +60,7 @@ TEST(GStreamerEncode, OmxH264EncMakesTenSecondsOfCifAtTheBitrateWithKeyFramesWhe
     if (!zvx_client::program_exists("gst-launch-1.0")) {
         GTEST_SKIP() << "GStreamer's tools are not installed (scripts/setup.sh installs them)";
     }
-    const std::string pictures = cif_pictures();
+    const std::string pictures = zvx_client::test_pictures("352x288", ZVXP_FRAMES, ".y4m");
     ASSERT_FALSE(pictures.empty());
     const zvx_client::TempFolder folder;
     {

@@ -15,19 +15,14 @@ PHASES = {"M", "i", "b", "e", "C"}
 CLIENT, COMPONENT = 1, 2
 
 
-def run_with_trace(*arguments):
-    with tempfile.NamedTemporaryFile(suffix=".json") as trace:
-        run = subprocess.run([PROGRAM, "--trace=" + trace.name, *arguments], capture_output=True, text=True,
-                             check=False)
-        with open(trace.name, encoding="utf-8") as written:
-            return run, json.load(written)
-
-
 class Trace(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.program, cls.trace = run_with_trace("--frames=%d" % FRAMES, "--change=150:640x360")
-        cls.events = cls.trace["traceEvents"]
+        with tempfile.NamedTemporaryFile(suffix=".json") as trace:
+            cls.program = subprocess.run([PROGRAM, "--trace=" + trace.name, "--frames=%d" % FRAMES,
+                                          "--change=150:640x360"], capture_output=True, text=True, check=False)
+            with open(trace.name, encoding="utf-8") as written:
+                cls.events = json.load(written)["traceEvents"]
         cls.timed = [event for event in cls.events if event["ph"] != "M"]
 
     def test_run_went_through_and_the_trace_is_well_formed(self):
