@@ -151,6 +151,16 @@ TEST_F(ModelTest, EveryCommandIsAnsweredOrRefusedOnceInOrderAndAsItsStateAllows)
     model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorSameState), OMX_StateLoaded);
     EXPECT_TRUE(settled(model())) << listed(model());
 
+    // The client's StateSet(Loaded) is queued before a callback's Flush(1) but returns after it.
+    // Error(InsufficientResources, 1) fits either; only the flush's completion after it shows whose it was.
+    fresh();
+    const uint64_t to_loaded = model().command_sending(OMX_CommandStateSet, OMX_StateLoaded);
+    send(OMX_CommandFlush, 1);
+    model().command_sent(to_loaded, OMX_ErrorNone);
+    model().on_event(OMX_EventError, static_cast<OMX_U32>(OMX_ErrorInsufficientResources), 1);
+    complete(OMX_CommandFlush, 1);
+    EXPECT_TRUE(settled(model())) << listed(model());
+
     fresh();
     reach(OMX_StateIdle);
     send(OMX_CommandStateSet, OMX_StateIdle);
