@@ -89,7 +89,7 @@ TEST_F(DeviceSession, DeviceNodeOpensOnlyWhileTheDevicesRunAndEachOpenIsItsOwnDe
     zvx_close(second);
 }
 
-TEST_F(DeviceSession, DescriptorIsReadableExactlyWhileEventsWait)
+TEST_F(DeviceSession, DescriptorIsReadableExactlyWhileEventsWaitHoweverHostAndWorkerInterleave)
 {
     DeviceHost host("video_decoder.avc");
     ASSERT_TRUE(host.session);
@@ -106,14 +106,8 @@ TEST_F(DeviceSession, DescriptorIsReadableExactlyWhileEventsWait)
     EXPECT_EQ(host.next().as<int32_t>(), ZVX_BASE_HW_STATE_PENDING);
     EXPECT_FALSE(host.readable(0));
     EXPECT_EQ(host.stats().events_sent[ZVX_BASE_EVENT_STATE_CHANGED], 2u);
-}
 
-/* The host drains the queue at each wake-up while the worker publishes more: the descriptor wakes it only
- * when there is an event to take, and the last one taken leaves it quiet. */
-TEST_F(DeviceSession, DescriptorWakesOnlyForEventsWhileTheHostDrainsThemAsTheWorkerPublishes)
-{
-    DeviceHost host("video_decoder.avc");
-    ASSERT_TRUE(host.session);
+    // The host drains the queue at each wake-up while the worker publishes more.
     constexpr int CHANGES = 2000;
     std::thread requests([&] {
         for (int i = 0; i < CHANGES; ++i)
@@ -127,8 +121,7 @@ TEST_F(DeviceSession, DescriptorWakesOnlyForEventsWhileTheHostDrainsThemAsTheWor
         while (zvx_base_event_header *header = zvx_get_event(host.fd, 0)) {
             int32_t state = 0;
             std::memcpy(&state, header->data, sizeof(state));
-            const int32_t expected = alternating_state(taken);
-            out_of_order += state != expected ? 1 : 0;
+            out_of_order += state != alternating_state(taken) ? 1 : 0;
             ++taken;
             any = true;
             zvx_mem_free(header);
@@ -140,19 +133,12 @@ TEST_F(DeviceSession, DescriptorWakesOnlyForEventsWhileTheHostDrainsThemAsTheWor
     EXPECT_EQ(empty_wakes, 0) << "the descriptor was readable with no event waiting";
     EXPECT_EQ(out_of_order, 0);
     EXPECT_FALSE(host.readable(50));
-}
 
-/* A host that takes each event without polling, at a varied moment after the worker queued it, sometimes
- * takes it after the worker marked the queue readable but before it wrote the descriptor. Once every
- * answer is taken, the descriptor must stay quiet. */
-TEST_F(DeviceSession, DescriptorStaysQuietWhenTheHostTakesTheEventBeforeTheWorkerWritesIt)
-{
-    DeviceHost host("video_decoder.avc");
-    ASSERT_TRUE(host.session);
-    constexpr int ROUNDS = 3000;
+    // Taken without polling at a varied moment: sometimes after the worker marked the queue readable but
+    // before it wrote the descriptor.
     std::minstd_rand jitter(std::random_device{}());
     int readable_when_empty = 0;
-    for (int round = 0; round < ROUNDS && readable_when_empty == 0; ++round) {
+    for (int round = 0; round < 3000 && readable_when_empty == 0; ++round) {
         zvx_enqueue_state_change(host.fd, alternating_state(round));
         const auto give_up_at = std::chrono::steady_clock::now() + std::chrono::milliseconds(DeviceHost::WAIT_MS);
         zvx_base_event_header *header;
@@ -167,20 +153,13 @@ TEST_F(DeviceSession, DescriptorStaysQuietWhenTheHostTakesTheEventBeforeTheWorke
         readable_when_empty += host.readable(0) ? 1 : 0;
     }
     EXPECT_EQ(readable_when_empty, 0) << "the descriptor was written after the host took the last event";
-}
 
-/* Each request is posted as soon as the last answer is out, while the worker is on its way to waiting
- * for the next: none may be left unanswered. */
-TEST_F(DeviceSession, RequestPostedAsTheWorkerGoesIdleIsAnswered)
-{
-    DeviceHost host("video_decoder.avc");
-    ASSERT_TRUE(host.session);
+    // Each request posted as soon as the last answer is out, while the worker goes back to waiting.
     constexpr int ROUNDS = 5000;
-    constexpr int ANSWER_WAIT_MS = 1000;
     int answered = 0;
     for (int round = 0; round < ROUNDS && answered == round; ++round) {
         zvx_enqueue_state_change(host.fd, alternating_state(round));
-        answered += host.next(ANSWER_WAIT_MS).code == ZVX_BASE_EVENT_STATE_CHANGED ? 1 : 0;
+        answered += host.next(1000).code == ZVX_BASE_EVENT_STATE_CHANGED ? 1 : 0;
     }
     EXPECT_EQ(answered, ROUNDS) << "a request was left waiting";
 }
@@ -251,7 +230,7 @@ TEST_F(DeviceSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPres
     EXPECT_EQ(host.stats().pictures_output, 4u);
 }
 
-TEST_F(DeviceSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersAreFilled)
+TEST_F(DeviceSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersAreFilledAtTheirOwnStride)
 {
     zvx_dev_script script = stream_of(32, 32);
     script.resolution_changes.push_back({2, 48, 32});
@@ -260,10 +239,11 @@ TEST_F(DeviceSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersA
     host.set_port(1, 32, 32, YUV420_PLANAR);
     const zvx_dev_picture_layout small = zvx_dev_layout_picture(YUV420_PLANAR, 32, 32, 32, 32);
     const zvx_dev_picture_layout large = zvx_dev_layout_picture(YUV420_PLANAR, 48, 32, 32, 32);
+    const zvx_dev_picture_layout padded = zvx_dev_layout_picture(YUV420_PLANAR, 48, 32, 64, 40);
     host.run();
-    queue_new(host, 0, 3, 8);
+    queue_new(host, 0, 4, 8);
     expect_events(host, {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS,
-                         ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_INPUT});
+                         ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_INPUT});
 
     const auto old_buffers = queue_new(host, 1, 2, small.total_bytes);
     for (uint32_t picture = 0; picture < 2; ++picture)
@@ -280,6 +260,12 @@ TEST_F(DeviceSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersA
     EXPECT_EQ(output.buffer_id, fresh);
     EXPECT_EQ(output.width, 48u);
     EXPECT_TRUE(zvx_dev_picture_matches(host.data(fresh), output.filled_len, large, 2));
+    const zvx_base_buffer_handle_t strided = host.add_buffer(1, padded.total_bytes, 64, 40);
+    host.queue(1, strided);
+    const zvx_base_buffer_userspace filled = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
+    EXPECT_EQ(filled.filled_len, padded.total_bytes);
+    EXPECT_EQ(filled.stride, 64u);
+    EXPECT_TRUE(zvx_dev_picture_matches(host.data(strided), filled.filled_len, padded, 3));
 
     zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_OUTPUT_PORT);
     const zvx_base_buffer_userspace flushed = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
@@ -288,25 +274,7 @@ TEST_F(DeviceSession, ResolutionChangeComesAfterTheOldPicturesAndOnlyNewBuffersA
     host.expect(ZVX_BASE_EVENT_OUTPUT_FLUSHED);
 }
 
-TEST_F(DeviceSession, PictureTakesTheStrideAndRowsItsBufferWasRegisteredWith)
-{
-    DeviceHost host("video_decoder.avc", stream_of(32, 32));
-    ASSERT_TRUE(host.session);
-    host.set_port(1, 32, 32, YUV420_PLANAR);
-    host.run();
-    host.queue(0, host.add_buffer(0, 8), 8, OMX_BUFFERFLAG_EOS);
-    expect_events(host, {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS});
-
-    const zvx_dev_picture_layout padded = zvx_dev_layout_picture(YUV420_PLANAR, 32, 32, 48, 40);
-    const zvx_base_buffer_handle_t output = host.add_buffer(1, padded.total_bytes, 48, 40);
-    host.queue(1, output);
-    const zvx_base_buffer_userspace filled = host.expect(ZVX_BASE_EVENT_OUTPUT).buffer();
-    EXPECT_EQ(filled.filled_len, padded.total_bytes);
-    EXPECT_EQ(filled.stride, 48u);
-    EXPECT_TRUE(zvx_dev_picture_matches(host.data(output), filled.filled_len, padded, 0));
-}
-
-TEST_F(DeviceSession, FlushReturnsEveryHeldBufferOfEachPortBeforeItsFlushedEvent)
+TEST_F(DeviceSession, FlushReturnsEveryHeldBufferOfEachPortBeforeItsFlushedEventAndDropsPicturesNotYetOutput)
 {
     DeviceHost host("video_decoder.mpeg2");
     ASSERT_TRUE(host.session);
@@ -329,20 +297,16 @@ TEST_F(DeviceSession, FlushReturnsEveryHeldBufferOfEachPortBeforeItsFlushedEvent
     host.expect(ZVX_BASE_EVENT_OUTPUT_FLUSHED);
     EXPECT_FALSE(host.readable(0));
     EXPECT_EQ(host.stats().held_buffers, (std::array<uint32_t, 2>{0, 0}));
-}
 
-TEST_F(DeviceSession, InputFlushDropsPicturesNotYetOutput)
-{
-    DeviceHost host("video_decoder.vp8");
-    ASSERT_TRUE(host.session);
     host.run();
-    const auto inputs = queue_new(host, 0, 2, 8);
+    host.queue(0, inputs[0], 8);
+    host.queue(0, inputs[1], 8);
     expect_events(host, {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS,
                          ZVX_BASE_EVENT_INPUT});
     zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_INPUT_PORT);
     host.expect(ZVX_BASE_EVENT_INPUT_FLUSHED);
     host.queue(1, host.add_buffer(1, 320 * 240 * 2));
-    EXPECT_FALSE(host.readable(50));
+    EXPECT_FALSE(host.readable(50)) << "the input flush dropped the decoded pictures";
     host.queue(0, inputs[0], 8, 0, 77);
     host.expect(ZVX_BASE_EVENT_INPUT);
     EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().timestamp, 77u);
@@ -384,13 +348,16 @@ TEST_F(DeviceSession, EncodeAnnouncesItsOutputPortAndSplitsAPictureOverSmallBuff
     EXPECT_EQ(host.stats().pictures_output, 1u);
 }
 
-TEST_F(DeviceSession, ScriptedRejectReturnsOutputsUnfilledAndKeepsThePicture)
+TEST_F(DeviceSession, ScriptedRejectReturnsOutputsUnfilledAndKeepsThePictureAndDelaysAreTaken)
 {
     zvx_dev_script script;
     script.faults.push_back({zvx_dev_fault_kind::reject_outputs, 0, 2, 0, ""});
+    script.delays.state_change_us = 30000;
     DeviceHost host("video_decoder.avc", script);
     ASSERT_TRUE(host.session);
+    const auto start = std::chrono::steady_clock::now();
     host.run();
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::microseconds(30000));
     host.queue(0, host.add_buffer(0, 8), 8, 0, 5);
     expect_events(host, {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS});
     queue_new(host, 1, 3, 320 * 240 * 2);
@@ -444,31 +411,6 @@ TEST_F(DeviceSession, HungSessionReportsOnceAndThenAnswersNothing)
     zvx_destroy_session(host.fd);
     EXPECT_FALSE(host.stats().hung);
     EXPECT_EQ(host.stats().buffers_dropped, 1u);
-}
-
-TEST_F(DeviceSession, ErrorEventCarriesCodeAndMessageAndNeedsASession)
-{
-    DeviceHost host("video_encoder.hevc");
-    ASSERT_TRUE(host.session);
-    ASSERT_TRUE(zvx_dev_inject_fault(host.fd, {zvx_dev_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}));
-    const DeviceEvent error = host.expect(ZVX_BASE_EVENT_ERROR);
-    ASSERT_EQ(error.payload.size(), 4u + sizeof("firmware fault"));
-    EXPECT_EQ(error.as<uint32_t>(), 0x1234u);
-    EXPECT_STREQ(reinterpret_cast<const char *>(error.payload.data() + 4), "firmware fault");
-
-    zvx_destroy_session(host.fd);
-    EXPECT_FALSE(zvx_dev_inject_fault(host.fd, {zvx_dev_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}));
-}
-
-TEST_F(DeviceSession, SlowDeviceTakesItsDelayPerOperation)
-{
-    zvx_dev_script script;
-    script.delays.state_change_us = 30000;
-    DeviceHost host("video_decoder.avc", script);
-    ASSERT_TRUE(host.session);
-    const auto start = std::chrono::steady_clock::now();
-    host.run();
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::microseconds(30000));
 }
 
 TEST_F(DeviceSession, ShuffledInputReturnsStillReturnEveryBufferOnce)
@@ -594,7 +536,7 @@ TEST_F(DeviceSession, SeveralDevicesDecodeAtOnceFromSeveralThreadsEach)
     EXPECT_EQ(zvx_dev_get_totals().devices_opened, 3u);
 }
 
-TEST_F(DeviceSession, BadRequestsAreRefusedWithClearErrors)
+TEST_F(DeviceSession, BadRequestsAndFailedAllocationsAreRefusedWithClearErrors)
 {
     DeviceHost host("video_decoder.avc");
     ASSERT_TRUE(host.session);
@@ -625,6 +567,27 @@ TEST_F(DeviceSession, BadRequestsAreRefusedWithClearErrors)
     EXPECT_EQ(zvx_is_role_supported("video_decoder.rv"), OMX_TRUE);
     EXPECT_EQ(zvx_is_role_supported("video_decoder.jpeg"), OMX_FALSE);
     EXPECT_EQ(zvx_get_fw_version(host.fd) >> 8, 2u);
+
+    zvx_mem_kernelspace_set_failure_range(1, 1);
+    zvx_mem_kernelspace_resfail_enable();
+    host.add_buffer(0, 64);
+    EXPECT_EQ(host.last_error, OMX_ErrorNone);
+    EXPECT_EQ(zvx_mem_kernelspace_resfail_did_fail(), 0u);
+    host.add_buffer(0, 64);
+    EXPECT_EQ(host.last_error, OMX_ErrorInsufficientResources) << "the second kernel allocation failed";
+    zvx_mem_kernelspace_resfail_disable();
+    EXPECT_EQ(zvx_mem_kernelspace_resfail_did_fail(), 1u);
+    host.add_buffer(0, 64);
+    EXPECT_EQ(host.last_error, OMX_ErrorNone);
+
+    ASSERT_TRUE(zvx_dev_inject_fault(host.fd, {zvx_dev_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}));
+    const DeviceEvent error = host.expect(ZVX_BASE_EVENT_ERROR);
+    ASSERT_EQ(error.payload.size(), 4u + sizeof("firmware fault"));
+    EXPECT_EQ(error.as<uint32_t>(), 0x1234u);
+    EXPECT_STREQ(reinterpret_cast<const char *>(error.payload.data() + 4), "firmware fault");
+    zvx_destroy_session(host.fd);
+    EXPECT_FALSE(zvx_dev_inject_fault(host.fd, {zvx_dev_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}))
+        << "faults need a session";
 }
 
 TEST_F(DeviceSession, ParametersAndConfigsReadBackWhatWasSetAndUnknownOnesAreUnsupported)
@@ -650,22 +613,6 @@ TEST_F(DeviceSession, ParametersAndConfigsReadBackWhatWasSetAndUnknownOnesAreUns
     EXPECT_EQ(zvx_set_parameter(host.fd, OMX_IndexParamPortDefinition, sizeof(definition), &definition),
               OMX_ErrorBadPortIndex);
     EXPECT_EQ(zvx_get_parameter(host.fd, OMX_IndexParamPortDefinition, 40, &definition), OMX_ErrorBadParameter);
-}
-
-TEST_F(DeviceSession, KernelMemoryFailureRangeFailsTheAllocationsInIt)
-{
-    DeviceHost host("video_decoder.avc");
-    zvx_mem_kernelspace_set_failure_range(1, 1);
-    zvx_mem_kernelspace_resfail_enable();
-    host.add_buffer(0, 64);
-    EXPECT_EQ(host.last_error, OMX_ErrorNone);
-    EXPECT_EQ(zvx_mem_kernelspace_resfail_did_fail(), 0u);
-    host.add_buffer(0, 64);
-    EXPECT_EQ(host.last_error, OMX_ErrorInsufficientResources);
-    zvx_mem_kernelspace_resfail_disable();
-    EXPECT_EQ(zvx_mem_kernelspace_resfail_did_fail(), 1u);
-    host.add_buffer(0, 64);
-    EXPECT_EQ(host.last_error, OMX_ErrorNone);
 }
 
 } // namespace
