@@ -48,7 +48,8 @@ public:
             zvx_close(fd);
     }
 
-    void set_port(uint32_t port, uint32_t width, uint32_t height, uint32_t color_format, uint32_t buffer_count = 2)
+    void set_port(uint32_t port, uint32_t width, uint32_t height, uint32_t color_format, uint32_t buffer_count = 2,
+                  uint32_t frame_rate_q16 = 0)
     {
         zvx_dev_port_definition definition{};
         definition.nSize = sizeof(definition);
@@ -62,6 +63,7 @@ public:
         definition.nStride = width;
         definition.nSliceHeight = height;
         definition.eColorFormat = color_format;
+        definition.xFramerate = frame_rate_q16;
         zvx_set_parameter(fd, OMX_IndexParamPortDefinition, sizeof(definition), &definition);
     }
 

@@ -167,8 +167,7 @@ TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithT
     EXPECT_GE(result.output_definition.nBufferCountMin, result.sequences[0].num_buffers_planar);
 }
 
-/* Access units of a 176x144 H.264 stream, more than the pictures a decoder with a frame thread a core
- * holds back on most machines; none when it could not be made. */
+/* More access units than a decoder with a frame thread a core holds back on most machines. */
 std::vector<DeviceInput> small_avc_units(int b_frames)
 {
     zvx_av_test::TempFolder folder;
@@ -178,17 +177,6 @@ std::vector<DeviceInput> small_avc_units(int b_frames)
     return access_units(path);
 }
 
-/* A running libavcodec decoder for a host that has registered no output buffer yet. */
-std::unique_ptr<DeviceHost> running_avc_decoder()
-{
-    zvx_dev_script script;
-    script.engine = zvx_dev_engine::libav;
-    auto host = std::make_unique<DeviceHost>("video_decoder.avc", script);
-    host->set_port(1, 0, 0, NV12);
-    host->run();
-    return host;
-}
-
 void queue_input(DeviceHost &host, const DeviceInput &input)
 {
     const zvx_base_buffer_handle_t id = host.add_buffer(0, static_cast<uint32_t>(input.data.size()));
@@ -196,14 +184,16 @@ void queue_input(DeviceHost &host, const DeviceInput &input)
     host.queue(0, id, static_cast<uint32_t>(input.data.size()), input.flags, input.timestamp);
 }
 
-/* A running decoder given every input, before the host has registered an output buffer. */
+/* A running libavcodec decoder given `inputs` before the host has registered an output buffer. */
 std::unique_ptr<DeviceHost> avc_decoder_given(const std::vector<DeviceInput> &inputs)
 {
-    std::unique_ptr<DeviceHost> host = running_avc_decoder();
-    if (host->session) {
-        for (const DeviceInput &input : inputs)
-            queue_input(*host, input);
-    }
+    zvx_dev_script script;
+    script.engine = zvx_dev_engine::libav;
+    auto host = std::make_unique<DeviceHost>("video_decoder.avc", script);
+    host->set_port(1, 0, 0, NV12);
+    host->run();
+    for (const DeviceInput &input : inputs)
+        queue_input(*host, input);
     return host;
 }
 
@@ -219,11 +209,8 @@ uint32_t inputs_back_until_quiet(DeviceHost &host, std::vector<zvx_base_buffer_h
     return inputs_back;
 }
 
-/* A decoded picture waits for the client's next output buffer, and no decode starts meanwhile: it would
- * hold that picture for a whole picture's time once the buffer comes. Alike while the client sets its
- * buffers up (none yet) and while it holds all it has. Yet each buffer given back lets an input go
- * back: GStreamer's streaming thread waits for an input buffer with its demuxer's lock held, and a
- * seek waits for that lock before the client gives back anything more. */
+/* No decode starts while a decoded picture waits for the client's next output buffer, yet each buffer
+ * given back lets an input go back: a streaming thread may wait for one holding the lock a seek needs. */
 TEST_F(LibavDecode, ReadyPictureWaitingForAnOutputBufferHoldsTheNextDecode)
 {
     const std::vector<DeviceInput> inputs = small_avc_units(0);
@@ -247,10 +234,8 @@ TEST_F(LibavDecode, ReadyPictureWaitingForAnOutputBufferHoldsTheNextDecode)
     EXPECT_EQ(host->expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, outputs[1]) << "a decode came first";
 }
 
-/* A client that shows its pictures in real time sets the pace once it has taken a few that waited for
- * its buffer. The next decode then waits for half that pace, while the input it will read goes back at
- * once and the picture is decoded from its copy; a flush in that wait, as a seek sends, drops the copy
- * undecoded and loses no buffer. */
+/* A real-time client's next decode waits half its pace, decoding from a copy of the input it gave back at
+ * once; a seek's flush in that wait drops the copy undecoded and loses no buffer. */
 TEST_F(LibavDecode, PacedClientsNextDecodeWaitsOnACopyOfItsInputAndAFlushMeanwhileDecodesNothing)
 {
     constexpr auto PACE = std::chrono::milliseconds(150);
@@ -307,14 +292,13 @@ TEST_F(LibavDecode, PacedClientsNextDecodeWaitsOnACopyOfItsInputAndAFlushMeanwhi
     EXPECT_EQ(inputs_back, inputs.size());
 }
 
-/* With frame threads or reordering, the decoder has read the stream's headers a few pictures before the
- * first comes out: the client hears of the stream then, and sets its buffers up while those pictures
- * decode. The first picture fits what was announced and is not announced again. */
+/* Announced from the headers, read pictures before the first is out, so the client sets its buffers up
+ * while those decode; the first picture fits and is not announced again. */
 TEST_F(LibavDecode, StreamIsAnnouncedFromItsHeadersBeforeItsFirstPictureIsOut)
 {
     const std::vector<DeviceInput> inputs = small_avc_units(2);
     ASSERT_FALSE(inputs.empty());
-    const std::unique_ptr<DeviceHost> host = running_avc_decoder();
+    const std::unique_ptr<DeviceHost> host = avc_decoder_given({});
     ASSERT_TRUE(host->session);
     // Fed one at a time: an input not taken back means a picture is out, waiting for an output buffer.
     size_t announced_at = inputs.size();
@@ -338,8 +322,7 @@ TEST_F(LibavDecode, StreamIsAnnouncedFromItsHeadersBeforeItsFirstPictureIsOut)
     EXPECT_EQ(host->expect(ZVX_BASE_EVENT_OUTPUT).buffer().buffer_id, output) << "announced again";
 }
 
-/* The component labels a deep stream's output with its packed 10-bit format and sizes the buffers for
- * two bytes a pixel, too few for 16-bit samples: the pictures come as 8-bit ones rather than never. */
+/* Buffers labelled packed 10-bit, sized two bytes a pixel, are too small for 16-bit samples: 8-bit ones come. */
 TEST_F(LibavDecode, DeepStreamIntoBuffersTooSmallForTwoByteSamplesComesOutInEightBits)
 {
     zvx_av_test::TempFolder folder;
@@ -403,8 +386,7 @@ TEST_F(LibavDecode, FlushMidStreamDropsWhatIsHeldAndTheStreamGoesOnFromAKeyFrame
     EXPECT_EQ(result.inputs_back, result.inputs_sent) << "the flush returns the inputs it dropped";
 }
 
-/* Streams that are not what their role says, cut short or noise: the run still ends with the EOS,
- * every input back, and at most errors and fewer pictures. */
+/* Streams that are not what their role says, cut short or noise still end with every input back. */
 TEST_F(LibavDecode, CorruptTruncatedAndMislabelledStreamsEndWithEveryInputBack)
 {
     zvx_av_test::TempFolder folder;

@@ -42,20 +42,6 @@ template <typename Record> Record stamped()
     return record;
 }
 
-std::vector<std::vector<uint8_t>> raw_pictures(const zvx_av_test::TempFolder &folder)
-{
-    const std::string path = folder.file("in.yuv");
-    if (!zvx_av_test::make_raw_pictures(path, std::to_string(WIDTH) + "x" + std::to_string(HEIGHT), PICTURES))
-        return {};
-    const std::vector<uint8_t> bytes = zvx_av_test::read_file(path);
-    const size_t picture = WIDTH * HEIGHT * 3 / 2;
-    std::vector<std::vector<uint8_t>> pictures;
-    for (size_t at = 0; at + picture <= bytes.size(); at += picture)
-        pictures.emplace_back(bytes.begin() + static_cast<std::ptrdiff_t>(at),
-                              bytes.begin() + static_cast<std::ptrdiff_t>(at + picture));
-    return pictures;
-}
-
 EncodeOptions options_for(const std::string &role)
 {
     EncodeOptions options;
@@ -89,8 +75,7 @@ EncodeOptions options_for(const std::string &role)
 TEST_P(LibavEncode, KeyFramesWhereAskedBitrateChangeTakesEffectAndTheStreamDecodes)
 {
     const std::string role = GetParam();
-    zvx_av_test::TempFolder folder;
-    const std::vector<std::vector<uint8_t>> pictures = raw_pictures(folder);
+    const std::vector<std::vector<uint8_t>> pictures = zvx_av_test::raw_pictures("in.yuv", WIDTH, HEIGHT, PICTURES);
     ASSERT_EQ(pictures.size(), size_t{PICTURES});
     const EncodeResult result = encode_through_device(role.c_str(), pictures, options_for(role));
     ASSERT_TRUE(result.ended);

@@ -166,16 +166,7 @@ EncodeResult encode_through_device(const char *role, const std::vector<std::vect
     DeviceHost host(role, libav_script({}));
     if (!host.session)
         return result;
-    zvx_dev_port_definition input{};
-    input.nSize = sizeof(input);
-    input.nVersion = ZVX_DEV_VERSION_1_2;
-    input.nFrameWidth = options.width;
-    input.nFrameHeight = options.height;
-    input.nStride = options.width;
-    input.nSliceHeight = options.height;
-    input.xFramerate = 25u << 16;
-    input.eColorFormat = 19; /* OMX_COLOR_FormatYUV420Planar */
-    zvx_set_parameter(host.fd, OMX_IndexParamPortDefinition, sizeof(input), &input);
+    host.set_port(0, options.width, options.height, 19 /* OMX_COLOR_FormatYUV420Planar */, 3, 25u << 16);
     auto set = [&](uint32_t index, const std::vector<uint8_t> &bytes) {
         std::vector<uint8_t> record = bytes;
         zvx_set_parameter(host.fd, static_cast<OMX_INDEXTYPE>(index), static_cast<OMX_U32>(record.size()),

@@ -11,7 +11,6 @@
 #include "zvx_av_encoder.h"
 #include "zvx_av_picture_wrapper.h"
 #include "zvx_av_picture_writer.h"
-#include "zvx_av_raw_picture_reader.h"
 #include "zvx_av_test_streams.h"
 
 namespace {
@@ -31,27 +30,6 @@ void take_packets(zvx_av::Encoder &encoder, std::vector<Packet> &packets)
 {
     while (std::optional<zvx_av::EncodedPacket> packet = encoder.receive())
         packets.push_back({{packet->data().begin(), packet->data().end()}, packet->timestamp_us, packet->key});
-}
-
-/* `count` raw pictures of the test pattern written to `file`, read back as tight I420; a .y4m file tells
- * its own size. */
-std::vector<std::vector<uint8_t>> raw_pictures(const char *file, int width, int height, int count)
-{
-    zvx_av_test::TempFolder folder;
-    const std::string path = folder.file(file);
-    zvx_av::RawPictureReader reader;
-    std::vector<std::vector<uint8_t>> pictures;
-    if (!zvx_av_test::make_raw_pictures(path, std::to_string(width) + "x" + std::to_string(height), count) ||
-        !reader.open(path, width, height).ok() || reader.width() != width || reader.height() != height)
-        return pictures;
-    const zvx_av::PictureLayout tight = {ColourFormat::i420, width, height};
-    zvx_av::PictureWriter writer;
-    zvx_av::FramePtr frame;
-    while (reader.read(frame).ok()) {
-        pictures.emplace_back(zvx_av::picture_bytes(tight, width, height));
-        writer.write(*frame, tight, pictures.back());
-    }
-    return pictures;
 }
 
 /* Sends each picture from a client's buffer of another layout, with requests for key frames before
@@ -131,20 +109,31 @@ zvx_av_test::DecodedPictures decode_packets(Codec codec, std::span<const uint8_t
 
 class EncoderTest : public testing::TestWithParam<Codec> {};
 
-TEST_P(EncoderTest, StreamDecodesWithEveryPictureAt30DecibelsForCifAtOneMegabit)
+TEST_P(EncoderTest, StreamDecodesAt30DecibelsForCifAtOneMegabitWithKeyFramesAtTheIntervalAndWhereRequested)
 {
-    const std::vector<std::vector<uint8_t>> pictures = raw_pictures("cif.y4m", 352, 288, 30);
+    const std::vector<std::vector<uint8_t>> pictures = zvx_av_test::raw_pictures("cif.y4m", 352, 288, 30);
     ASSERT_EQ(pictures.size(), 30u);
 
     zvx_av::EncoderSettings settings = settings_for(GetParam(), 352, 288);
     settings.bitrate = 1000000;
+    settings.key_frame_interval = 10;
     zvx_av::Encoder encoder;
     ASSERT_TRUE(encoder.open(settings).ok());
     const std::vector<uint8_t> config(encoder.codec_config().begin(), encoder.codec_config().end());
     EXPECT_EQ(config.empty(), GetParam() == Codec::vp8 || GetParam() == Codec::vp9);
-    const std::vector<Packet> packets = encode(encoder, pictures, 352, 288);
+    EncodeRun run;
+    run.key_requests = {15};
+    const std::vector<Packet> packets = encode(encoder, pictures, 352, 288, run);
     ASSERT_EQ(packets.size(), 30u);
-    EXPECT_TRUE(packets.front().key);
+    std::vector<int64_t> keys;
+    for (const Packet &packet : packets)
+        if (packet.key)
+            keys.push_back(packet.timestamp_us / FRAME_US);
+    std::sort(keys.begin(), keys.end());
+    ASSERT_GE(keys.size(), 3u);
+    EXPECT_EQ(std::vector<int64_t>(keys.begin(), keys.begin() + 3), (std::vector<int64_t>{0, 10, 15}));
+    for (size_t i = 1; i < keys.size(); ++i)
+        EXPECT_LE(keys[i] - keys[i - 1], 10) << "after key frame " << keys[i - 1];
 
     const zvx_av_test::DecodedPictures decoded = decode_packets(GetParam(), config, packets);
     ASSERT_EQ(decoded.timestamps_us.size(), 30u);
@@ -157,34 +146,11 @@ TEST_P(EncoderTest, StreamDecodesWithEveryPictureAt30DecibelsForCifAtOneMegabit)
     }
 }
 
-TEST_P(EncoderTest, KeyFramesAtTheIntervalAndWhereRequested)
-{
-    const std::vector<std::vector<uint8_t>> pictures = raw_pictures("qcif.yuv", 176, 144, 30);
-    ASSERT_EQ(pictures.size(), 30u);
-    zvx_av::EncoderSettings settings = settings_for(GetParam(), 176, 144);
-    settings.key_frame_interval = 10;
-    zvx_av::Encoder encoder;
-    ASSERT_TRUE(encoder.open(settings).ok());
-    EncodeRun run;
-    run.key_requests = {15};
-    const std::vector<Packet> packets = encode(encoder, pictures, 176, 144, run);
-    ASSERT_EQ(packets.size(), 30u);
-    std::vector<int64_t> keys;
-    for (const Packet &packet : packets)
-        if (packet.key)
-            keys.push_back(packet.timestamp_us / FRAME_US);
-    std::sort(keys.begin(), keys.end());
-    ASSERT_GE(keys.size(), 3u);
-    EXPECT_EQ(std::vector<int64_t>(keys.begin(), keys.begin() + 3), (std::vector<int64_t>{0, 10, 15}));
-    for (size_t i = 1; i < keys.size(); ++i)
-        EXPECT_LE(keys[i] - keys[i - 1], 10) << "after key frame " << keys[i - 1];
-}
-
 TEST_P(EncoderTest, BitrateHoldsOverSecondsAndAChangeMidStreamTakesEffect)
 {
     constexpr size_t FIRST = 100; /* four seconds at the first rate */
     constexpr size_t SECOND = 50;
-    const std::vector<std::vector<uint8_t>> pictures = raw_pictures("cif.yuv", 352, 288, FIRST + SECOND);
+    const std::vector<std::vector<uint8_t>> pictures = zvx_av_test::raw_pictures("cif.yuv", 352, 288, FIRST + SECOND);
     ASSERT_EQ(pictures.size(), FIRST + SECOND);
     zvx_av::EncoderSettings settings = settings_for(GetParam(), 352, 288);
     settings.rate_control = zvx_av::RateControl::constant_bitrate;
@@ -213,7 +179,7 @@ TEST_P(EncoderTest, BitrateHoldsOverSecondsAndAChangeMidStreamTakesEffect)
 
 TEST_P(EncoderTest, LowDelayGivesEachPacketAsItsPictureGoesIn)
 {
-    const std::vector<std::vector<uint8_t>> pictures = raw_pictures("in.yuv", 176, 144, 12);
+    const std::vector<std::vector<uint8_t>> pictures = zvx_av_test::raw_pictures("in.yuv", 176, 144, 12);
     ASSERT_EQ(pictures.size(), 12u);
     zvx_av::EncoderSettings settings = settings_for(GetParam(), 176, 144);
     settings.input_format = AV_PIX_FMT_YUV420P;

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "zvx_av_picture_writer.h"
+#include "zvx_av_raw_picture_reader.h"
 
 namespace zvx_av_test {
 
@@ -52,6 +53,25 @@ bool make_stream(const std::string &path, const std::string &size, int frames, c
 bool make_raw_pictures(const std::string &path, const std::string &size, int frames)
 {
     return make_stream(path, size, frames, "-pix_fmt yuv420p");
+}
+
+std::vector<std::vector<uint8_t>> raw_pictures(const std::string &file, int width, int height, int count)
+{
+    TempFolder folder;
+    const std::string path = folder.file(file);
+    zvx_av::RawPictureReader reader;
+    std::vector<std::vector<uint8_t>> pictures;
+    if (!make_raw_pictures(path, std::to_string(width) + "x" + std::to_string(height), count) ||
+        !reader.open(path, width, height).ok() || reader.width() != width || reader.height() != height)
+        return pictures;
+    const zvx_av::PictureLayout tight = {zvx_av::ColourFormat::i420, width, height};
+    zvx_av::PictureWriter writer;
+    zvx_av::FramePtr frame;
+    while (reader.read(frame).ok()) {
+        pictures.emplace_back(zvx_av::picture_bytes(tight, width, height));
+        writer.write(*frame, tight, pictures.back());
+    }
+    return pictures;
 }
 
 std::vector<uint8_t> reference_decode(const TempFolder &folder, const std::string &path,

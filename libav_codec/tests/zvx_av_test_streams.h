@@ -39,6 +39,9 @@ bool make_stream(const std::string &path, const std::string &size, int frames, c
 /* The same pattern as raw pictures (.yuv: I420; .y4m). */
 bool make_raw_pictures(const std::string &path, const std::string &size, int frames);
 
+/* `count` pictures of that pattern written to `file` (.yuv or .y4m) and read back as tight I420. */
+std::vector<std::vector<uint8_t>> raw_pictures(const std::string &file, int width, int height, int count);
+
 /* ffmpeg's decode of `path` as raw pictures of `pixel_format` (e.g. "yuv420p"), every one kept. */
 std::vector<uint8_t> reference_decode(const TempFolder &folder, const std::string &path,
                                       const std::string &pixel_format);
