@@ -28,6 +28,13 @@ struct DeviceEvent {
     zvx_base_buffer_userspace buffer() const { return as<zvx_base_buffer_userspace>(); }
 };
 
+/* Each test starts with the devices running and leaves none open. */
+class EmulatorTest : public ::testing::Test {
+protected:
+    void SetUp() override { zvx_init_emulator(); }
+    void TearDown() override { zvx_destroy_emulator(); }
+};
+
 class DeviceHost {
 public:
     static constexpr int WAIT_MS = 5000;

@@ -27,11 +27,7 @@ constexpr uint32_t NV12 = 21;
 constexpr uint32_t I420 = 19;
 constexpr uint32_t P010 = 0x7f000009; /* QURO_COLOR_FormatYUV420_10b_MS */
 
-class LibavDecode : public testing::Test {
-protected:
-    void SetUp() override { zvx_init_emulator(); }
-    void TearDown() override { zvx_destroy_emulator(); }
-};
+class LibavDecode : public EmulatorTest {};
 
 /* Access units with their container's timestamps (or counted ones), each flagged end of frame. */
 std::vector<DeviceInput> access_units(const std::string &path, bool config_buffer = false)
@@ -103,24 +99,21 @@ TEST_P(LibavDecodeMatchesFfmpeg, AccessUnitsAndChunks)
     options.color_format = stream.color_format;
     options.written_as = stream.written_as;
 
-    const DecodeResult framed = decode_through_device(stream.role, access_units(path), options);
-    EXPECT_TRUE(framed.ended);
-    EXPECT_EQ(framed.timestamps.size(), size_t{FRAMES});
-    EXPECT_TRUE(framed.pictures == reference) << "one access unit a buffer";
-    EXPECT_EQ(framed.inputs_back, framed.inputs_sent);
-    EXPECT_EQ(framed.errors, 0u);
-    ASSERT_FALSE(framed.sequences.empty());
-    EXPECT_EQ(framed.sequences[0].bitdepth_luma, stream.written_as == ColourFormat::p010 ? 10 : 8);
-    EXPECT_EQ(framed.stats.held_buffers[0], 0u);
-
-    if (!stream.chunks)
-        return;
-    const DecodeResult chunked =
-        decode_through_device(stream.role, chunks_of(zvx_av_test::read_file(path), 700), options);
-    EXPECT_TRUE(chunked.ended);
-    EXPECT_EQ(chunked.timestamps.size(), size_t{FRAMES});
-    EXPECT_TRUE(chunked.pictures == reference) << "arbitrary chunks";
-    EXPECT_EQ(chunked.inputs_back, chunked.inputs_sent);
+    for (const bool framed : {true, false}) {
+        if (!framed && !stream.chunks)
+            break;
+        const char *how = framed ? "one access unit a buffer" : "arbitrary chunks";
+        const DecodeResult result = decode_through_device(
+            stream.role, framed ? access_units(path) : chunks_of(zvx_av_test::read_file(path), 700), options);
+        EXPECT_TRUE(result.ended) << how;
+        EXPECT_EQ(result.timestamps.size(), size_t{FRAMES}) << how;
+        EXPECT_TRUE(result.pictures == reference) << how;
+        EXPECT_EQ(result.inputs_back, result.inputs_sent) << how;
+        EXPECT_EQ(result.errors, 0u) << how;
+        ASSERT_FALSE(result.sequences.empty()) << how;
+        EXPECT_EQ(result.sequences[0].bitdepth_luma, stream.written_as == ColourFormat::p010 ? 10 : 8) << how;
+        EXPECT_EQ(result.stats.held_buffers[0], 0u) << how;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, LibavDecodeMatchesFfmpeg, testing::ValuesIn(STREAM_CASES),

@@ -9,6 +9,7 @@
 
 #include "zvx_av_decoder.h"
 #include "zvx_av_test_streams.h"
+#include "zvx_dev_host.h"
 #include "zvx_dev_libav_runs.h"
 #include "zvx_omx_extensions.h"
 
@@ -27,11 +28,7 @@ constexpr uint32_t KEY_INTERVAL = 10;
 constexpr uint32_t REQUESTED_KEY = 15;
 constexpr uint32_t BITRATE_CHANGE = 20;
 
-class LibavEncode : public testing::TestWithParam<const char *> {
-protected:
-    void SetUp() override { zvx_init_emulator(); }
-    void TearDown() override { zvx_destroy_emulator(); }
-};
+class LibavEncode : public EmulatorTest, public testing::WithParamInterface<const char *> {};
 
 template <typename Record> Record stamped()
 {

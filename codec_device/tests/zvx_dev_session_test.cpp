@@ -22,11 +22,7 @@ static_assert(ZVX_DEV_INDEX_SEQUENCE_PARAMETERS == static_cast<uint32_t>(QURO_In
 
 constexpr uint32_t YUV420_PLANAR = 19;
 
-class DeviceSession : public ::testing::Test {
-protected:
-    void SetUp() override { zvx_init_emulator(); }
-    void TearDown() override { zvx_destroy_emulator(); }
-};
+class DeviceSession : public EmulatorTest {};
 
 std::vector<zvx_base_buffer_handle_t> add_buffers(DeviceHost &host, uint32_t port, uint32_t count, uint32_t size)
 {

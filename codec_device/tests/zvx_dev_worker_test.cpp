@@ -61,11 +61,7 @@ private:
     bool held_ = false, released_ = false, gave_up_ = false; /* mutex_ */
 };
 
-class DeviceWorker : public ::testing::Test {
-protected:
-    void SetUp() override { zvx_init_emulator(); }
-    void TearDown() override { zvx_destroy_emulator(); }
-};
+class DeviceWorker : public EmulatorTest {};
 
 /* Every buffer event until `last` arrives, by buffer id. */
 std::map<zvx_base_buffer_handle_t, std::vector<zvx_base_buffer_userspace>> returns_until(DeviceHost &host,

@@ -164,11 +164,12 @@ void take_pictures(zvx_av::Decoder &decoder, zvx_av::ColourFormat format, Decode
         pictures.bytes.resize(at + written);
         pictures.formats.push_back(picture->format);
         pictures.timestamps_us.push_back(picture->timestamp_us);
+        pictures.blocks.push_back(frame.buf[0]->data);
     }
 }
 
 DecodedPictures decode_all(zvx_av::Decoder &decoder, const std::vector<std::vector<uint8_t>> &inputs, bool end_of_frame,
-                           zvx_av::ColourFormat format)
+                           zvx_av::ColourFormat format, bool first_is_config)
 {
     DecodedPictures pictures;
     int64_t timestamp = 0;
@@ -177,6 +178,7 @@ DecodedPictures decode_all(zvx_av::Decoder &decoder, const std::vector<std::vect
         in.data = input;
         in.end_of_frame = end_of_frame;
         in.timestamp_us = end_of_frame ? timestamp : zvx_av::no_timestamp;
+        in.codec_config = first_is_config && timestamp == 0;
         timestamp += 40000;
         if (!decoder.send(in).ok())
             ++pictures.errors;

@@ -73,13 +73,15 @@ struct DecodedPictures {
     std::vector<uint8_t> bytes;
     std::vector<zvx_av::PictureFormat> formats;
     std::vector<int64_t> timestamps_us;
+    std::vector<const uint8_t *> blocks; /* each picture's first buffer */
     int errors = 0;
 };
 void take_pictures(zvx_av::Decoder &decoder, zvx_av::ColourFormat format, DecodedPictures &pictures);
 
-/* Sends each input as an access unit (end_of_frame) or as a chunk, then ends the stream. */
+/* Sends each input as an access unit (end_of_frame) or as a chunk, the first flagged as configuration when
+ * asked, then ends the stream. */
 DecodedPictures decode_all(zvx_av::Decoder &decoder, const std::vector<std::vector<uint8_t>> &inputs, bool end_of_frame,
-                           zvx_av::ColourFormat format = zvx_av::ColourFormat::i420);
+                           zvx_av::ColourFormat format = zvx_av::ColourFormat::i420, bool first_is_config = false);
 
 } // namespace zvx_av_test
 
