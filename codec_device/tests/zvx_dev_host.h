@@ -102,6 +102,15 @@ public:
         return port == 0 ? zvx_empty_this_buffer(fd, &details) : zvx_fill_this_buffer(fd, &details);
     }
 
+    /* A port's record as the device answers it. */
+    template <typename Record> Record parameter(uint32_t index, uint32_t port = 1) const
+    {
+        Record record{};
+        record.nPortIndex = port;
+        EXPECT_EQ(zvx_get_parameter(fd, static_cast<OMX_INDEXTYPE>(index), sizeof(record), &record), OMX_ErrorNone);
+        return record;
+    }
+
     bool readable(int timeout_ms) const
     {
         pollfd watched = {fd, POLLIN, 0};

@@ -153,9 +153,7 @@ DecodeResult decode_through_device(const char *role, const std::vector<DeviceInp
     for (DeviceEvent late = host.next(QUIET_MS); late.code != 0xFFFF; late = host.next(QUIET_MS))
         result.inputs_back += late.code == ZVX_BASE_EVENT_INPUT ? 1 : 0;
     result.stats = host.stats();
-    result.output_definition.nPortIndex = 1;
-    zvx_get_parameter(host.fd, OMX_IndexParamPortDefinition, sizeof(result.output_definition),
-                      &result.output_definition);
+    result.output_definition = host.parameter<zvx_dev_port_definition>(OMX_IndexParamPortDefinition);
     return result;
 }
 

@@ -61,30 +61,6 @@ zvx_dev_script stream_of(uint32_t width, uint32_t height)
     return script;
 }
 
-TEST_F(DeviceSession, DeviceNodeOpensOnlyWhileTheDevicesRunAndEachOpenIsItsOwnDevice)
-{
-    zvx_destroy_emulator();
-    EXPECT_EQ(zvx_init("/dev/kdev0"), -1);
-    zvx_init_emulator();
-    EXPECT_EQ(zvx_init(nullptr), -1);
-
-    const int first = zvx_init("/dev/kdev0");
-    const int second = zvx_init("/dev/kdev0");
-    ASSERT_NE(first, -1);
-    ASSERT_NE(second, -1);
-    EXPECT_NE(first, second);
-    EXPECT_EQ(zvx_dev_open_devices(), (std::vector<int>{first, second}));
-
-    zvx_dev_script refusing;
-    refusing.fail_open = true;
-    zvx_dev_set_default_script(refusing);
-    EXPECT_EQ(zvx_init("/dev/kdev0"), -1);
-
-    zvx_close(first);
-    EXPECT_EQ(zvx_dev_open_devices(), std::vector<int>{second});
-    zvx_close(second);
-}
-
 TEST_F(DeviceSession, DescriptorIsReadableExactlyWhileEventsWaitHoweverHostAndWorkerInterleave)
 {
     DeviceHost host("video_decoder.avc");
@@ -190,25 +166,16 @@ TEST_F(DeviceSession, DecodeAnnouncesTheStreamThenOutputsPatternedPicturesInPres
         EXPECT_EQ(returned.timestamp, decode_order[i]);
     }
 
-    zvx_dev_port_definition definition{};
-    definition.nPortIndex = 1;
-    ASSERT_EQ(zvx_get_parameter(host.fd, OMX_IndexParamPortDefinition, sizeof(definition), &definition), OMX_ErrorNone);
+    const auto definition = host.parameter<zvx_dev_port_definition>(OMX_IndexParamPortDefinition);
     EXPECT_EQ(definition.nSize, sizeof(definition));
     EXPECT_EQ(definition.nFrameWidth, 64u);
     EXPECT_EQ(definition.nFrameHeight, 48u);
     EXPECT_EQ(definition.nBufferCountMin, 6u);
     EXPECT_GE(definition.nBufferSize, layout.total_bytes);
-    zvx_dev_sequence_parameters stream{};
-    stream.nPortIndex = 1;
-    ASSERT_EQ(zvx_get_parameter(host.fd, static_cast<OMX_INDEXTYPE>(ZVX_DEV_INDEX_SEQUENCE_PARAMETERS), sizeof(stream),
-                                &stream),
-              OMX_ErrorNone);
+    const auto stream = host.parameter<zvx_dev_sequence_parameters>(ZVX_DEV_INDEX_SEQUENCE_PARAMETERS);
     EXPECT_EQ(stream.nDisplayWidth, 60);
     EXPECT_EQ(stream.bFrameReordering, 1);
-    zvx_dev_port_format format{};
-    format.nPortIndex = 1;
-    ASSERT_EQ(zvx_get_parameter(host.fd, OMX_IndexParamVideoPortFormat, sizeof(format), &format), OMX_ErrorNone);
-    EXPECT_EQ(format.eColorFormat, YUV420_PLANAR);
+    EXPECT_EQ(host.parameter<zvx_dev_port_format>(OMX_IndexParamVideoPortFormat).eColorFormat, YUV420_PLANAR);
 
     EXPECT_FALSE(host.readable(50)) << "outputs registered before the announcement wait for the host";
     zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_QUICK | ZVX_BASE_FLUSH_OUTPUT_PORT);
@@ -430,7 +397,7 @@ TEST_F(DeviceSession, ShuffledInputReturnsStillReturnEveryBufferOnce)
     EXPECT_EQ(returned, inputs);
 }
 
-TEST_F(DeviceSession, TeardownWithBuffersHeldDropsThemAndFreesUnfetchedEvents)
+TEST_F(DeviceSession, TeardownDropsWhatDevicesHoldAndEachOpenWhileTheEmulatorRunsIsItsOwnDevice)
 {
     {
         DeviceHost host("video_decoder.avc");
@@ -452,7 +419,25 @@ TEST_F(DeviceSession, TeardownWithBuffersHeldDropsThemAndFreesUnfetchedEvents)
     EXPECT_EQ(zvx_dev_get_totals().devices_closed, 2u);
     EXPECT_TRUE(zvx_dev_open_devices().empty());
     left_open.fd = -1;
+    EXPECT_EQ(zvx_init("/dev/kdev0"), -1);
     zvx_init_emulator();
+    EXPECT_EQ(zvx_init(nullptr), -1);
+
+    const int first = zvx_init("/dev/kdev0");
+    const int second = zvx_init("/dev/kdev0");
+    ASSERT_NE(first, -1);
+    ASSERT_NE(second, -1);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(zvx_dev_open_devices(), (std::vector<int>{first, second}));
+
+    zvx_dev_script refusing;
+    refusing.fail_open = true;
+    zvx_dev_set_default_script(refusing);
+    EXPECT_EQ(zvx_init("/dev/kdev0"), -1);
+
+    zvx_close(first);
+    EXPECT_EQ(zvx_dev_open_devices(), std::vector<int>{second});
+    zvx_close(second);
 }
 
 /* One device driven as the component drives it: a feeder thread queues input while the event

@@ -103,9 +103,7 @@ TEST_F(DeviceWorker, HostCallsThatQueueOrReadGoThroughWhileTheEngineDecodes)
     EXPECT_EQ(host.queue(1, host.add_buffer(1, 32 * 16 * 2)), OMX_ErrorNone);
     zvx_notify_ref_frame_release(host.fd, 0xABCDEF0123ull);
     EXPECT_EQ(zvx_get_event(host.fd, 0), nullptr);
-    zvx_dev_port_definition definition{};
-    definition.nPortIndex = 1;
-    EXPECT_EQ(zvx_get_parameter(host.fd, OMX_IndexParamPortDefinition, sizeof(definition), &definition), OMX_ErrorNone);
+    host.parameter<zvx_dev_port_definition>(OMX_IndexParamPortDefinition);
     EXPECT_EQ(host.stats().held_buffers, (std::array<uint32_t, 2>{2, 1}));
     EXPECT_FALSE(gate.gave_up()) << "a host call waited for the decode";
     gate.release();
