@@ -66,7 +66,7 @@ struct LayoutCase {
     size_t chroma_step; /* from one U sample to the next in a row */
 };
 
-TEST(PictureWriter, EachLayoutsPlanesLandAtTheStrideAndSliceHeightGiven)
+TEST(PictureWriter, EachLayoutsPlanesLandAtTheStrideAndSliceHeightGivenAndLayoutsTooSmallAreRefused)
 {
     constexpr int STRIDE = 16;
     constexpr int SLICE = 6;
@@ -106,10 +106,8 @@ TEST(PictureWriter, EachLayoutsPlanesLandAtTheStrideAndSliceHeightGiven)
         EXPECT_EQ(value(layout_case.v_offset + layout_case.u_row + layout_case.chroma_step), chroma(2, 1, 1)) << format;
         EXPECT_EQ(buffer[needed], UNTOUCHED) << "past the bytes used " << format;
     }
-}
 
-TEST(PictureWriter, LayoutsThatCannotHoldThePictureAreRefused)
-{
+    // Layouts that cannot hold the picture.
     EXPECT_EQ(zvx_av::picture_bytes({ColourFormat::i420, WIDTH - 1, HEIGHT}, WIDTH, HEIGHT), 0u);
     EXPECT_EQ(zvx_av::picture_bytes({ColourFormat::nv12, WIDTH, HEIGHT - 1}, WIDTH, HEIGHT), 0u);
     EXPECT_EQ(zvx_av::picture_bytes({ColourFormat::p010, 2 * WIDTH - 1, HEIGHT}, WIDTH, HEIGHT), 0u);
