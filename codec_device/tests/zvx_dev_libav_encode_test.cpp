@@ -110,23 +110,17 @@ TEST_P(LibavEncode, KeyFramesWhereAskedBitrateChangeTakesEffectAndTheStreamDecod
         fast_bytes += packets[i].bytes.size();
     EXPECT_GT(fast_bytes, 3 * slow_bytes) << "the higher bitrate from picture " << BITRATE_CHANGE;
 
+    std::vector<std::vector<uint8_t>> units;
+    for (const EncodedOutput &output : result.outputs)
+        units.push_back(output.bytes);
     zvx_av::Decoder decoder;
     zvx_av::DecoderSettings framed;
     framed.framing = zvx_av::InputFraming::access_units;
     ASSERT_TRUE(decoder.open(*zvx_av::codec_from_role(role.substr(role.find('.') + 1)), framed).ok());
-    int decoded = 0;
-    int errors = 0;
-    for (const EncodedOutput &output : result.outputs) {
-        const bool config = (output.flags & OMX_BUFFERFLAG_CODECCONFIG) != 0;
-        errors += decoder.send({output.bytes, static_cast<int64_t>(output.timestamp), !config, config}).ok() ? 0 : 1;
-        while (decoder.receive())
-            ++decoded;
-    }
-    errors += decoder.end_stream().ok() ? 0 : 1;
-    while (decoder.receive())
-        ++decoded;
-    EXPECT_EQ(errors, 0);
-    EXPECT_EQ(decoded, PICTURES) << "every picture decodes";
+    const zvx_av_test::DecodedPictures decoded =
+        zvx_av_test::decode_all(decoder, units, true, zvx_av::ColourFormat::i420, has_config);
+    EXPECT_EQ(decoded.errors, 0);
+    EXPECT_EQ(decoded.formats.size(), size_t{PICTURES}) << "every picture decodes";
 }
 
 INSTANTIATE_TEST_SUITE_P(Roles, LibavEncode,

@@ -25,18 +25,13 @@ constexpr uint32_t REJECTS_BEFORE_GIVING_UP = 1000;
 constexpr uint32_t INPUT_BUFFERS = 4;
 constexpr uint32_t OUTPUT_BUFFERS = 6;
 
-int bytes_per_sample(zvx_av::ColourFormat format)
-{
-    return format == zvx_av::ColourFormat::p010 || format == zvx_av::ColourFormat::i420_10 ? 2 : 1;
-}
-
 /* The visible picture out of a buffer laid out at the returned stride and frame height. */
 void take_visible(const uint8_t *buffer, const zvx_base_buffer_userspace &returned, zvx_av::ColourFormat format,
                   std::vector<uint8_t> &out)
 {
     const int width = returned.cropx;
     const int height = returned.cropy;
-    const int sample = bytes_per_sample(format);
+    const int sample = format == zvx_av::ColourFormat::p010 || format == zvx_av::ColourFormat::i420_10 ? 2 : 1;
     const zvx_av::PictureLayout source{format, static_cast<int>(returned.stride), static_cast<int>(returned.height)};
     const zvx_av::PictureLayout tight{format, width * sample, height};
     const size_t at = out.size();
