@@ -8,7 +8,6 @@
 #include <deque>
 #include <mutex>
 #include <random>
-#include <set>
 #include <thread>
 
 #include "zvx_dev_host.h"
