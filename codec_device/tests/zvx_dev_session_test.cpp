@@ -274,12 +274,33 @@ TEST_F(DeviceSession, FlushReturnsEveryHeldBufferOfEachPortBeforeItsFlushedEvent
     EXPECT_EQ(host.expect(ZVX_BASE_EVENT_OUTPUT).buffer().timestamp, 77u);
 }
 
-TEST_F(DeviceSession, EncodeAnnouncesItsOutputPortAndSplitsAPictureOverSmallBuffers)
+TEST_F(DeviceSession, EncodeKeepsItsParametersAnnouncesItsOutputPortAndSplitsAPictureOverSmallBuffers)
 {
     zvx_dev_script script;
     script.key_interval = 2;
     DeviceHost host("video_encoder.avc", script);
     ASSERT_TRUE(host.session);
+    const auto bitrate_index = static_cast<OMX_INDEXTYPE>(OMX_IndexParamVideoBitrate);
+    uint32_t bitrate[5] = {20, ZVX_DEV_VERSION_1_2, 1, 2, 64000};
+    uint32_t read[5] = {20, ZVX_DEV_VERSION_1_2, 1, 0, 0};
+    EXPECT_EQ(zvx_get_parameter(host.fd, bitrate_index, sizeof(read), read), OMX_ErrorUnsupportedIndex);
+    EXPECT_EQ(zvx_get_error_code(), OMX_ErrorUnsupportedIndex);
+    EXPECT_EQ(zvx_set_parameter(host.fd, bitrate_index, sizeof(bitrate), bitrate), OMX_ErrorNone);
+    EXPECT_EQ(zvx_get_parameter(host.fd, bitrate_index, sizeof(read), read), OMX_ErrorNone);
+    EXPECT_EQ(read[4], 64000u);
+    read[2] = 0;
+    EXPECT_EQ(zvx_get_parameter(host.fd, bitrate_index, sizeof(read), read), OMX_ErrorUnsupportedIndex)
+        << "records are kept per port";
+
+    const auto intra_index = static_cast<OMX_INDEXTYPE>(OMX_IndexConfigVideoIntraVOPRefresh);
+    EXPECT_EQ(zvx_set_config(host.fd, intra_index, sizeof(bitrate), bitrate), OMX_ErrorNone);
+    EXPECT_EQ(zvx_get_error_code(), OMX_ErrorNone);
+    zvx_dev_port_definition definition{};
+    definition.nPortIndex = 5;
+    EXPECT_EQ(zvx_set_parameter(host.fd, OMX_IndexParamPortDefinition, sizeof(definition), &definition),
+              OMX_ErrorBadPortIndex);
+    EXPECT_EQ(zvx_get_parameter(host.fd, OMX_IndexParamPortDefinition, 40, &definition), OMX_ErrorBadParameter);
+
     host.set_port(0, 64, 48, YUV420_PLANAR);
     queue_new(host, 1, 2, 100);
     host.run();
@@ -548,31 +569,6 @@ TEST_F(DeviceSession, BadRequestsAndFailedAllocationsAreRefusedWithClearErrors)
     zvx_destroy_session(host.fd);
     EXPECT_FALSE(zvx_dev_inject_fault(host.fd, {zvx_dev_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}))
         << "faults need a session";
-}
-
-TEST_F(DeviceSession, ParametersAndConfigsReadBackWhatWasSetAndUnknownOnesAreUnsupported)
-{
-    DeviceHost host("video_encoder.avc");
-    const auto bitrate_index = static_cast<OMX_INDEXTYPE>(OMX_IndexParamVideoBitrate);
-    uint32_t bitrate[5] = {20, ZVX_DEV_VERSION_1_2, 1, 2, 64000};
-    uint32_t read[5] = {20, ZVX_DEV_VERSION_1_2, 1, 0, 0};
-    EXPECT_EQ(zvx_get_parameter(host.fd, bitrate_index, sizeof(read), read), OMX_ErrorUnsupportedIndex);
-    EXPECT_EQ(zvx_get_error_code(), OMX_ErrorUnsupportedIndex);
-    EXPECT_EQ(zvx_set_parameter(host.fd, bitrate_index, sizeof(bitrate), bitrate), OMX_ErrorNone);
-    EXPECT_EQ(zvx_get_parameter(host.fd, bitrate_index, sizeof(read), read), OMX_ErrorNone);
-    EXPECT_EQ(read[4], 64000u);
-    read[2] = 0;
-    EXPECT_EQ(zvx_get_parameter(host.fd, bitrate_index, sizeof(read), read), OMX_ErrorUnsupportedIndex)
-        << "records are kept per port";
-
-    const auto intra_index = static_cast<OMX_INDEXTYPE>(OMX_IndexConfigVideoIntraVOPRefresh);
-    EXPECT_EQ(zvx_set_config(host.fd, intra_index, sizeof(bitrate), bitrate), OMX_ErrorNone);
-    EXPECT_EQ(zvx_get_error_code(), OMX_ErrorNone);
-    zvx_dev_port_definition definition{};
-    definition.nPortIndex = 5;
-    EXPECT_EQ(zvx_set_parameter(host.fd, OMX_IndexParamPortDefinition, sizeof(definition), &definition),
-              OMX_ErrorBadPortIndex);
-    EXPECT_EQ(zvx_get_parameter(host.fd, OMX_IndexParamPortDefinition, 40, &definition), OMX_ErrorBadParameter);
 }
 
 } // namespace
