@@ -1,8 +1,7 @@
 #ifndef ZVX_DEV_LIBAV_RUNS_H
 #define ZVX_DEV_LIBAV_RUNS_H
 
-/* Whole decodes and encodes through a device with the libavcodec engine, driven through the session
- * functions as the component drives them. */
+/* Whole decodes and encodes through a libavcodec device, driven as the component drives it. */
 
 #include <cstdint>
 #include <vector>

@@ -440,8 +440,7 @@ TEST_F(DeviceSession, TeardownDropsWhatDevicesHoldAndEachOpenWhileTheEmulatorRun
     zvx_close(second);
 }
 
-/* One device driven as the component drives it: a feeder thread queues input while the event
- * thread returns outputs to the device, checks them and frees inputs for the feeder. */
+/* One device fed from one thread while another takes its events, as the component drives it. */
 void decode_on_two_threads(uint32_t frames, std::atomic<int> *failures)
 {
     DeviceHost host("video_decoder.avc", stream_of(32, 16));

@@ -77,8 +77,7 @@ std::map<zvx_base_buffer_handle_t, std::vector<zvx_base_buffer_userspace>> retur
     return returns;
 }
 
-/* Registers `count` inputs and runs the session until the worker is held decoding the first; empty when
- * the hold never came. */
+/* `count` inputs, the worker held decoding the first; none when the hold never came. */
 std::vector<zvx_base_buffer_handle_t> hold_first_decode(DeviceHost &host, EngineGate &gate, size_t count)
 {
     std::vector<zvx_base_buffer_handle_t> inputs;

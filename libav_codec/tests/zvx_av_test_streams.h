@@ -1,8 +1,7 @@
 #ifndef ZVX_AV_TEST_STREAMS_H
 #define ZVX_AV_TEST_STREAMS_H
 
-/* Streams for the tests, made at run time with the ffmpeg program, and FFmpeg's own decode of them
- * to compare with. */
+/* Streams made at run time with the ffmpeg program, and its own decodes of them to compare with. */
 
 #include <cstdint>
 #include <string>
@@ -78,8 +77,7 @@ struct DecodedPictures {
 };
 void take_pictures(zvx_av::Decoder &decoder, zvx_av::ColourFormat format, DecodedPictures &pictures);
 
-/* Sends each input as an access unit (end_of_frame) or as a chunk, the first flagged as configuration when
- * asked, then ends the stream. */
+/* Sends each input as an access unit or a chunk, the first as configuration if asked, then ends the stream. */
 DecodedPictures decode_all(zvx_av::Decoder &decoder, const std::vector<std::vector<uint8_t>> &inputs, bool end_of_frame,
                            zvx_av::ColourFormat format = zvx_av::ColourFormat::i420, bool first_is_config = false);
 
