@@ -132,7 +132,7 @@ TEST_P(LibavDecodeMatchesFfmpeg, AccessUnitsAndChunks)
 INSTANTIATE_TEST_SUITE_P(Streams, LibavDecodeMatchesFfmpeg, testing::ValuesIn(STREAM_CASES),
                          [](const testing::TestParamInfo<StreamCase> &info) { return std::string(info.param.name); });
 
-TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithTheStreamsSizeCropAndColour)
+TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithSizeCropAndColourThroughScriptedFaults)
 {
     zvx_av_test::TempFolder folder;
     const std::string path = folder.file("s.mkv");
@@ -171,6 +171,27 @@ TEST_F(LibavDecode, ConfigurationBufferFirstThenPicturesInPresentationOrderWithT
     EXPECT_EQ(result.output_definition.nFrameHeight, 100u);
     EXPECT_GE(result.output_definition.nStride, 180u);
     EXPECT_GE(result.output_definition.nBufferCountMin, result.sequences[0].num_buffers_planar);
+
+    // The device's scripted faults act the same whichever engine decodes.
+    DecodeOptions options;
+    options.script.faults = {{zvx_dev_fault_kind::reject_outputs, 3, 2, 0, ""},
+                             {zvx_dev_fault_kind::error_event, 5, 1, 0x80001020, "scripted"}};
+    options.script.delays.input_us = 2000;
+    options.script.delays.output_us = 1000;
+    options.script.shuffle_events = true;
+    options.script.shuffle_seed = 7;
+    const DecodeResult faulted = decode_through_device("video_decoder.avc", inputs, options);
+    EXPECT_TRUE(faulted.ended);
+    EXPECT_TRUE(faulted.pictures == reference);
+    EXPECT_EQ(faulted.rejected, 2u);
+    EXPECT_EQ(faulted.errors, 1u);
+    EXPECT_EQ(faulted.inputs_back, faulted.inputs_sent);
+
+    options.script = {};
+    options.script.faults = {{zvx_dev_fault_kind::session_hung, 4, 1, 0, ""}};
+    const DecodeResult hung = decode_through_device("video_decoder.avc", inputs, options);
+    EXPECT_TRUE(hung.hung);
+    EXPECT_FALSE(hung.ended);
 }
 
 void queue_input(DeviceHost &host, const DeviceInput &input)
@@ -400,34 +421,6 @@ TEST_F(LibavDecode, CorruptTruncatedAndMislabelledStreamsEndWithEveryInputBack)
         EXPECT_LE(result.timestamps.size(), stream.inputs.size()) << stream.role;
         EXPECT_EQ(result.stats.held_buffers[0], 0u) << stream.role;
     }
-}
-
-/* The device's scripted faults act the same whichever engine decodes. */
-TEST_F(LibavDecode, ScriptedRejectsErrorsDelaysAndShuffledReturnsKeepEveryPicture)
-{
-    zvx_av_test::TempFolder folder;
-    const std::string path = folder.file("s.h264");
-    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 16, "-c:v libx264 -bf 2"));
-    const std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, path, "nv12");
-    DecodeOptions options;
-    options.script.faults = {{zvx_dev_fault_kind::reject_outputs, 3, 2, 0, ""},
-                             {zvx_dev_fault_kind::error_event, 5, 1, 0x80001020, "scripted"}};
-    options.script.delays.input_us = 2000;
-    options.script.delays.output_us = 1000;
-    options.script.shuffle_events = true;
-    options.script.shuffle_seed = 7;
-    const DecodeResult result = decode_through_device("video_decoder.avc", access_units(path), options);
-    EXPECT_TRUE(result.ended);
-    EXPECT_TRUE(result.pictures == reference);
-    EXPECT_EQ(result.rejected, 2u);
-    EXPECT_EQ(result.errors, 1u);
-    EXPECT_EQ(result.inputs_back, result.inputs_sent);
-
-    options.script = {};
-    options.script.faults = {{zvx_dev_fault_kind::session_hung, 4, 1, 0, ""}};
-    const DecodeResult hung = decode_through_device("video_decoder.avc", access_units(path), options);
-    EXPECT_TRUE(hung.hung);
-    EXPECT_FALSE(hung.ended);
 }
 
 } // namespace

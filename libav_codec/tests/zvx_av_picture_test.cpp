@@ -66,7 +66,7 @@ struct LayoutCase {
     size_t chroma_step; /* from one U sample to the next in a row */
 };
 
-TEST(PictureWriter, EachLayoutsPlanesLandAtTheStrideAndSliceHeightGivenAndLayoutsTooSmallAreRefused)
+TEST(PictureWriter, EachLayoutsPlanesLandWhereGivenTooSmallOnesAreRefusedAndWrappedOnesRoundTrip)
 {
     constexpr int STRIDE = 16;
     constexpr int SLICE = 6;
@@ -118,14 +118,11 @@ TEST(PictureWriter, EachLayoutsPlanesLandAtTheStrideAndSliceHeightGivenAndLayout
     EXPECT_EQ(zvx_av::picture_bytes({ColourFormat::nv12, 6, 3}, 5, 3), 6u * 3 + 6 * 2);
     EXPECT_EQ(zvx_av::picture_bytes({ColourFormat::i420, 5, 3}, 5, 3), 5u * 3 + 3 * 2 + 3 * 1 + 3)
         << "odd sizes: chroma planes round up";
-}
 
-TEST(PictureWrapper, WrapsTheBufferInPlaceAndEveryLayoutRoundTrips)
-{
+    // Wrapped in place, every 8-bit layout reads back as it was written.
     const zvx_av::FramePtr original = make_picture(AV_PIX_FMT_YUV420P);
     ASSERT_TRUE(original);
     const PictureLayout tight = {ColourFormat::i420, WIDTH, HEIGHT};
-    zvx_av::PictureWriter writer;
     std::vector<uint8_t> expected(zvx_av::picture_bytes(tight, WIDTH, HEIGHT));
     ASSERT_EQ(writer.write(*original, tight, expected), expected.size());
 
