@@ -226,10 +226,8 @@ uint32_t inputs_back_until_quiet(DeviceHost &host, std::vector<zvx_base_buffer_h
     return inputs_back;
 }
 
-/* No decode starts while a decoded picture waits for the client's next output buffer, yet each buffer
- * given back lets an input go back: a streaming thread may wait for one holding the lock a seek needs.
- * The stream is announced from its headers, read pictures before the first is out, so the client sets its
- * buffers up while those decode; the first picture fits and is not announced again. */
+/* A decode started while a picture waits for a buffer would keep it a picture's time from that buffer, yet
+ * each buffer given back lets an input go back: a streaming thread may wait for one holding a seek's lock. */
 TEST_F(LibavDecode, ReadyPictureWaitingForAnOutputBufferHoldsTheNextDecodeAndIsAnnouncedAheadOfItself)
 {
     // More access units than a decoder with a frame thread a core holds back on most machines.

@@ -262,9 +262,7 @@ TEST(Decoder, FirstAccessUnitFlaggedAsConfigurationStillGivesItsPicture)
     }
 }
 
-/* A new stream's configuration after a flush, a buffer of its own, must reach the decoder in front of its
- * data whichever way the data comes. A context opened ahead serves a stream whose parameter sets come with
- * its data; a stream configured before its data, or one of another codec, needs a context of its own. */
+/* A context opened ahead has no extradata: a stream configured before its data needs its own. */
 TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextDataAndAContextOpenedAheadServesOnlyAStreamItFits)
 {
     const EncodedStream first = encode_pattern(Codec::avc, 6);
@@ -321,9 +319,7 @@ TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextDataAndAContextOpenedA
     }
 }
 
-/* Streams decoded at once share the cores: eight 720p streams on two cores, each on a thread a core, lost
- * a tenth of their pictures to the frame threads' hand-offs. A new stream's pictures land in the memory
- * the last stream's pictures left, already mapped. */
+/* Eight 720p streams on two cores, a thread a core each, lost a tenth of their pictures to hand-offs. */
 TEST(Decoder, StreamsUnderWayAtOnceShareTheCoresAndANewStreamTakesTheMemoryTheLastLeft)
 {
     zvx_av_test::TempFolder folder;
