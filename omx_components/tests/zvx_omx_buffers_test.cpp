@@ -28,8 +28,7 @@ void zvxp_count_queued(int, struct zvx_base_buffer_details *)
 
 using headers = std::vector<OMX_BUFFERHEADERTYPE *>;
 
-/* A flush as the session carries it out: once the port's flush is asked for, every buffer it holds
- * comes back empty, then the flushed event; all in one command, so nothing else runs in between. */
+/* The session's flush: the port's buffers back empty, then the flushed event, in one command. */
 struct zvxp_flush_answer {
     zvx_omx_common_cproc_command_data head;
     OMX_U32 port;
@@ -178,9 +177,7 @@ protected:
     headers outputs_;
 };
 
-/* Registration only on the way to Idle or on a port being enabled. Freed headers are unknown; the memory
- * of freed buffers, a closed component's too, serves the next allocation of its size, and a new size gives
- * it all back (a leak would fail the sanitizer and valgrind runs). */
+// Freed memory, a closed component's too, serves the next allocation of its size (leaks fail the sanitizers).
 TEST_F(Buffers, RegistrationOnlyWhileTakingBuffersAndFreedMemoryServesTheNextAllocationOfItsSize)
 {
     const OMX_U32 size = definition(0).nBufferSize;
@@ -349,8 +346,7 @@ TEST_F(Buffers, HeadersAreCheckedBeforeAnythingOfThemIsReadAndAQueuedOneIsLeftWh
     EXPECT_EQ(omx_->EmptyThisBuffer(omx_, header), OMX_ErrorNone) << "back with the client";
 }
 
-/* An input port that never had a buffer does not make a freed output header safe to read: the header is
- * refused unread (the sanitizer builds fail on a read of the freed memory). */
+// An input port that never had a buffer does not make a freed output header safe to read.
 TEST_F(Buffers, FreedOutputQueuedAsInputIsRefusedUnread)
 {
     send(OMX_CommandPortDisable, 0);

@@ -174,8 +174,7 @@ TEST_F(EmulatedBuffers, TeardownInTheMiddleOfAStreamLeavesNothingRegistered)
     EXPECT_EQ(zvx_dev_get_totals().buffers_left_registered, 0u);
 }
 
-// FFmpeg keeps the output port enabled with its buffers from the start and reads the settings event as
-// news: the encoder must go on filling those buffers, which still give the session all it asks for.
+// FFmpeg keeps its output buffers through the settings event: the encoder must go on filling them.
 TEST_F(EmulatedEncoder, OutputBuffersKeptThroughTheSettingsEventAreFilledToTheEnd)
 {
     constexpr int pictures = 12;

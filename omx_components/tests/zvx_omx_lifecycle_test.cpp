@@ -36,8 +36,7 @@ protected:
         zvx_destroy_emulator();
     }
 
-    // Whatever init left, a client that always destroys must get away with it, twice, and every call
-    // through the handle must fail cleanly.
+    // Whatever init left, destroying twice is safe and every call through the handle fails cleanly.
     void destroy_and_call_through_handle()
     {
         K::destroy(&comp);

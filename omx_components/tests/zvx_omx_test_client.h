@@ -123,8 +123,7 @@ inline bool zvx_due_flush_requested(zvx_omx_common_component *comp, int32_t port
     return comp->ports[port].nr_pending_flushes > 0;
 }
 
-/* The event sits at the end of the command's allocation, so that a read past it is caught by the
- * sanitizers, and goes with the command whether it ran or not. */
+/* The event ends the command's allocation, so the sanitizers catch a read past it. */
 struct zvx_test_answer {
     zvx_omx_common_cproc_command_data head;
     zvx_test_due due;
@@ -192,8 +191,7 @@ inline void zvx_sync(zvx_omx_common_component *comp)
     ASSERT_EQ(synced.load(), 1);
 }
 
-/* The session's event as the command thread gets it, allocated to its exact size so that a read past its
- * end is caught by the sanitizers. */
+/* The session's event as the command thread gets it, allocated to its exact size. */
 inline void zvx_dispatch(zvx_omx_common_component *comp, uint16_t code, const void *payload, uint16_t size)
 {
     auto *event = static_cast<zvx_base_event_header *>(zvx_mem_malloc(sizeof(zvx_base_event_header) + size));
@@ -206,8 +204,7 @@ inline void zvx_dispatch(zvx_omx_common_component *comp, uint16_t code, const vo
     zvx_mem_free(event);
 }
 
-/* A decoder's common part with its settings and the recording client but no command thread: the test
- * dispatches the session's events on its own. */
+/* A decoder's common part and the recording client, without a command thread to dispatch events. */
 class zvx_dispatch_test : public ::testing::Test {
 protected:
     void SetUp() override
@@ -251,8 +248,7 @@ template <typename Body> void zvx_on_threads(int count, Body body)
     }
 }
 
-/* A decoder or encoder in Loaded behind its handle, with the recording client; every event a test causes
- * must be taken by the test. */
+/* A decoder or encoder in Loaded behind its handle; every event a test causes must be taken by it. */
 template <typename Component, auto init, auto destroy_component> class zvx_component_test : public ::testing::Test {
 protected:
     void SetUp() override

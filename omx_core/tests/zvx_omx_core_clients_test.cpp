@@ -1,6 +1,5 @@
 // GStreamer's OpenMAX plugin loads the built core through a gstomx.conf of the test's own; these tests
-// check flow, not the pictures' bytes (the decode and encode tests do). Under AddressSanitizer the
-// clients run with its runtime preloaded, and a leak through this project's code fails the test.
+// check flow, not the pictures' bytes. A leak through this project's code fails them under the sanitizer.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -55,9 +54,7 @@ protected:
             GTEST_SKIP() << "GStreamer's tools are not installed (scripts/setup.sh installs them)";
     }
 
-    /* With the plugin's configuration and a registry of the test's own, warmed up without the sanitizer
-     * runtime so that no plugin scanner runs under it. A test runs at most two commands, inside CTest's
-     * 300 s, so a hung client is reported with its output. */
+    /* The registry is warmed up without the sanitizer runtime, so that no plugin scanner runs under it. */
     CommandResult launch(const std::string &pipeline, int seconds = 120, const char *signal = "TERM")
     {
         std::ofstream config(folder_.file("gstomx.conf"));
@@ -116,9 +113,7 @@ TEST_F(GStreamer, EncodesSixtyPicturesToTheEnd)
     zvx_client::expect_clean(result);
 }
 
-// The pipeline is interrupted while pictures stream through a live source: GStreamer sets it to NULL at
-// once, flushing, idling and unloading the decoder with buffers in flight. A buffer the component kept
-// would stall the teardown until the time-out, or come back as an error from FreeBuffer.
+// An interrupt tears the decoder down with buffers in flight: one kept would stall it or fail FreeBuffer.
 TEST_F(GStreamer, TeardownMidStreamGivesEveryBufferBack)
 {
     const CommandResult result =

@@ -158,8 +158,7 @@ INSTANTIATE_TEST_SUITE_P(Codecs, GStreamerDecode,
                                                       "h263parse", "omxh263dec", "avdec_h263"}),
                          [](const ::testing::TestParamInfo<DecodeCase> &info) { return std::string(info.param.name); });
 
-// Two elementary streams of different sizes end to end: the decoder announces the new size, GStreamer
-// reconfigures the output port, and not one picture of either part is lost or changed.
+// Not one picture of either size is lost or changed across the output port's reconfiguration.
 TEST_F(GStreamerDecode, H264ThatChangesSizeMidStreamMatchesGstLibav)
 {
     constexpr int FRAMES = 20;
