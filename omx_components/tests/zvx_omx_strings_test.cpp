@@ -31,7 +31,6 @@ TEST(Strings, EveryExtensionAndStandardValueFindsItsOwnNameAndOthersAreUnknown)
         ZVX_OMX_EXTENSION_EVENTS(ZVXT_CHECK)
     }
 
-    EXPECT_STREQ(zvx_omx_index_name(OMX_IndexParamPortDefinition), "OMX_IndexParamPortDefinition");
     EXPECT_STREQ(zvx_omx_index_name(OMX_IndexConfigTimeSeekMode), "OMX_IndexConfigTimeSeekMode");
     EXPECT_STREQ(zvx_omx_state_name(OMX_StateWaitForResources), "OMX_StateWaitForResources");
     EXPECT_STREQ(zvx_omx_command_name(OMX_CommandMarkBuffer), "OMX_CommandMarkBuffer");

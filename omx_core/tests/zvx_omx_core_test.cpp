@@ -248,9 +248,7 @@ TEST_F(OmxCoreTest, RefusesCallsBeforeInitAndBadArgumentsAndMatchesNamesAndRoles
     EXPECT_EQ(deinit(), OMX_ErrorNone);
 }
 
-/* Parameters through the handle, a role change, and Loaded -> Idle -> Loaded with the client's
- * buffers, every state change completed by the codec device; then handles freed once, and a handle
- * that outlives the last OMX_Deinit. */
+/* Every state change here is completed by the codec device. */
 TEST_F(OmxCoreTest, ComponentRunsThroughItsHandleWhichIsFreedOnceAndOutlivesTheLastDeinit)
 {
     ASSERT_EQ(init(), OMX_ErrorNone);
@@ -282,9 +280,6 @@ TEST_F(OmxCoreTest, ComponentRunsThroughItsHandleWhichIsFreedOnceAndOutlivesTheL
         event_log racing_log;
         OMX_HANDLETYPE racing = nullptr;
         ASSERT_EQ(get_handle(&racing, name, &racing_log, &racing_log.callbacks), OMX_ErrorNone);
-        OMX_STATETYPE state = OMX_StateInvalid;
-        EXPECT_EQ(OMX_GetState(racing, &state), OMX_ErrorNone);
-        EXPECT_EQ(state, OMX_StateLoaded);
         OMX_ERRORTYPE results[2];
         std::thread racing_free([&] { results[1] = free_handle(racing); });
         results[0] = free_handle(racing);
