@@ -20,15 +20,7 @@ void count_destroy_session(int)
     ++destroy_session_calls;
 }
 
-// An initialised decoder whose ports hold the decoder defaults.
-class Component : public zvx_dispatch_test {
-protected:
-    void SetUp() override
-    {
-        zvx_dispatch_test::SetUp();
-        destroy_session_calls = 0;
-    }
-};
+using Component = zvx_dispatch_test;
 
 TEST_F(Component, InitLeavesADecoderWhoseSessionIsCreatedAndDestroyedOnceAndNeedsARole)
 {
@@ -39,6 +31,7 @@ TEST_F(Component, InitLeavesADecoderWhoseSessionIsCreatedAndDestroyedOnceAndNeed
     EXPECT_FALSE(comp_.session_created);
     EXPECT_EQ(handle_.omx.nSize, sizeof(OMX_COMPONENTTYPE));
 
+    destroy_session_calls = 0;
     bb_cb.bbcb_destroy_session = count_destroy_session;
 
     ASSERT_TRUE(zvx_omx_common_component_create_session(&comp_));
