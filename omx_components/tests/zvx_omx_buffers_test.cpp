@@ -1,5 +1,4 @@
-// Buffers through the handle as clients use and misuse them, with the session's returns played as
-// events on the command thread.
+// Buffers through the handle as clients use and misuse them, the session's returns played as events.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,5 +1,4 @@
-// Buffers through a decoder against the session emulator: a teardown in the middle of a stream leaves nothing with the
-// device; and an encoder driven as FFmpeg drives it. Whole decodes are the flow tests'.
+// Buffers against the session emulator: a mid-stream teardown, and an encoder driven as FFmpeg drives it.
 #include <gtest/gtest.h>
 
 #include <chrono>

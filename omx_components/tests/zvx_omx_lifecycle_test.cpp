@@ -1,5 +1,4 @@
-// Decoder and encoder init and destroy on their failure paths, against the session emulator so that
-// devices left open show. Leaks show through the sanitizer builds' leak check at exit.
+// Init and destroy on their failure paths, against the session emulator so that devices left open show.
 #include <gtest/gtest.h>
 
 #include <cstring>

@@ -1,6 +1,5 @@
-// Encoding through the core as FFmpeg's h264_omx and GStreamer's omxh264enc drive it: ten seconds of
-// CIF at 1 Mbit/s must decode with FFmpeg to every picture, look like the pictures it was made from
-// (PSNR of at least 30 dB), put its key frames where the client asked, and keep to the bitrate.
+// Encoding through the core as FFmpeg's h264_omx and GStreamer's omxh264enc drive it: every picture
+// decodes, close to its source, with key frames where the client asked and within the bitrate.
 #include <gtest/gtest.h>
 
 #include <fstream>

@@ -1,6 +1,5 @@
-// GStreamer's OpenMAX plugin decodes through the core what FFmpeg's encoders made, and every byte of
-// every picture must be what gst-libav's decoder of the same file gives: B-frames reordered, a size
-// that is not a whole number of macroblocks cropped, a stream that changes size followed.
+// GStreamer's OpenMAX plugin decodes through the core what FFmpeg's encoders made: every byte of every
+// picture must be what gst-libav's decoder of the same file gives.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -94,8 +93,7 @@ protected:
         ASSERT_EQ(inspect.status, 0) << inspect.output;
     }
 
-    /* Decodes `stream` with each decoder into I420 pictures in a file; fails the test when the two
-     * differ, naming the first picture that does. */
+    /* Decodes `stream` with each decoder; fails naming the first picture that differs. */
     void expect_same_pictures(const std::string &stream, const DecodeCase &decode, size_t expected_bytes, int width = 0,
                               int height = 0)
     {
