@@ -262,9 +262,17 @@ TEST(Decoder, FirstAccessUnitFlaggedAsConfigurationStillGivesItsPicture)
     }
 }
 
-/* A context opened ahead has no extradata: a stream configured before its data needs its own. */
-TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextDataAndAContextOpenedAheadServesOnlyAStreamItFits)
+/* A context opened ahead has no extradata: a stream configured before its data needs its own. Eight 720p
+ * streams on two cores, a thread a core each, lost a tenth of their pictures to hand-offs. */
+TEST(Decoder, FlushConfigurationAfterItContextsOpenedAheadAndCoresSharedByStreamsUnderWay)
 {
+    zvx_av_test::TempFolder folder;
+    const std::string path = folder.file("s.h264");
+    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", FRAMES, "-c:v libx264 -bf 2 -g 10 -x264-params scenecut=0"));
+    const std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, path, "yuv420p");
+    const std::vector<std::vector<uint8_t>> units = zvx_av_test::read_access_units(path);
+    ASSERT_EQ(units.size(), size_t{FRAMES});
+    const size_t picture_size = 176 * 144 * 3 / 2;
     const EncodedStream first = encode_pattern(Codec::avc, 6);
     const EncodedStream second = encode_pattern(Codec::avc, 6, 96, 64);
     ASSERT_EQ(first.packets.size(), 6u);
@@ -274,29 +282,32 @@ TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextDataAndAContextOpenedA
         second_bytes.insert(second_bytes.end(), packet.begin(), packet.end());
 
     for (const bool framed : {true, false}) {
+        const char *how = framed ? "framed" : "chunked";
         zvx_av::Decoder decoder;
         ASSERT_TRUE(decoder.open(Codec::avc).ok());
-        ASSERT_TRUE(decoder.send({first.config, zvx_av::no_timestamp, true, true}).ok());
-        ASSERT_EQ(decode_all(decoder, first.packets, true).formats.size(), 6u);
+        for (size_t i = 0; i < 15; ++i)
+            ASSERT_TRUE(decoder.send({units[i], static_cast<int64_t>(i), framed, false}).ok());
         decoder.flush();
-        ASSERT_TRUE(decoder.send({second.config, zvx_av::no_timestamp, true, true}).ok());
+        EXPECT_FALSE(decoder.receive());
+        const std::vector<std::vector<uint8_t>> rest(units.begin() + 20, units.end());
+        const DecodedPictures from_key = decode_all(decoder, rest, framed);
+        ASSERT_EQ(from_key.formats.size(), 10u) << how;
+        EXPECT_TRUE(std::equal(from_key.bytes.begin(), from_key.bytes.end(),
+                               reference.begin() + static_cast<std::ptrdiff_t>(20 * picture_size), reference.end()));
+
+        zvx_av::Decoder configured;
+        ASSERT_TRUE(configured.open(Codec::avc).ok());
+        ASSERT_TRUE(configured.send({first.config, zvx_av::no_timestamp, true, true}).ok());
+        ASSERT_EQ(decode_all(configured, first.packets, true).formats.size(), 6u);
+        configured.flush();
+        ASSERT_TRUE(configured.send({second.config, zvx_av::no_timestamp, true, true}).ok());
         const DecodedPictures pictures =
-            framed ? decode_all(decoder, second.packets, true)
-                   : decode_all(decoder, zvx_av_test::split_into_chunks(second_bytes, 300), false);
-        EXPECT_EQ(pictures.errors, 0) << (framed ? "framed" : "chunked");
-        ASSERT_EQ(pictures.formats.size(), 6u) << (framed ? "framed" : "chunked");
+            framed ? decode_all(configured, second.packets, true)
+                   : decode_all(configured, zvx_av_test::split_into_chunks(second_bytes, 300), false);
+        EXPECT_EQ(pictures.errors, 0) << how;
+        ASSERT_EQ(pictures.formats.size(), 6u) << how;
         EXPECT_EQ(pictures.formats.back().crop, (zvx_av::CropRect{0, 0, 96, 64}));
     }
-
-    zvx_av_test::TempFolder folder;
-    const std::string path = folder.file("s.h264");
-    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", 8, "-c:v libx264 -bf 2"));
-    const std::vector<std::vector<uint8_t>> units = zvx_av_test::read_access_units(path);
-
-    zvx_av::Decoder plain;
-    ASSERT_TRUE(plain.open(Codec::avc).ok());
-    const DecodedPictures reference = decode_all(plain, units, true);
-    ASSERT_EQ(reference.formats.size(), 8u);
 
     for (const Codec ahead_codec : {Codec::avc, Codec::hevc}) {
         const std::string ahead_name(zvx_av::role_name(ahead_codec));
@@ -307,7 +318,7 @@ TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextDataAndAContextOpenedA
         decoder.use_opened_ahead(std::move(ahead));
         const DecodedPictures pictures = decode_all(decoder, units, true);
         EXPECT_EQ(pictures.errors, 0) << ahead_name;
-        EXPECT_TRUE(pictures.bytes == reference.bytes) << "opened ahead for " << ahead_name;
+        EXPECT_TRUE(pictures.bytes == reference) << "opened ahead for " << ahead_name;
 
         zvx_av::Decoder configured_first;
         ASSERT_TRUE(configured_first.open(Codec::avc).ok());
@@ -317,16 +328,7 @@ TEST(Decoder, ConfigurationAfterAFlushGoesInFrontOfTheNextDataAndAContextOpenedA
         EXPECT_EQ(from_config.errors, 0) << "configured before its data, opened ahead for " << ahead_name;
         EXPECT_EQ(from_config.formats.size(), 6u) << "configured before its data, opened ahead for " << ahead_name;
     }
-}
 
-/* Eight 720p streams on two cores, a thread a core each, lost a tenth of their pictures to hand-offs. */
-TEST(Decoder, StreamsUnderWayAtOnceShareTheCoresAndANewStreamTakesTheMemoryTheLastLeft)
-{
-    zvx_av_test::TempFolder folder;
-    const std::string path = folder.file("s.h264");
-    ASSERT_TRUE(zvx_av_test::make_stream(path, "208x120", 12, "-c:v libx264 -bf 2"));
-    const std::vector<std::vector<uint8_t>> units = zvx_av_test::read_access_units(path);
-    ASSERT_FALSE(units.empty());
     const auto blocks_of_a_decode = [&units] {
         zvx_av::Decoder decoder;
         EXPECT_TRUE(decoder.open(Codec::avc).ok());
@@ -348,41 +350,16 @@ TEST(Decoder, StreamsUnderWayAtOnceShareTheCoresAndANewStreamTakesTheMemoryTheLa
         EXPECT_TRUE(decoder.send({units[0], 0, true}).ok());
         return decoder.threads();
     };
-    zvx_av::Decoder first;
-    EXPECT_EQ(start(first), cores);
+    zvx_av::Decoder under_way;
+    EXPECT_EQ(start(under_way), cores);
     {
-        zvx_av::Decoder second;
-        EXPECT_EQ(start(second), std::max(1, cores / 2));
-        EXPECT_EQ(first.threads(), cores) << "a stream under way keeps its threads";
+        zvx_av::Decoder another;
+        EXPECT_EQ(start(another), std::max(1, cores / 2));
+        EXPECT_EQ(under_way.threads(), cores) << "a stream under way keeps its threads";
     }
-    ASSERT_TRUE(first.open(Codec::avc).ok());
+    ASSERT_TRUE(under_way.open(Codec::avc).ok());
     zvx_av::Decoder third;
     EXPECT_EQ(start(third), cores) << "neither a decoder gone nor one opened again has a stream under way";
-}
-
-TEST(Decoder, FlushDropsWhatIsHeldAndTheStreamGoesOnFromAKeyFrame)
-{
-    zvx_av_test::TempFolder folder;
-    const std::string path = folder.file("s.h264");
-    ASSERT_TRUE(zvx_av_test::make_stream(path, "176x144", FRAMES, "-c:v libx264 -bf 2 -g 10 -x264-params scenecut=0"));
-    const std::vector<uint8_t> reference = zvx_av_test::reference_decode(folder, path, "yuv420p");
-    const std::vector<std::vector<uint8_t>> units = zvx_av_test::read_access_units(path);
-    ASSERT_EQ(units.size(), size_t{FRAMES});
-    const size_t picture_size = 176 * 144 * 3 / 2;
-
-    for (const bool framed : {true, false}) {
-        zvx_av::Decoder decoder;
-        ASSERT_TRUE(decoder.open(Codec::avc).ok());
-        for (size_t i = 0; i < 15; ++i)
-            ASSERT_TRUE(decoder.send({units[i], static_cast<int64_t>(i), framed, false}).ok());
-        decoder.flush();
-        EXPECT_FALSE(decoder.receive());
-        const std::vector<std::vector<uint8_t>> rest(units.begin() + 20, units.end());
-        const DecodedPictures pictures = decode_all(decoder, rest, framed);
-        ASSERT_EQ(pictures.formats.size(), 10u) << (framed ? "framed" : "chunked");
-        EXPECT_TRUE(std::equal(pictures.bytes.begin(), pictures.bytes.end(),
-                               reference.begin() + static_cast<std::ptrdiff_t>(20 * picture_size), reference.end()));
-    }
 }
 
 } // namespace
