@@ -149,7 +149,7 @@ TEST(DemoCommandLine, OptionsTakeEffect)
     EXPECT_TRUE(included.has("  All 2 tests passed\n"));
 }
 
-TEST(DemoResults, BufferingSilenceListingsAndBenchmarkRepeats)
+TEST(DemoResults, VerdictsBufferingSilenceListingsAndBenchmarkRepeats)
 {
     const std::string fail_line = "Fail: S:{Failures} T:{fail [0x0001]} F:{small [0x00]} D:{ms} - 2 + 2 == 5";
     const DemoRun buffered = run_demo({"--failures"});
@@ -158,6 +158,21 @@ TEST(DemoResults, BufferingSilenceListingsAndBenchmarkRepeats)
     const DemoRun unbuffered = run_demo({"--failures", "--no_buffer"});
     EXPECT_EQ(unbuffered.count(fail_line), 2u);
     EXPECT_LT(unbuffered.out.find(fail_line), unbuffered.out.find(kDetails));
+    EXPECT_FALSE(buffered.has("T:{expected_fail [0x0003]}"));
+    EXPECT_EQ(buffered.count("UTF: Test marked as 'Expected Failure' not run\n"), 2u);
+    EXPECT_FALSE(buffered.has("ran although marked"));
+    EXPECT_FALSE(buffered.has("not reached"));
+    EXPECT_TRUE(buffered.has("Fatal: S:{Failures} T:{fatal [0x0005]} F:{large [0x01]} D:{ms} - UTF: Failed because of "
+                             "earlier FATAL\n"));
+    EXPECT_TRUE(buffered.has("Abort: S:{Failures} T:{abort [0x0002]} F:{small [0x00]} D:{ms} - \n"));
+    EXPECT_EQ(buffered.count("UTF: [BAD EXCEPTION MACRO] Warning UTF exception throwing assertion used from non-main "
+                             "thread\n"),
+              1u);
+    EXPECT_TRUE(buffered.has("  4    suites considered\n  1    suites did not pass\n"));
+    EXPECT_TRUE(buffered.has("[UTF EXPECTED ABORT]"));
+
+    const DemoRun enabled = run_demo({"--failures", "-e", "--suite=Failures", "--test=expected_failure"});
+    EXPECT_EQ(enabled.count("ran although marked as an expected failure"), 2u);
 
     const DemoRun silent = run_demo({"--failures", "--first-suite=Failures", "--silent"});
     const std::string after_details = silent.out.substr(silent.out.find(kDetails));
@@ -189,26 +204,6 @@ TEST(DemoResults, BufferingSilenceListingsAndBenchmarkRepeats)
     EXPECT_EQ(single.count("Benchmark: "), 2u);
     EXPECT_TRUE(single.has("- Count: 42.500000, Units: \"frames/s\", Type: 1\n"));
     EXPECT_TRUE(single.has("(logged because --benchmark=1)"));
-}
-
-TEST(DemoVerdicts, ExpectedOutcomesAndFatalErrors)
-{
-    const DemoRun run = run_demo({"--failures"});
-    EXPECT_FALSE(run.has("T:{expected_fail [0x0003]}"));
-    EXPECT_EQ(run.count("UTF: Test marked as 'Expected Failure' not run\n"), 2u);
-    EXPECT_FALSE(run.has("ran although marked"));
-    EXPECT_FALSE(run.has("not reached"));
-    EXPECT_TRUE(run.has("Fatal: S:{Failures} T:{fatal [0x0005]} F:{large [0x01]} D:{ms} - UTF: Failed because of "
-                        "earlier FATAL\n"));
-    EXPECT_TRUE(run.has("Abort: S:{Failures} T:{abort [0x0002]} F:{small [0x00]} D:{ms} - \n"));
-    EXPECT_EQ(run.count("UTF: [BAD EXCEPTION MACRO] Warning UTF exception throwing assertion used from non-main "
-                        "thread\n"),
-              1u);
-    EXPECT_TRUE(run.has("  4    suites considered\n  1    suites did not pass\n"));
-    EXPECT_TRUE(run.has("[UTF EXPECTED ABORT]"));
-
-    const DemoRun enabled = run_demo({"--failures", "-e", "--suite=Failures", "--test=expected_failure"});
-    EXPECT_EQ(enabled.count("ran although marked as an expected failure"), 2u);
 }
 
 TEST(DemoCrash, ProgramHandlerExitsWithSignalNumberAndGlibcAndDebuggerTracesDieBySignal)

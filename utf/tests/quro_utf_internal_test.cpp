@@ -180,6 +180,7 @@ protected:
         ASSERT_EQ(quro_utf_test_default_setup(&result_pool_, &suite_pool_, &results_), 0);
         suite_ = quro_utf_create_suite(&suite_pool_, "S", 2, nullptr, remove_fixture, results_, nullptr);
         benchmark_.name = "b";
+        removed = 0;
     }
 
     void TearDown() override
@@ -238,7 +239,6 @@ TEST_F(FrameworkRun, VerdictsAgainstDeclaredOutcomes)
                                  suite, [](void *) { quro_utf_abort(); }, nullptr) == 1,
                              "no abort");
     });
-    removed = 0;
     const std::vector<std::string> expected = {"expect_warn_missing/0 4 Fail (expected warn missing)",
                                                "expect_warn_missing/1 4 Fail (expected warn missing)",
                                                "leaves_early/0 4 left",
@@ -265,7 +265,6 @@ TEST_F(FrameworkRun, FatalStopsLaterFixturesAndAbortSkipsTeardown)
     quro_utf_add_test_with_filters(
         suite_, 3, "unrun", [](quro_utf_suite *) {}, QURO_UTF_FLAG_EXPECTEDFAILURE);
     quro_utf_add_test(suite_, 4, "after", [](quro_utf_suite *) { quro_utf_test_fail("should not run"); });
-    removed = 0;
     const std::vector<std::string> expected = {"aborts/0 6 ",
                                                "aborts/1 6 ",
                                                "fatal/0 5 fatal in fixture 0",
@@ -414,7 +413,6 @@ TEST_F(FrameworkRun, FixtureThatCannotBeCreatedFailsFatallyWithoutRunningItsTest
         return suite->fixture_index == 0 ? nullptr : &suite->fixture_pool;
     };
     quro_utf_add_test(suite_, 1, "t", [](quro_utf_suite *) { quro_utf_test_fail("ran"); });
-    removed = 0;
     const std::vector<std::string> expected = {"t/0 5 UTF: Failed fixture creation",
                                                "t/0 4 UTF: Fixture creation failed [1]",
                                                "t/1 5 UTF: Failed because of earlier FATAL"};
@@ -424,8 +422,7 @@ TEST_F(FrameworkRun, FixtureThatCannotBeCreatedFailsFatallyWithoutRunningItsTest
     EXPECT_EQ(results_->tests_passed, 0u);
 }
 
-// Storage follows the timings there are, not the repeat count asked for, and a group is reduced
-// over the timings it has.
+// Storage follows the timings there are, not the repeat count asked for.
 TEST_F(FrameworkRun, ConsolidationOfAHugeRepeatCountUsesTheTimingsGathered)
 {
     results_->benchmark_repeats = 0xFFFFFFFFu;
