@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 #include <set>
 #include <string>
 #include <vector>
@@ -51,6 +52,18 @@ const StreamCase STREAM_CASES[] = {
     {"H263", Codec::h263, "s.263", "176x144", "-c:v h263 -f h263", "yuv420p", ColourFormat::i420, true},
 };
 
+/* Every eighth access unit gets a few bytes past its headers overwritten. */
+std::vector<std::vector<uint8_t>> corrupt(std::vector<std::vector<uint8_t>> units)
+{
+    std::mt19937 random(99); // NOLINT(cert-msc32-c,cert-msc51-cpp): a failure must repeat
+    for (size_t i = 1; i < units.size(); i += 8) {
+        std::vector<uint8_t> &unit = units[i];
+        for (int n = 0; n < 6 && unit.size() > 32; ++n)
+            unit[32 + random() % (unit.size() - 32)] = static_cast<uint8_t>(random());
+    }
+    return units;
+}
+
 class DecodeMatchesFfmpeg : public testing::TestWithParam<StreamCase> {};
 
 TEST_P(DecodeMatchesFfmpeg, FramedAndChunked)
@@ -98,6 +111,27 @@ TEST_P(DecodeMatchesFfmpeg, FramedAndChunked)
     ASSERT_TRUE(pieces.end_stream().ok());
     zvx_av_test::take_pictures(pieces, stream.format, by_pieces);
     EXPECT_TRUE(by_pieces.bytes == reference) << "access units in two pieces";
+
+    // Corrupt, cut in the middle of an access unit, or under another role's decoder: errors or fewer
+    // pictures, never a crash.
+    const std::vector<std::vector<uint8_t>> units = zvx_av_test::read_access_units(path);
+    for (const bool framed : {true, false}) {
+        zvx_av::Decoder decoder;
+        ASSERT_TRUE(decoder.open(stream.codec).ok());
+        EXPECT_LE(decode_all(decoder, corrupt(units), framed).formats.size(), size_t{FRAMES});
+        std::vector<std::vector<uint8_t>> truncated(units.begin(), units.begin() + FRAMES / 2);
+        truncated.back().resize(truncated.back().size() / 2);
+        ASSERT_TRUE(decoder.open(stream.codec).ok());
+        const DecodedPictures cut = decode_all(decoder, truncated, framed);
+        EXPECT_LE(cut.formats.size(), size_t{FRAMES / 2});
+        EXPECT_GE(cut.formats.size(), size_t{FRAMES / 2 - 2}) << "the whole units before the cut";
+    }
+    for (int other = 0; other <= static_cast<int>(Codec::rv); ++other) {
+        const auto codec = static_cast<Codec>(other);
+        zvx_av::Decoder decoder;
+        ASSERT_TRUE(decoder.open(codec).ok());
+        EXPECT_LE(decode_all(decoder, units, true).formats.size(), size_t{FRAMES}) << zvx_av::role_name(codec);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, DecodeMatchesFfmpeg, testing::ValuesIn(STREAM_CASES),
