@@ -93,6 +93,12 @@ std::deque<zvx_seq_expected>::iterator zvxp_owed_before(std::deque<zvx_seq_expec
     });
 }
 
+/* How a refusal is named in a violation. */
+std::string zvxp_refusal_text(OMX_ERRORTYPE error, OMX_U32 data2)
+{
+    return zvxp_format("Error(%s, 0x%x)", zvxp_error_name(error), static_cast<unsigned>(data2));
+}
+
 /* An Error event with data2 as the answer to the command entry. */
 bool zvxp_refuses(OMX_ERRORTYPE error, OMX_U32 data2, const zvx_seq_expected &entry)
 {
@@ -455,8 +461,7 @@ bool zvx_seq_model::refusal_was_another_commands(OMX_U32 command, OMX_U32 param)
                                   [&](const zvx_seq_expected &entry) { return entry.sent_at > refused.taken.sent_at; }),
                      refused.taken);
     const auto other = zvxp_find_answered(expected_, others).entry;
-    const zvx_seq_expected entry = *take(
-        other, zvxp_format("Error(%s, 0x%x)", zvxp_error_name(refused.error), static_cast<unsigned>(refused.data2)));
+    const zvx_seq_expected entry = *take(other, zvxp_refusal_text(refused.error, refused.data2));
     expected_.erase(other);
     if (entry.command == OMX_CommandStateSet) {
         refused_state(refused.error, entry.param);
@@ -545,7 +550,7 @@ void zvx_seq_model::completed_port_command(const zvx_seq_expected &command)
 
 void zvx_seq_model::on_refusal(OMX_ERRORTYPE error, OMX_U32 data2)
 {
-    const std::string answer = zvxp_format("Error(%s, 0x%x)", zvxp_error_name(error), static_cast<unsigned>(data2));
+    const std::string answer = zvxp_refusal_text(error, data2);
     // The first Error(InvalidState, 0) of a component not yet invalid is how StateSet(Invalid) is
     // answered, not a refusal of a command on port 0 that happens to come first.
     const auto to_invalid = std::find_if(expected_.begin(), expected_.end(), [&](const zvx_seq_expected &entry) {
