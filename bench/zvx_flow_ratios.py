@@ -29,6 +29,8 @@ def main():
         print(f"ratio{label} {what}: {value:.2f} x ({key} {a:.1f} against {b:.1f})")
 
     ratio("state cycle, decoder / peer at 5 buffers", "BM_StateCycle", "BM_PeerStateCycle/5", "median_us")
+    ratio("seek (Pause, both ports flushed, Executing), decoder / peer", "BM_SeekFlush", "BM_PeerSeekFlush",
+          "median_us")
     ratio("EmptyThisBuffer round trip, decoder / peer", "BM_EmptyBufferRoundTrip", "BM_PeerEmptyBufferRoundTrip",
           "median_us")
     ratio("FillThisBuffer round trip, decoder / peer", "BM_FillBufferRoundTrip", "BM_PeerFillBufferRoundTrip",

@@ -1,7 +1,8 @@
 // Whole flows against the pattern codec device, answering at once: the state cycle Loaded, Idle,
 // Executing, Idle, Loaded with buffers; the buffer round trips EmptyThisBuffer to EmptyBufferDone and
 // FillThisBuffer to FillBufferDone; and the buffers per second in Executing with one buffer of each
-// port in flight and with all of them. Beside the pipe+poll floor and the peer OpenMAX framework's
+// port in flight and with all of them; and a player's seek, Pause, both ports flushed and Executing
+// again, with every output buffer waiting. Beside the pipe+poll floor and the peer OpenMAX framework's
 // volume component doing the same. Run it pinned to one CPU (taskset -c 0) and unpinned.
 #include <benchmark/benchmark.h>
 
@@ -170,6 +171,23 @@ public:
         }
         zvxp_spin_until([&] { return lent_[0].load() == 0 && lent_[1].load() == 0; });
         return returned_at - sent_at;
+    }
+
+    /* A player's seek with every output buffer waiting for a picture: nanoseconds from SendCommand(Pause)
+     * until Executing completes after both ports' flushes; -1 when refused or a buffer stayed lent. */
+    int64_t seek_flush_ns()
+    {
+        for (OMX_BUFFERHEADERTYPE *header : buffers_[1]) {
+            if (!lend(1, header)) {
+                return -1;
+            }
+        }
+        const int64_t started_at = zvx_bench_now_ns();
+        if (!change_state(OMX_StatePause) || !send_and_wait(OMX_CommandFlush, 0) ||
+            !send_and_wait(OMX_CommandFlush, 1) || lent_[1].load() != 0 || !change_state(OMX_StateExecuting)) {
+            return -1;
+        }
+        return completed_at_ns_.load(std::memory_order_acquire) - started_at;
     }
 
     /* Lends in_flight buffers of each port (all of them for 0), each given again when it comes back. */
@@ -428,6 +446,24 @@ void BM_FillBufferRoundTrip(benchmark::State &state)
     zvxp_round_trips(state, 1);
 }
 
+void BM_SeekFlush(benchmark::State &state)
+{
+    zvxp_decoder decoder;
+    std::vector<int64_t> latencies_ns;
+    latencies_ns.reserve(ZVXP_CYCLES);
+    bool failed = !decoder.ready() || !decoder.start_stream();
+    for (auto _ : state) {
+        const int64_t seek = failed ? -1 : decoder.seek_flush_ns();
+        if (seek < 0) {
+            failed = true;
+            break;
+        }
+        latencies_ns.push_back(seek);
+    }
+    failed = !decoder.stop() || failed;
+    zvxp_report(state, latencies_ns, failed);
+}
+
 /* Arg: buffers of each port in flight, 0 for all of them. */
 void BM_Throughput(benchmark::State &state)
 {
@@ -516,6 +552,28 @@ void BM_PeerFillBufferRoundTrip(benchmark::State &state)
     zvxp_peer_round_trips(state, zvx_bellagio_peer_fill_round_trip_ns);
 }
 
+void BM_PeerSeekFlush(benchmark::State &state)
+{
+    zvx_bellagio_peer *peer = zvxp_open_peer(state);
+    if (peer == nullptr) {
+        return;
+    }
+    std::vector<int64_t> latencies_ns;
+    latencies_ns.reserve(ZVXP_CYCLES);
+    bool failed = !zvx_bellagio_peer_start(peer, ZVXP_DECODER_MINIMUM_BUFFERS);
+    for (auto _ : state) {
+        const int64_t seek = failed ? -1 : zvx_bellagio_peer_seek_flush_ns(peer);
+        if (seek < 0) {
+            failed = true;
+            break;
+        }
+        latencies_ns.push_back(seek);
+    }
+    zvx_bellagio_peer_stop(peer);
+    zvx_bellagio_peer_close(peer);
+    zvxp_report(state, latencies_ns, failed);
+}
+
 /* Arg: buffers of each port in flight, 0 for all of them. */
 void BM_PeerThroughput(benchmark::State &state)
 {
@@ -548,6 +606,7 @@ BENCHMARK(BM_PeerStateCycle)
     ->UseRealTime();
 BENCHMARK(BM_PeerEmptyBufferRoundTrip)->Iterations(ZVXP_ROUND_TRIPS)->UseRealTime();
 BENCHMARK(BM_PeerFillBufferRoundTrip)->Iterations(ZVXP_ROUND_TRIPS)->UseRealTime();
+BENCHMARK(BM_PeerSeekFlush)->Iterations(ZVXP_CYCLES)->UseRealTime();
 BENCHMARK(BM_PeerThroughput)->Arg(1)->Arg(0)->MinTime(1.0)->UseRealTime();
 #else
 [[maybe_unused]] const bool zvxp_peer_notice = [] {
@@ -562,6 +621,7 @@ BENCHMARK(BM_PipePollFloor)->Iterations(ZVXP_ROUND_TRIPS)->UseRealTime();
 BENCHMARK(BM_StateCycle)->Iterations(ZVXP_CYCLES)->UseRealTime();
 BENCHMARK(BM_EmptyBufferRoundTrip)->Iterations(ZVXP_ROUND_TRIPS)->UseRealTime();
 BENCHMARK(BM_FillBufferRoundTrip)->Iterations(ZVXP_ROUND_TRIPS)->UseRealTime();
+BENCHMARK(BM_SeekFlush)->Iterations(ZVXP_CYCLES)->UseRealTime();
 BENCHMARK(BM_Throughput)->Arg(1)->Arg(0)->MinTime(1.0)->UseRealTime();
 
 BENCHMARK_MAIN();

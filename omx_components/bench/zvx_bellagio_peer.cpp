@@ -145,18 +145,24 @@ bool zvxp_peer_set_buffer_count(zvx_bellagio_peer *peer, int count)
     return true;
 }
 
-/* Sends the state change and waits for its completion, doing `meanwhile` in between. */
+/* Sends the command and waits for its completion, doing `meanwhile` in between. */
 template <typename Meanwhile>
-bool zvxp_peer_change_state(zvx_bellagio_peer *peer, OMX_STATETYPE state, Meanwhile meanwhile)
+bool zvxp_peer_command(zvx_bellagio_peer *peer, OMX_COMMANDTYPE command, OMX_U32 param, Meanwhile meanwhile)
 {
     if (peer->hung)
         return false;
     const int before = peer->completions.load(std::memory_order_acquire);
-    if (OMX_SendCommand(peer->handle, OMX_CommandStateSet, state, nullptr) != OMX_ErrorNone)
+    if (OMX_SendCommand(peer->handle, command, param, nullptr) != OMX_ErrorNone)
         return false;
     if (!meanwhile())
         return false;
     return zvxp_await(peer, [&] { return peer->completions.load(std::memory_order_acquire) != before; });
+}
+
+template <typename Meanwhile>
+bool zvxp_peer_change_state(zvx_bellagio_peer *peer, OMX_STATETYPE state, Meanwhile meanwhile)
+{
+    return zvxp_peer_command(peer, OMX_CommandStateSet, state, meanwhile);
 }
 
 bool zvxp_peer_allocate(zvx_bellagio_peer *peer)
@@ -307,6 +313,23 @@ int64_t zvx_bellagio_peer_empty_round_trip_ns(zvx_bellagio_peer *peer)
 int64_t zvx_bellagio_peer_fill_round_trip_ns(zvx_bellagio_peer *peer)
 {
     return zvxp_peer_round_trip_ns(peer, 1, peer->fill_done_at_ns);
+}
+
+int64_t zvx_bellagio_peer_seek_flush_ns(zvx_bellagio_peer *peer)
+{
+    for (OMX_BUFFERHEADERTYPE *header : peer->buffers[1]) {
+        zvxp_peer_prepare(1, header);
+        if (zvxp_peer_lend(peer, 1, header) != OMX_ErrorNone)
+            return -1;
+    }
+    const int64_t started_at = zvxp_now_ns();
+    if (!zvxp_peer_change_state(peer, OMX_StatePause, zvxp_nothing) ||
+        !zvxp_peer_command(peer, OMX_CommandFlush, 0, zvxp_nothing) ||
+        !zvxp_peer_command(peer, OMX_CommandFlush, 1, zvxp_nothing) ||
+        !zvxp_await(peer, [&] { return peer->lent[1].load(std::memory_order_acquire) == 0; }) ||
+        !zvxp_peer_change_state(peer, OMX_StateExecuting, zvxp_nothing))
+        return -1;
+    return peer->completed_at_ns.load(std::memory_order_acquire) - started_at;
 }
 
 bool zvx_bellagio_peer_stream(zvx_bellagio_peer *peer, int in_flight)

@@ -37,6 +37,11 @@ int64_t zvx_bellagio_peer_empty_round_trip_ns(zvx_bellagio_peer *peer);
  * input comes back before the call returns. -1 when refused. */
 int64_t zvx_bellagio_peer_fill_round_trip_ns(zvx_bellagio_peer *peer);
 
+/* In Executing: a player's seek with every output buffer lent and waiting for input. Nanoseconds from
+ * SendCommand(Pause) until Executing completes after both ports' flushes and every buffer's return (the
+ * peer may complete a flush before the buffers it returns reach the client); -1 when refused. */
+int64_t zvx_bellagio_peer_seek_flush_ns(zvx_bellagio_peer *peer);
+
 /* In Executing: lends in_flight buffers of each port, each given again from its callback as soon as it
  * comes back; false when refused. */
 bool zvx_bellagio_peer_stream(zvx_bellagio_peer *peer, int in_flight);
