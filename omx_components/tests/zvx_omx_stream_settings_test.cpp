@@ -33,7 +33,7 @@ protected:
     }
 };
 
-TEST_F(StreamSettings, AllocationParametersSizeTheOutputUntilItHasProduced)
+TEST_F(StreamSettings, AllocationSequenceDisplayAndColourEventsReachTheClientsRecordsAndTheClientHearsOfEachChangeOnce)
 {
     zvx_base_fw_frame_alloc_parameters allocation = {};
     allocation.planar_alloc_frame_width = 320;
@@ -54,10 +54,7 @@ TEST_F(StreamSettings, AllocationParametersSizeTheOutputUntilItHasProduced)
     allocation.planar_alloc_frame_width = 640;
     dispatch(ZVX_BASE_EVENT_ALLOC_PARAMS, allocation);
     EXPECT_EQ(output().format.video.nFrameWidth, 320u) << "the stream is under way: the client reallocates";
-}
 
-TEST_F(StreamSettings, SequenceDisplayAndColourEventsReachTheClientsRecordsAndTheClientHearsOfEachChangeOnce)
-{
     const OMX_PARAM_PORTDEFINITIONTYPE before = output();
     zvx_base_response_sequence_parameters sequence = {};
     sequence.bitdepth_luma = 8;
@@ -66,6 +63,7 @@ TEST_F(StreamSettings, SequenceDisplayAndColourEventsReachTheClientsRecordsAndTh
     dispatch(ZVX_BASE_EVENT_SEQUENCE_PARAMS, sequence);
     EXPECT_EQ(client_.take(), (std::vector<zvx_test_event>{{OMX_EventPortSettingsChanged, 1, 0}}));
     const OMX_PARAM_PORTDEFINITIONTYPE after = output();
+    EXPECT_EQ(after.format.video.nFrameWidth, 640u) << "the reallocation the client hears of is to the latest size";
     EXPECT_EQ(after.nBufferCountMin, before.nBufferCountMin + 3);
     EXPECT_EQ(after.nBufferCountActual, after.nBufferCountMin);
     EXPECT_EQ(after.nBufferSize, after.format.video.nFrameWidth * after.format.video.nFrameHeight * 2);
