@@ -125,9 +125,9 @@ TEST(DemoCommandLine, OptionsTakeEffect)
     EXPECT_TRUE(verbose.has("Running: S:{Basics} T:{warning [0x0002]} D:{ms}\n"));
     EXPECT_TRUE(verbose.has("UTF: Result Summary"));
 
-    // The exit status follows the error level.
+    // The exit status follows the error level, a result at the level counting (the demo run's worst is a warning, 3).
     EXPECT_EQ(run_demo({}).exit_code(), 0);
-    EXPECT_EQ(run_demo({"--error=0"}).exit_code(), 3);
+    EXPECT_EQ(run_demo({"--error=3"}).exit_code(), 3);
     EXPECT_EQ(run_demo({"--failures"}).exit_code(), 6);
     EXPECT_EQ(run_demo({"--failures", "--error=7"}).exit_code(), 0);
 
