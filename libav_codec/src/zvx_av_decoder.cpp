@@ -389,7 +389,10 @@ Status Decoder::end_stream()
         access_unit_timestamp_us_ = no_timestamp;
     }
     if (context_state_ == ContextState::live) {
-        avcodec_send_packet(context_.get(), nullptr);
+        // With frame threads, the drain's send answers for the first unit still held.
+        const int sent = avcodec_send_packet(context_.get(), nullptr);
+        if (sent < 0 && sent != AVERROR_EOF && result.ok())
+            result = Status(sent);
         context_state_ = ContextState::drained;
     }
     // Every error spoils one picture; the drain ends at the decoder's end of stream.

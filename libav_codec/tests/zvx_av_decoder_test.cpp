@@ -150,6 +150,11 @@ TEST_P(DecodeMatchesFfmpeg, FramedAndChunked)
         EXPECT_LE(pictures.formats.size(), size_t{FRAMES}) << zvx_av::role_name(codec);
         if (codec == Codec::vp8 && stream.codec != codec) {
             EXPECT_EQ(pictures.errors, FRAMES - 1) << "no key frame: every send but the first two, and end_stream";
+            zvx_av::DecoderSettings two_threads;
+            two_threads.thread_count = 2;
+            zvx_av::Decoder one_held;
+            ASSERT_TRUE(one_held.open(codec, two_threads).ok());
+            EXPECT_EQ(decode_all(one_held, units, true).errors, FRAMES) << "the unit held at the end is the drain's";
         }
     }
 }
