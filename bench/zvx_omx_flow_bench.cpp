@@ -358,10 +358,11 @@ private:
     std::atomic<int> giving_again_{0};
 };
 
-void zvxp_report(benchmark::State &state, std::vector<int64_t> &latencies_ns, bool failed)
+void zvxp_report(benchmark::State &state, std::vector<int64_t> &latencies_ns, bool failed,
+                 const char *failure = "the component refused a call")
 {
     if (failed) {
-        state.SkipWithError("the component refused a call");
+        state.SkipWithError(failure);
         return;
     }
     zvx_bench_report_latencies(state, latencies_ns);
@@ -487,6 +488,9 @@ void BM_Throughput(benchmark::State &state)
 }
 
 #ifdef ZVX_HAVE_BELLAGIO_PEER
+/* A peer's failure may be its own hang: its flushes now and then never complete, pinned or not. */
+constexpr const char *ZVXP_PEER_FAILED = "the peer refused a call or stopped answering";
+
 /* The peer opened for one benchmark; null (the benchmark skipped) when it cannot be. */
 zvx_bellagio_peer *zvxp_open_peer(benchmark::State &state)
 {
@@ -517,7 +521,7 @@ void BM_PeerStateCycle(benchmark::State &state)
         latencies_ns.push_back(cycle);
     }
     zvx_bellagio_peer_close(peer);
-    zvxp_report(state, latencies_ns, failed);
+    zvxp_report(state, latencies_ns, failed, ZVXP_PEER_FAILED);
 }
 
 void zvxp_peer_round_trips(benchmark::State &state, int64_t (*round_trip_ns)(zvx_bellagio_peer *))
@@ -539,7 +543,7 @@ void zvxp_peer_round_trips(benchmark::State &state, int64_t (*round_trip_ns)(zvx
     }
     zvx_bellagio_peer_stop(peer);
     zvx_bellagio_peer_close(peer);
-    zvxp_report(state, latencies_ns, failed);
+    zvxp_report(state, latencies_ns, failed, ZVXP_PEER_FAILED);
 }
 
 void BM_PeerEmptyBufferRoundTrip(benchmark::State &state)
@@ -571,7 +575,7 @@ void BM_PeerSeekFlush(benchmark::State &state)
     }
     zvx_bellagio_peer_stop(peer);
     zvx_bellagio_peer_close(peer);
-    zvxp_report(state, latencies_ns, failed);
+    zvxp_report(state, latencies_ns, failed, ZVXP_PEER_FAILED);
 }
 
 /* Arg: buffers of each port in flight, 0 for all of them. */
@@ -583,7 +587,7 @@ void BM_PeerThroughput(benchmark::State &state)
     }
     const int in_flight = state.range(0) == 0 ? ZVXP_PEER_BUFFERS : static_cast<int>(state.range(0));
     if (!zvx_bellagio_peer_start(peer, ZVXP_PEER_BUFFERS) || !zvx_bellagio_peer_stream(peer, in_flight)) {
-        state.SkipWithError("the peer refused a call");
+        state.SkipWithError(ZVXP_PEER_FAILED);
         zvx_bellagio_peer_close(peer);
         return;
     }

@@ -198,14 +198,30 @@ bool Device::inject_fault(const zvx_dev_fault &fault)
 
 bool Device::post_request(Request request)
 {
-    {
-        std::lock_guard guard(mutex_);
-        if (!session_active_)
-            return false;
+    Lock lock(mutex_);
+    if (!session_active_)
+        return false;
+    if (answers_at_once(request)) {
+        answer_request(request);
+        wake_event_waiters(lock);
+    } else {
         requests_.push_back(std::move(request));
+        // The worker has work from now on: no request after this one may overtake it.
+        worker_waiting_ = false;
     }
+    lock.unlock();
     work_cv_.notify_one();
     return true;
+}
+
+/* A state change or a flush that the idle worker would answer at once is answered by the caller: the host
+ * then hears of it without waiting for the worker to be scheduled. The worker is still woken afterwards,
+ * as the answer may give it work. */
+bool Device::answers_at_once(const Request &request) const
+{
+    const bool state_or_flush =
+        std::holds_alternative<StateRequest>(request) || std::holds_alternative<FlushRequest>(request);
+    return state_or_flush && worker_waiting_ && !hung_ && delay_of_request(request) == 0;
 }
 
 /* An event already waiting is taken without the device's lock, which the worker may be taking again

@@ -114,11 +114,13 @@ private:
         Lock lock_;
     };
 
-    /* Worker side (zvx_dev_device_worker.cpp): mutex_ held through `lock` except in an EngineStep. */
+    /* Worker side (zvx_dev_device_worker.cpp), and a host answering a request at once: mutex_ held through
+     * `lock` except in an EngineStep. */
     void run();
     void wait_for_work(Lock &lock);
     bool decode_put_off();
     Operation next_operation();
+    uint32_t delay_of_request(const Request &request) const;
     uint32_t delay_of(Operation operation) const;
     void perform(Operation operation, Lock &lock);
     void answer_request(const Request &request);
@@ -145,8 +147,10 @@ private:
     void push_event(EventPtr event);
     void wake_event_waiters(Lock &lock);
 
-    /* Hands the worker a request of an active session; false, and nothing queued, without one. */
+    /* Hands the worker a request of an active session, or answers it (answers_at_once); false, and nothing
+     * done, without one. */
     bool post_request(Request request);
+    bool answers_at_once(const Request &request) const;
 
     /* Host side helpers, mutex_ held. */
     void end_session();
@@ -157,7 +161,7 @@ private:
     DecoderAhead &decoders_ahead_;
     int descriptor_ = -1;              /* written by open() before the worker starts, read-only after */
     std::thread worker_;               /* started by open(), joined by close() */
-    bool events_pushed_ = false;       /* worker thread only: get_event waiters are still to be woken */
+    bool events_pushed_ = false;       /* mutex_: get_event waiters are still to be woken */
     std::mutex mutex_;                 /* guards every field below */
     std::condition_variable work_cv_;  /* the worker waits for something to do */
     std::condition_variable event_cv_; /* get_event waits for an event */
@@ -169,6 +173,9 @@ private:
     uint32_t engine_waiters_ = 0;
     /* The worker put an operation off for an EngineLock, and waits to be woken when the last one ends. */
     bool deferred_for_host_ = false;
+    /* The worker waits for something to do and no request waits for it: a request may be answered by its
+     * caller. */
+    bool worker_waiting_ = false;
     bool stopping_ = false;
     bool closed_ = false;
     zvx_dev_script script_;

@@ -80,10 +80,12 @@ void Device::run()
 /* Until a request, a buffer or the end of a put-off decode's wait. */
 void Device::wait_for_work(Lock &lock)
 {
+    worker_waiting_ = true;
     if (decode_put_off())
         work_cv_.wait_until(lock, *decode_not_before_);
     else
         work_cv_.wait(lock);
+    worker_waiting_ = false;
 }
 
 /* Whether a decode is still put off for the client's pace; a wait that has ended is forgotten. */
@@ -140,15 +142,20 @@ Device::Operation Device::next_operation()
     return Operation::none;
 }
 
+uint32_t Device::delay_of_request(const Request &request) const
+{
+    if (std::holds_alternative<StateRequest>(request))
+        return script_.delays.state_change_us;
+    if (std::holds_alternative<FlushRequest>(request))
+        return script_.delays.flush_us;
+    return 0;
+}
+
 uint32_t Device::delay_of(Operation operation) const
 {
     switch (operation) {
     case Operation::request:
-        if (std::holds_alternative<StateRequest>(requests_.front()))
-            return script_.delays.state_change_us;
-        if (std::holds_alternative<FlushRequest>(requests_.front()))
-            return script_.delays.flush_us;
-        return 0;
+        return delay_of_request(requests_.front());
     case Operation::input:
         return script_.delays.input_us;
     case Operation::output:

@@ -360,13 +360,19 @@ TEST_F(DeviceSession, SlowDeviceTakesItsDelayAndAHungSessionReportsOnceAndThenAn
     script.delays.state_change_us = 30000;
     DeviceHost host("video_decoder.avc", script);
     ASSERT_TRUE(host.session);
-    const auto start = std::chrono::steady_clock::now();
-    host.run();
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::microseconds(30000));
+    for (int run = 0; run < 2; ++run) {
+        // The second request finds the worker idle, where a request without delay is answered at once.
+        std::this_thread::sleep_for(std::chrono::milliseconds(run));
+        const auto start = std::chrono::steady_clock::now();
+        host.run();
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::microseconds(30000));
+    }
     queue_new(host, 0, 3, 8);
     expect_events(host, {ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_ALLOC_PARAMS, ZVX_BASE_EVENT_SEQUENCE_PARAMS,
                          ZVX_BASE_EVENT_INPUT, ZVX_BASE_EVENT_SESSION_HUNG});
+    std::this_thread::sleep_for(std::chrono::milliseconds(1)); // the hung worker goes idle
     zvx_enqueue_state_change(host.fd, ZVX_BASE_HW_STATE_STOPPED);
+    zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_INPUT_PORT);
     EXPECT_FALSE(host.readable(50));
     EXPECT_TRUE(host.stats().hung);
     EXPECT_EQ(host.stats().held_buffers[0], 1u);
@@ -565,6 +571,13 @@ TEST_F(DeviceSession, BadRequestsAndFailedAllocationsAreRefusedWithClearErrors)
     ASSERT_EQ(error.payload.size(), 4u + sizeof("firmware fault"));
     EXPECT_EQ(error.as<uint32_t>(), 0x1234u);
     EXPECT_STREQ(reinterpret_cast<const char *>(error.payload.data() + 4), "firmware fault");
+    // A flush the caller may answer itself still comes after the request before it, which the worker answers.
+    for (int i = 0; i < 200 && !HasFailure(); ++i) {
+        ASSERT_TRUE(zvx_dev_inject_fault(host.fd, {zvx_dev_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}));
+        zvx_enqueue_flush_buffers(host.fd, ZVX_BASE_FLUSH_INPUT_PORT);
+        host.expect(ZVX_BASE_EVENT_ERROR);
+        host.expect(ZVX_BASE_EVENT_INPUT_FLUSHED);
+    }
     zvx_destroy_session(host.fd);
     EXPECT_FALSE(zvx_dev_inject_fault(host.fd, {zvx_dev_fault_kind::error_event, 0, 1, 0x1234, "firmware fault"}))
         << "faults need a session";

@@ -23,8 +23,8 @@ int64_t zvxp_now_ns()
         .count();
 }
 
-/* The peer now and then never answers a state change (its flush at Executing -> Idle waits for ever when
- * pinned to one CPU): after this long it is taken as hung. */
+/* The peer now and then never answers a state change or a flush (its flushes wait for ever, most often
+ * when pinned to one CPU): after this long it is taken as hung. */
 constexpr int64_t zvxp_peer_patience_ns = 10'000'000'000;
 
 } // namespace
