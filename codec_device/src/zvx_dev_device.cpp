@@ -201,7 +201,9 @@ bool Device::post_request(Request request)
     Lock lock(mutex_);
     if (!session_active_)
         return false;
+    bool wake_worker = true;
     if (answers_at_once(request)) {
+        wake_worker = gives_idle_worker_work(request);
         answer_request(request);
         wake_event_waiters(lock);
     } else {
@@ -210,18 +212,30 @@ bool Device::post_request(Request request)
         worker_waiting_ = false;
     }
     lock.unlock();
-    work_cv_.notify_one();
+    if (wake_worker)
+        work_cv_.notify_one();
     return true;
 }
 
 /* A state change or a flush that the idle worker would answer at once is answered by the caller: the host
- * then hears of it without waiting for the worker to be scheduled. The worker is still woken afterwards,
- * as the answer may give it work. */
+ * then hears of it without waiting for the worker to be scheduled. */
 bool Device::answers_at_once(const Request &request) const
 {
     const bool state_or_flush =
         std::holds_alternative<StateRequest>(request) || std::holds_alternative<FlushRequest>(request);
     return state_or_flush && worker_waiting_ && !hung_ && delay_of_request(request) == 0;
+}
+
+/* What can give a worker that found nothing to do something to do: running again, carrying on with the
+ * buffers it holds, or an input flush, which may leave an announcement first in line. Any other state
+ * stops it, and a full output flush only takes buffers away. */
+bool Device::gives_idle_worker_work(const Request &request)
+{
+    if (const auto *state = std::get_if<StateRequest>(&request))
+        return state->state == ZVX_BASE_HW_STATE_RUNNING;
+    const auto *flush = std::get_if<FlushRequest>(&request);
+    return flush != nullptr && (flush->flags & (ZVX_BASE_FLUSH_INPUT_PORT | ZVX_BASE_FLUSH_QUICK |
+                                                ZVX_BASE_FLUSH_QUICK_SET_INTERLACE)) != 0;
 }
 
 /* An event already waiting is taken without the device's lock, which the worker may be taking again

@@ -151,6 +151,7 @@ private:
      * done, without one. */
     bool post_request(Request request);
     bool answers_at_once(const Request &request) const;
+    static bool gives_idle_worker_work(const Request &request);
 
     /* Host side helpers, mutex_ held. */
     void end_session();
