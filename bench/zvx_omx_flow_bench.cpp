@@ -419,19 +419,20 @@ void BM_StateCycle(benchmark::State &state)
     }
 }
 
-void zvxp_round_trips(benchmark::State &state, OMX_U32 timed_port)
+/* Times `timed` (nanoseconds, -1 when refused) once an iteration, in Executing with the stream started. */
+template <typename Timed> void zvxp_timed_in_stream(benchmark::State &state, Timed timed)
 {
     zvxp_decoder decoder;
     std::vector<int64_t> latencies_ns;
-    latencies_ns.reserve(ZVXP_ROUND_TRIPS);
+    latencies_ns.reserve(static_cast<size_t>(state.max_iterations));
     bool failed = !decoder.ready() || !decoder.start_stream();
     for (auto _ : state) {
-        const int64_t round_trip = failed ? -1 : decoder.round_trip_ns(timed_port);
-        if (round_trip < 0) {
+        const int64_t latency = failed ? -1 : timed(decoder);
+        if (latency < 0) {
             failed = true;
             break;
         }
-        latencies_ns.push_back(round_trip);
+        latencies_ns.push_back(latency);
     }
     failed = !decoder.stop() || failed;
     zvxp_report(state, latencies_ns, failed);
@@ -439,30 +440,17 @@ void zvxp_round_trips(benchmark::State &state, OMX_U32 timed_port)
 
 void BM_EmptyBufferRoundTrip(benchmark::State &state)
 {
-    zvxp_round_trips(state, 0);
+    zvxp_timed_in_stream(state, [](zvxp_decoder &decoder) { return decoder.round_trip_ns(0); });
 }
 
 void BM_FillBufferRoundTrip(benchmark::State &state)
 {
-    zvxp_round_trips(state, 1);
+    zvxp_timed_in_stream(state, [](zvxp_decoder &decoder) { return decoder.round_trip_ns(1); });
 }
 
 void BM_SeekFlush(benchmark::State &state)
 {
-    zvxp_decoder decoder;
-    std::vector<int64_t> latencies_ns;
-    latencies_ns.reserve(ZVXP_CYCLES);
-    bool failed = !decoder.ready() || !decoder.start_stream();
-    for (auto _ : state) {
-        const int64_t seek = failed ? -1 : decoder.seek_flush_ns();
-        if (seek < 0) {
-            failed = true;
-            break;
-        }
-        latencies_ns.push_back(seek);
-    }
-    failed = !decoder.stop() || failed;
-    zvxp_report(state, latencies_ns, failed);
+    zvxp_timed_in_stream(state, [](zvxp_decoder &decoder) { return decoder.seek_flush_ns(); });
 }
 
 /* Arg: buffers of each port in flight, 0 for all of them. */
@@ -524,22 +512,23 @@ void BM_PeerStateCycle(benchmark::State &state)
     zvxp_report(state, latencies_ns, failed, ZVXP_PEER_FAILED);
 }
 
-void zvxp_peer_round_trips(benchmark::State &state, int64_t (*round_trip_ns)(zvx_bellagio_peer *))
+/* Times `timed_ns` once an iteration, the peer in Executing with buffers_per_port buffers a port. */
+void zvxp_peer_timed(benchmark::State &state, int buffers_per_port, int64_t (*timed_ns)(zvx_bellagio_peer *))
 {
     zvx_bellagio_peer *peer = zvxp_open_peer(state);
     if (peer == nullptr) {
         return;
     }
     std::vector<int64_t> latencies_ns;
-    latencies_ns.reserve(ZVXP_ROUND_TRIPS);
-    bool failed = !zvx_bellagio_peer_start(peer, ZVXP_PEER_BUFFERS);
+    latencies_ns.reserve(static_cast<size_t>(state.max_iterations));
+    bool failed = !zvx_bellagio_peer_start(peer, buffers_per_port);
     for (auto _ : state) {
-        const int64_t round_trip = failed ? -1 : round_trip_ns(peer);
-        if (round_trip < 0) {
+        const int64_t latency = failed ? -1 : timed_ns(peer);
+        if (latency < 0) {
             failed = true;
             break;
         }
-        latencies_ns.push_back(round_trip);
+        latencies_ns.push_back(latency);
     }
     zvx_bellagio_peer_stop(peer);
     zvx_bellagio_peer_close(peer);
@@ -548,34 +537,18 @@ void zvxp_peer_round_trips(benchmark::State &state, int64_t (*round_trip_ns)(zvx
 
 void BM_PeerEmptyBufferRoundTrip(benchmark::State &state)
 {
-    zvxp_peer_round_trips(state, zvx_bellagio_peer_empty_round_trip_ns);
+    zvxp_peer_timed(state, ZVXP_PEER_BUFFERS, zvx_bellagio_peer_empty_round_trip_ns);
 }
 
 void BM_PeerFillBufferRoundTrip(benchmark::State &state)
 {
-    zvxp_peer_round_trips(state, zvx_bellagio_peer_fill_round_trip_ns);
+    zvxp_peer_timed(state, ZVXP_PEER_BUFFERS, zvx_bellagio_peer_fill_round_trip_ns);
 }
 
+/* With the decoder's buffer count, as the decoder's seek returns that many outputs. */
 void BM_PeerSeekFlush(benchmark::State &state)
 {
-    zvx_bellagio_peer *peer = zvxp_open_peer(state);
-    if (peer == nullptr) {
-        return;
-    }
-    std::vector<int64_t> latencies_ns;
-    latencies_ns.reserve(ZVXP_CYCLES);
-    bool failed = !zvx_bellagio_peer_start(peer, ZVXP_DECODER_MINIMUM_BUFFERS);
-    for (auto _ : state) {
-        const int64_t seek = failed ? -1 : zvx_bellagio_peer_seek_flush_ns(peer);
-        if (seek < 0) {
-            failed = true;
-            break;
-        }
-        latencies_ns.push_back(seek);
-    }
-    zvx_bellagio_peer_stop(peer);
-    zvx_bellagio_peer_close(peer);
-    zvxp_report(state, latencies_ns, failed, ZVXP_PEER_FAILED);
+    zvxp_peer_timed(state, ZVXP_DECODER_MINIMUM_BUFFERS, zvx_bellagio_peer_seek_flush_ns);
 }
 
 /* Arg: buffers of each port in flight, 0 for all of them. */
