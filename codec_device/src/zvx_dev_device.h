@@ -29,7 +29,8 @@ namespace zvx_dev {
 class DecoderAhead;
 
 /* One codec device: the host's calls on one side (any thread), a worker thread that drives the
- * session's engine and answers with events on the other. */
+ * session's engine and answers with events on the other. A state change or flush that finds the worker
+ * idle is answered by the calling thread itself. */
 class Device {
 public:
     Device(const zvx_dev_script &script, Totals &totals, DecoderAhead &decoders_ahead);
