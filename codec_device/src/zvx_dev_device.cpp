@@ -234,8 +234,7 @@ bool Device::gives_idle_worker_work(const Request &request)
     if (const auto *state = std::get_if<StateRequest>(&request))
         return state->state == ZVX_BASE_HW_STATE_RUNNING;
     const auto *flush = std::get_if<FlushRequest>(&request);
-    return flush != nullptr && (flush->flags & (ZVX_BASE_FLUSH_INPUT_PORT | ZVX_BASE_FLUSH_QUICK |
-                                                ZVX_BASE_FLUSH_QUICK_SET_INTERLACE)) != 0;
+    return flush != nullptr && ((flush->flags & ZVX_BASE_FLUSH_INPUT_PORT) != 0 || is_quick_flush(flush->flags));
 }
 
 /* An event already waiting is taken without the device's lock, which the worker may be taking again

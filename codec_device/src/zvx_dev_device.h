@@ -127,6 +127,11 @@ private:
     void answer_request(const Request &request);
     void answer_state_change(int32_t state);
     void flush(uint32_t flags);
+    /* A quick flush only lets the session carry on with the buffers it holds. */
+    static bool is_quick_flush(uint32_t flags)
+    {
+        return (flags & (ZVX_BASE_FLUSH_QUICK | ZVX_BASE_FLUSH_QUICK_SET_INTERLACE)) != 0;
+    }
     void fire(const zvx_dev_fault &fault);
     void announce(const Announcement &announcement);
     void consume_input(Lock &lock);

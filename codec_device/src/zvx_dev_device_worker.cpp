@@ -226,8 +226,7 @@ void Device::answer_state_change(int32_t state)
 
 void Device::flush(uint32_t flags)
 {
-    /* A quick flush only lets the session carry on with the buffers it holds. */
-    if ((flags & (ZVX_BASE_FLUSH_QUICK | ZVX_BASE_FLUSH_QUICK_SET_INTERLACE)) != 0) {
+    if (is_quick_flush(flags)) {
         for (auto &[id, buffer] : registered_)
             buffer.stale = false;
         reject_stale_ = false;
